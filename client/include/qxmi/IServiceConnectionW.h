@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <istream>
+#include <ostream>
+#include <string>
+
+namespace qxmi
+{
+
+/// What a running call gets to talk to its servant: a byte stream in each direction and a few facts about the call.
+/// Lives only while IServiceRequestW::Execute runs. One thread may read while another writes.
+///
+/// The streams throw: a failed read or write ends in an exception, never in a silent error state; the end of the data is
+/// the ordinary end of the stream. When the call is cancelled, reads, writes and waits that are under way end, and all
+/// later ones fail at once. Slot order is part of the binary interface.
+class IServiceConnectionW
+{
+public:
+    virtual ~IServiceConnectionW() = default;
+
+    /// The servant's data. Ends when the servant closes its output.
+    virtual std::istream& InputStream() = 0;
+
+    /// Data for the servant. It is buffered: flush at the end of each request that expects an answer.
+    virtual std::ostream& OutputStream() = 0;
+
+    virtual std::wstring GetServiceName() const = 0;
+
+    /// "<host name>/<process id>" of this client, as the servant was told.
+    virtual std::wstring GetClientIdentifier() const = 0;
+
+    /// What the servant calls itself in its answer.
+    virtual std::wstring GetServantIdentification() const = 0;
+
+    /// True when the servant runs on this computer, started by this process.
+    virtual bool IsLocal() const = 0;
+
+    /// Processors that the call may use. Throws std::runtime_error when the call has no such number, as a local call
+    /// never has: its servant gets the number on its command line.
+    virtual unsigned GetNumberOfProcessorsToUse() const = 0;
+
+    /// True when the data is compressed between client and servant.
+    virtual bool IsCompressed() const = 0;
+
+    /// True when a read would not block: data is there, or its end.
+    virtual bool InputPending() = 0;
+
+    /// Flushes and ends the servant's input, while its output can still be read. Nothing may be written after it.
+    virtual void CloseOutput() = 0;
+
+    /// Bytes taken from and given to the channel so far, as they are transferred (after compression).
+    virtual std::uint64_t BytesTransferred() const = 0;
+};
+
+}

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "runtime/NativeHandle.h"
+#include "runtime/ProcessFigures.h"
+#include "runtime/Thread.h"
+#include "runtime/WaitObject.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qpr
+{
+
+/// What to start and how. The three handles are given to the child as its standard streams and to nobody else; they stay
+/// the caller's.
+struct ProcessStart
+{
+    std::wstring executablePath; ///< as the system takes it; a bare name is searched for when searchPath is set
+    std::vector<std::wstring> arguments; ///< all of them, the executable's name first
+    std::wstring workingDirectory; ///< empty: this process's own
+    std::map<std::wstring, std::wstring> environment; ///< added to this process's; an empty value removes the variable
+    bool searchPath = false;
+    NativeHandle standardInput;
+    NativeHandle standardOutput;
+    NativeHandle standardError;
+};
+
+/// The scale of a process's priority, as its numbers stand in the interface.
+enum class PriorityLevel
+{
+    High = 0,
+    Normal = 1,
+    BelowNormal = 2,
+    Idle = 3,
+};
+
+/// A process that this one started, with everything that it starts in turn (its process group or job). The object is used
+/// by one thread at a time.
+class ChildProcess
+{
+public:
+    /// Starts the process. Throws "CreateProcess('<path>') failed" in "qpr::ChildProcess::ChildProcess".
+    explicit ChildProcess(const ProcessStart& start);
+
+    /// Ends the process and its group at once if they still run.
+    ~ChildProcess();
+
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    std::uint32_t ProcessId() const noexcept;
+
+    /// A refusal by the system is ignored.
+    void SetPriorityLevel(PriorityLevel level) noexcept;
+
+    /// Signalled once the process has ended.
+    WaitObject EndObject() const noexcept;
+
+    /// Interruptible. False on a timeout that the caller allows.
+    bool WaitForCompletion(std::uint32_t timeoutMs = Infinite, bool timeoutsAllowed = false);
+
+    /// Ends the process and all that is left of its group, and waits for the process itself. Does nothing to one that has
+    /// been collected.
+    void Terminate() noexcept;
+
+    /// Whether the process has ended and nothing of its group is left.
+    bool GroupHasEnded() noexcept;
+
+    /// Takes the ended process's exit code and figures. Requires: it has ended. Signal n counts as 128 + n.
+    /// Null when the system no longer knows it (the application ignores its children).
+    struct ExitStatus
+    {
+        bool isKnown = false;
+        std::uint32_t exitCode = 0;
+    };
+    ExitStatus CollectExitStatus();
+
+    /// The figures of the ended process. Requires: CollectExitStatus has been called.
+    const ProcessFigures& Figures() const noexcept;
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+}

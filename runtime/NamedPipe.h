@@ -1,0 +1,91 @@
+#pragma once
+
+#include "runtime/IReader.h"
+#include "runtime/IWriter.h"
+#include "runtime/NativeHandle.h"
+#include "runtime/WaitObject.h"
+
+#include <memory>
+
+namespace qpr
+{
+
+class Cancellation;
+
+/// One end of a pipe, owned. Moves, does not copy; the destructor closes.
+class PipeEnd
+{
+public:
+    PipeEnd() noexcept = default;
+    explicit PipeEnd(NativeHandle handle) noexcept : m_handle(handle) { }
+    PipeEnd(PipeEnd&& other) noexcept;
+    PipeEnd& operator=(PipeEnd&& other) noexcept;
+    ~PipeEnd();
+
+    /// Throws "CloseHandle() failed".
+    void Close();
+    bool IsOpen() const noexcept { return m_handle.IsValid(); }
+    NativeHandle Handle() const noexcept { return m_handle; }
+
+private:
+    NativeHandle m_handle;
+};
+
+/// A one-way pipe: what is written to the client end is read from the server end. Neither end is inherited by processes
+/// that are not given it. An overlapped end is one whose reads and writes can be interrupted: ours; the end for a child is
+/// a plain one.
+struct PipePair
+{
+    PipePair(bool serverEndOverlapped, bool clientEndOverlapped);
+
+    PipeEnd server; ///< reads
+    PipeEnd client; ///< writes
+};
+
+/// Reads from a handle. Not owned: the handle outlives the reader, and so does the cancellation (which may be null).
+class IOReader : public IReader
+{
+public:
+    explicit IOReader(NativeHandle handle, const Cancellation* cancellation = nullptr);
+    ~IOReader() override;
+
+    std::size_t Read(void* buffer, std::size_t size) override;
+
+protected:
+    NativeHandle m_handle;
+    const Cancellation* m_cancellation; // not owned, may be null
+
+private:
+    struct Overlapped;
+    std::unique_ptr<Overlapped> m_overlapped;
+};
+
+/// Reads the server end of a pipe.
+class PipeReader final : public IOReader
+{
+public:
+    using IOReader::IOReader;
+
+    /// Any thread may ask. True too when the writer has gone, so that the caller reads and meets the end of the data.
+    bool InputPending() override;
+};
+
+/// Writes to the client end of a pipe; a write to a full pipe can be interrupted and cancelled. After that the state of
+/// the peer is unknown and the channel counts as broken. One thread writes at a time.
+class IOWriter final : public IWriter
+{
+public:
+    explicit IOWriter(NativeHandle handle, const Cancellation* cancellation = nullptr);
+    ~IOWriter() override;
+
+    void Write(const void* buffer, std::size_t size) override;
+    void Flush() override { }
+
+private:
+    struct Overlapped;
+    NativeHandle m_handle; // not owned
+    const Cancellation* m_cancellation; // not owned, may be null
+    std::unique_ptr<Overlapped> m_overlapped;
+};
+
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Wide text to UTF-8 and back. Wide characters are UTF-16 or UTF-32 as the platform has them; nothing else in the tree
+/// depends on which.
+namespace qpr
+{
+
+/// Lone surrogates and values beyond U+10FFFF become U+FFFD.
+std::string ToUtf8(std::wstring_view text);
+
+/// Bytes that are not UTF-8 become U+FFFD.
+std::wstring FromUtf8(std::string_view text);
+
+/// Appends one code point, as a surrogate pair where wide characters have 16 bits.
+void AppendCodePoint(std::wstring& text, char32_t codePoint);
+
+}
