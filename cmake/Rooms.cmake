@@ -1,9 +1,14 @@
 # qx_room(NAME SOURCES... LINKS...): one room of the tree, a static library that sees the tree from its root.
 function(qx_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
-  add_library(${name} STATIC ${ROOM_SOURCES})
-  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
-  target_link_libraries(${name} PUBLIC qx_interface ${ROOM_LINKS})
+  if(ROOM_SOURCES)
+    add_library(${name} STATIC ${ROOM_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC qx_interface ${ROOM_LINKS})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE qx_interface ${ROOM_LINKS})
+  endif()
 endfunction()
 
 # qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*Test.cpp, as one program and one CTest entry a case.

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// A test program that needs real processes starts itself again: bodies of children are registered by name, and the
+/// program started with "--child NAME ARGUMENT..." runs that body instead of the tests and exits with what it returns.
+namespace test
+{
+
+using ChildBody = int (*)(const std::vector<std::string>& arguments);
+
+/// Registers a body; make one static object per body.
+struct ChildRegistration
+{
+    ChildRegistration(const char* name, ChildBody body);
+};
+
+/// Path of the running test program.
+std::string OwnPath();
+
+}
