@@ -1,0 +1,253 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <locale>
+#include <memory>
+#include <ostream>
+#include <streambuf>
+#include <string>
+
+/// Standard streams over readers and writers of bytes. All of them throw what their channel throws (an interrupt
+/// included), never write in a destructor, format in the classic locale, and are used by one thread at a time. Buffers
+/// come into being when first used; requests at least as large as the buffer pass it by.
+namespace qpr
+{
+
+/// Makes a stream that was constructed without a buffer a stream of ours.
+template <class CharT>
+void AttachStreamBuffer(std::basic_ios<CharT>& stream, std::basic_streambuf<CharT>& buffer)
+{
+    stream.rdbuf(&buffer);
+    stream.imbue(std::locale::classic());
+    stream.exceptions(std::ios_base::badbit);
+}
+
+/// Takes bytes from a Reader (IReader's two operations), which is not owned. A size of 1 never takes a byte more from
+/// the channel than was asked for.
+template <class Reader>
+class GenericInputStreamBuffer : public std::streambuf
+{
+public:
+    GenericInputStreamBuffer(Reader& reader, std::size_t bufferSize)
+        : m_reader(reader)
+        , m_bufferSize(bufferSize)
+    {
+    }
+
+    /// True when taking a byte would not block: one is buffered, or the reader has data or its end.
+    bool InputPending() { return gptr() != egptr() || m_reader.InputPending(); }
+
+    /// Bytes taken from the channel so far. Any thread may ask.
+    std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
+
+protected:
+    int_type underflow() override
+    {
+        if (gptr() == egptr() && Fill() == 0)
+            return traits_type::eof();
+        return traits_type::to_int_type(*gptr());
+    }
+
+    std::streamsize xsgetn(char* target, std::streamsize size) override
+    {
+        std::streamsize done = 0;
+        while (done < size)
+        {
+            const std::size_t taken = TakeSome(target + done, static_cast<std::size_t>(size - done));
+            if (taken == 0)
+                break;
+            done += static_cast<std::streamsize>(taken);
+        }
+        return done;
+    }
+
+    /// What can be had without blocking, -1 at the end of the data.
+    std::streamsize showmanyc() override
+    {
+        if (!m_reader.InputPending())
+            return 0;
+        const std::size_t count = Fill();
+        return count == 0 ? -1 : static_cast<std::streamsize>(count);
+    }
+
+private:
+    /// Requires: the buffer is empty.
+    std::size_t Fill()
+    {
+        if (!m_buffer)
+            m_buffer = std::make_unique_for_overwrite<char[]>(m_bufferSize);
+        const std::size_t count = ReadChannel(m_buffer.get(), m_bufferSize);
+        setg(m_buffer.get(), m_buffer.get(), m_buffer.get() + count);
+        return count;
+    }
+
+    std::size_t TakeSome(char* target, std::size_t size)
+    {
+        if (gptr() == egptr())
+        {
+            if (size >= m_bufferSize)
+                return ReadChannel(target, size);
+            if (Fill() == 0)
+                return 0;
+        }
+        const std::size_t taken = std::min(size, static_cast<std::size_t>(egptr() - gptr()));
+        traits_type::copy(target, gptr(), taken);
+        setg(eback(), gptr() + taken, egptr());
+        return taken;
+    }
+
+    std::size_t ReadChannel(char* target, std::size_t size)
+    {
+        const std::size_t count = m_reader.Read(target, size);
+        m_bytesTransferred.fetch_add(count, std::memory_order_relaxed);
+        return count;
+    }
+
+    Reader& m_reader; // not owned
+    const std::size_t m_bufferSize;
+    std::unique_ptr<char[]> m_buffer;
+    std::atomic<std::uint64_t> m_bytesTransferred = 0;
+};
+
+/// Collects characters for a Writer (IWriter's two operations, sizes in characters), which is not owned. They reach it
+/// when the buffer is full and when the stream is flushed; what is left unflushed at the end is dropped, and so is what
+/// was buffered when a write failed.
+template <class Writer, class CharT = char>
+class GenericOutputStreamBuffer : public std::basic_streambuf<CharT>
+{
+    using Base = std::basic_streambuf<CharT>;
+    using Traits = typename Base::traits_type;
+
+public:
+    GenericOutputStreamBuffer(Writer& writer, std::size_t bufferSize)
+        : m_writer(writer)
+        , m_bufferSize(bufferSize)
+    {
+    }
+
+    /// Drops what has not been passed to the writer.
+    void Abandon() noexcept { this->setp(m_buffer.get(), this->epptr()); }
+
+    /// Bytes given to the channel so far. Any thread may ask.
+    std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
+
+protected:
+    typename Base::int_type overflow(typename Base::int_type character) override
+    {
+        MakeRoom();
+        if (!Traits::eq_int_type(character, Traits::eof()))
+        {
+            *this->pptr() = Traits::to_char_type(character);
+            this->pbump(1);
+        }
+        return Traits::not_eof(character);
+    }
+
+    std::streamsize xsputn(const CharT* source, std::streamsize size) override
+    {
+        std::size_t left = static_cast<std::size_t>(size);
+        while (left != 0)
+        {
+            const std::size_t taken = PutSome(source, left);
+            source += taken;
+            left -= taken;
+        }
+        return size;
+    }
+
+    int sync() override
+    {
+        WriteBuffered();
+        m_writer.Flush();
+        return 0;
+    }
+
+private:
+    std::size_t Buffered() const { return static_cast<std::size_t>(this->pptr() - this->pbase()); }
+
+    std::size_t PutSome(const CharT* source, std::size_t size)
+    {
+        if (Buffered() == 0 && size >= m_bufferSize)
+        {
+            WriteChannel(source, size);
+            return size;
+        }
+        if (this->pptr() == this->epptr())
+            MakeRoom();
+        const std::size_t taken = std::min(size, static_cast<std::size_t>(this->epptr() - this->pptr()));
+        Traits::copy(this->pptr(), source, taken);
+        this->pbump(static_cast<int>(taken));
+        return taken;
+    }
+
+    void MakeRoom()
+    {
+        if (m_buffer)
+            return WriteBuffered();
+        m_buffer = std::make_unique_for_overwrite<CharT[]>(m_bufferSize);
+        this->setp(m_buffer.get(), m_buffer.get() + m_bufferSize);
+    }
+
+    void WriteBuffered()
+    {
+        const std::size_t size = Buffered();
+        Abandon();
+        if (size != 0)
+            WriteChannel(m_buffer.get(), size);
+    }
+
+    void WriteChannel(const CharT* source, std::size_t size)
+    {
+        m_writer.Write(source, size);
+        m_bytesTransferred.fetch_add(size * sizeof(CharT), std::memory_order_relaxed);
+    }
+
+    Writer& m_writer; // not owned
+    const std::size_t m_bufferSize;
+    std::unique_ptr<CharT[]> m_buffer;
+    std::atomic<std::uint64_t> m_bytesTransferred = 0;
+};
+
+/// A byte stream that owns such a buffer; the reader outlives it.
+template <class Reader>
+class GenericInputStream : public std::istream
+{
+public:
+    GenericInputStream(Reader& reader, std::size_t bufferSize)
+        : std::istream(nullptr)
+        , m_buffer(reader, bufferSize)
+    {
+        AttachStreamBuffer<char>(*this, m_buffer);
+    }
+
+    bool InputPending() { return m_buffer.InputPending(); }
+    std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
+
+private:
+    GenericInputStreamBuffer<Reader> m_buffer;
+};
+
+/// A stream that owns such a buffer; the writer outlives it. Wide ones take a writer of wide characters.
+template <class Writer, class CharT = char>
+class GenericOutputStream : public std::basic_ostream<CharT>
+{
+public:
+    GenericOutputStream(Writer& writer, std::size_t bufferSize)
+        : std::basic_ostream<CharT>(nullptr)
+        , m_buffer(writer, bufferSize)
+    {
+        AttachStreamBuffer<CharT>(*this, m_buffer);
+    }
+
+    void Abandon() noexcept { m_buffer.Abandon(); }
+    std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
+
+private:
+    GenericOutputStreamBuffer<Writer, CharT> m_buffer;
+};
+
+} // namespace qpr
