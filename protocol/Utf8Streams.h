@@ -2,10 +2,11 @@
 
 #include "protocol/ByteStreams.h"
 
-#include <cstddef>
 #include <istream>
 #include <ostream>
 #include <streambuf>
+#include <string>
+#include <string_view>
 
 /// Wide text over byte streams in UTF-8. The byte stream is not owned and outlives these; its errors pass through. Used
 /// by one thread at a time.
@@ -32,7 +33,7 @@ private:
     char32_t ReadSequence(unsigned char lead, int length);
 
     std::istream& m_source; // not owned
-    wchar_t m_characters[2] = {};
+    std::wstring m_characters;
 };
 
 class UTF8InputStream : public std::wistream
@@ -65,11 +66,10 @@ protected:
     int sync() override;
 
 private:
-    /// Encodes one character behind bytes; returns the number of bytes, 0 for the first half of a pair.
-    std::size_t WriteChar(wchar_t character, char* bytes);
+    bool Write(std::wstring_view text);
 
     std::ostream& m_target; // not owned
-    char32_t m_highSurrogate = 0;
+    std::wstring m_highSurrogate; ///< the first half of a pair whose second half has not come
 };
 
 class UTF8OutputStream : public std::wostream
