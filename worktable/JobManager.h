@@ -1,0 +1,55 @@
+#pragma once
+
+#include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
+#include "worktable/WorkRecord.h"
+#include "worktable/WorkTable.h"
+
+#include <mutex>
+
+namespace qxm
+{
+
+/// A connector's place in the work table: its row, the row's trigger event, and the thread that keeps the row alive.
+/// Any thread may use it. The table outlives it.
+class WorkTable::JobManager
+{
+public:
+    /// Claims the first free row. Throws "No row available in QxWorkTable for job manager", "Event '<name>' already
+    /// exists" and what locking throws.
+    explicit JobManager(WorkTable& table);
+
+    /// Gives the row back.
+    ~JobManager();
+
+    JobManager(const JobManager&) = delete;
+    JobManager& operator=(const JobManager&) = delete;
+
+    /// The running work of all live job managers, this one included. Values that no honest owner writes (negative, not
+    /// finite) count as 0, the number of jobs saturates. Throws "Work table corruption detected in ..." when another
+    /// process has taken this one's row. Requires: a lock of the same table.
+    Work SumActiveWork(Lock& lock) const;
+
+    /// Writes the record into the row and wakes all live job managers, this one included; when the row says so already,
+    /// wakes nobody and returns false. Throws as SumActiveWork. Requires: a lock of the same table.
+    bool Publish(Lock& lock, const WorkRecord& record);
+
+    /// For a record that could not be published (the table was not to be had): the next heartbeat makes up for it,
+    /// unless a newer one is published before.
+    void PublishAtNextHeartbeat(const WorkRecord& record);
+
+    /// Waits interruptibly until this or another process's work changed since the last wait.
+    void WaitForTrigger(std::uint32_t timeoutMs = qpr::Infinite);
+
+    /// Wakes this job manager alone.
+    void SignalTrigger();
+
+    class RowInWorkTable;
+    std::size_t RowIndex() const noexcept;
+
+private:
+    std::unique_ptr<RowInWorkTable> m_row;
+    qpr::Thread m_heartbeat;
+};
+
+} // namespace qxm
