@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// What the error messages ask of the operating system. For runtime/ itself; everybody else uses Errors.h.
+namespace qpr
+{
+
+/// The system's words for an error number, or the number with which looking them up failed.
+struct SystemDescription
+{
+    std::wstring text;
+    std::uint32_t lookupError = 0; ///< 0: text holds the description as the system gave it
+};
+
+/// messageModule, a native module handle or null, is asked before the system.
+SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule);
+
+/// Without one trailing line feed and a carriage return before that.
+std::wstring_view WithoutLineEnd(std::wstring_view description) noexcept;
+
+} // namespace qpr

@@ -1,0 +1,87 @@
+#include "runtime/Utf8.h"
+
+#include "runtime/Utf8LossyDecoder.h"
+
+namespace qpr
+{
+namespace
+{
+
+constexpr char32_t replacement = 0xFFFD;
+
+constexpr bool IsHighSurrogate(char32_t unit) noexcept
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool IsLowSurrogate(char32_t unit) noexcept
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+void AppendUtf8(std::string& bytes, char32_t codePoint)
+{
+    const auto append = [&bytes](char32_t byte) { bytes.push_back(static_cast<char>(byte)); };
+    const auto appendTail = [&](int shift) { append(0x80 | ((codePoint >> shift) & 0x3F)); };
+    if (codePoint < 0x80)
+        return append(codePoint);
+    if (codePoint < 0x800)
+    {
+        append(0xC0 | (codePoint >> 6));
+    }
+    else
+    {
+        if (codePoint < 0x10000)
+        {
+            append(0xE0 | (codePoint >> 12));
+        }
+        else
+        {
+            append(0xF0 | (codePoint >> 18));
+            appendTail(12);
+        }
+        appendTail(6);
+    }
+    appendTail(0);
+}
+
+} // namespace
+
+std::string ToUtf8(std::wstring_view text)
+{
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        auto codePoint = static_cast<char32_t>(text[i]);
+        if (IsHighSurrogate(codePoint) && i + 1 < text.size() && IsLowSurrogate(static_cast<char32_t>(text[i + 1])))
+            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
+        else if (IsHighSurrogate(codePoint) || IsLowSurrogate(codePoint) || codePoint > 0x10FFFF)
+            codePoint = replacement;
+        AppendUtf8(bytes, codePoint);
+    }
+    return bytes;
+}
+
+std::wstring FromUtf8(std::string_view bytes)
+{
+    std::wstring text;
+    text.reserve(bytes.size());
+    Utf8LossyDecoder decoder;
+    decoder.Decode(bytes, text);
+    decoder.Finish(text);
+    return text;
+}
+
+void AppendCodePoint(std::wstring& text, char32_t codePoint)
+{
+    if (sizeof(wchar_t) == 2 && codePoint >= 0x10000)
+    {
+        text.push_back(static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10)));
+        text.push_back(static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF)));
+        return;
+    }
+    text.push_back(static_cast<wchar_t>(codePoint));
+}
+
+} // namespace qpr
