@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qxm
+{
+
+/// How a service's data is to be compressed, as configurations and command lines name it.
+enum class CompressionMode : std::uint32_t
+{
+    None = 0, ///< "none"
+    Zlib = 1, ///< "zlib"
+    Qlz14 = 2, ///< "qlz14"
+};
+
+/// The name to show; "???" for a value outside the enumeration.
+const wchar_t* CompressionModeName(CompressionMode mode) noexcept;
+
+} // namespace qxm

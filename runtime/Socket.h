@@ -1,0 +1,126 @@
+#pragma once
+
+#include "runtime/CancellableWaiter.h"
+#include "runtime/IReader.h"
+#include "runtime/IWriter.h"
+#include "runtime/NativeHandle.h"
+#include "runtime/SocketAddress.h"
+#include "runtime/WaitObject.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace qpr
+{
+
+/// A TCP socket, owned. Moves, does not copy; the destructor closes. Not inherited by child processes. Whatever would
+/// block waits through an IWaiter, so that it can be given up from outside. Used by one thread at a time, but that one
+/// thread may read it while another writes. Every failed call throws "<call>() failed" with the socket error.
+class Socket
+{
+public:
+    /// Keeps the system's socket library started while it lives; every open socket holds one.
+    class LibraryUser
+    {
+    public:
+        LibraryUser();
+        ~LibraryUser();
+        LibraryUser(const LibraryUser&) = delete;
+        LibraryUser& operator=(const LibraryUser&) = delete;
+    };
+
+    enum class Direction
+    {
+        Receive,
+        Send,
+        Both,
+    };
+
+    Socket() noexcept = default;
+    Socket(Socket&& other) noexcept;
+    Socket& operator=(Socket&& other) noexcept;
+    ~Socket();
+
+    static Socket Create(SocketAddress::Family family);
+
+    /// A socket that listens at the address; port 0 lets the system choose, GetLocalAddress tells.
+    static Socket Listen(const SocketAddress& address);
+
+    /// The next connection that is there, or none. Wait for InputObject before.
+    std::optional<Socket> TryAccept();
+
+    void Connect(const SocketAddress& address, const IWaiter& waiter = CancellableWaiter());
+
+    SocketAddress GetLocalAddress() const;
+    SocketAddress GetRemoteAddress() const;
+
+    void SetReceiveBufferSize(std::uint32_t bytes);
+    void SetSendBufferSize(std::uint32_t bytes);
+
+    /// Lets the system probe an idle connection, so that a peer whose computer has gone is noticed within minutes.
+    void EnableKeepAlive();
+
+    /// Sends small pieces at once instead of waiting for the peer's acknowledgement of the ones before.
+    void SendWithoutDelay();
+
+    void Shutdown(Direction direction);
+    void Close();
+
+    /// Returns when there is data, its end, or a connection to accept.
+    void WaitForInput(const IWaiter& waiter = CancellableWaiter()) const;
+
+    bool IsOpen() const noexcept { return m_handle.IsValid(); }
+    NativeHandle Handle() const noexcept { return m_handle; }
+
+    /// Signalled when there is data, its end, or a connection to accept.
+    WaitObject InputObject() const noexcept;
+
+private:
+    explicit Socket(NativeHandle handle) noexcept
+        : m_handle(handle)
+    {
+    }
+
+    NativeHandle m_handle;
+};
+
+/// Reads from a connected socket, which is not owned and outlives the reader, as does what it waits with.
+class SocketReader final : public IReader
+{
+public:
+    explicit SocketReader(Socket& socket, const Cancellation* cancellation = nullptr);
+    SocketReader(Socket& socket, const IWaiter& waiter);
+    SocketReader(const SocketReader&) = delete;
+    SocketReader& operator=(const SocketReader&) = delete;
+
+    /// Throws "WSARecv() failed".
+    std::size_t Read(void* buffer, std::size_t size) override;
+    bool InputPending() override;
+
+private:
+    Socket& m_socket; // not owned
+    CancellableWaiter m_cancellableWaiter;
+    const IWaiter& m_waiter; // not owned, or the one above
+};
+
+/// Writes to a connected socket, which is not owned and outlives the writer, as does what it waits with. After a write
+/// that was given up the peer may have a part of the data: the connection counts as broken.
+class SocketWriter final : public IWriter
+{
+public:
+    explicit SocketWriter(Socket& socket, const Cancellation* cancellation = nullptr);
+    SocketWriter(Socket& socket, const IWaiter& waiter);
+    SocketWriter(const SocketWriter&) = delete;
+    SocketWriter& operator=(const SocketWriter&) = delete;
+
+    /// Throws "WSASend() failed".
+    void Write(const void* buffer, std::size_t size) override;
+    void Flush() override { }
+
+private:
+    Socket& m_socket; // not owned
+    CancellableWaiter m_cancellableWaiter;
+    const IWaiter& m_waiter; // not owned, or the one above
+};
+
+} // namespace qpr
