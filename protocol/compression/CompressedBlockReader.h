@@ -1,0 +1,73 @@
+#pragma once
+
+#include "protocol/MemoryBuffer.h"
+#include "runtime/IReader.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <span>
+#include <string>
+
+namespace qpr
+{
+
+/// Takes frames, "[<length>|<payload>]", off a byte stream; a derived class unpacks their payloads. What arrives is
+/// hostile: every malformed frame is a RuntimeError, and reading on after one fails again.
+///
+/// Whether bytes are there without waiting is what the byte stream's buffer answers (in_avail).
+class CompressedBlockReader : public IReader
+{
+protected:
+    enum class Wait
+    {
+        Yes,
+        No, ///< take only what is there
+    };
+
+    enum class FrameState
+    {
+        Complete, ///< the payload is there
+        Incomplete, ///< some of it has not arrived; only without waiting
+        End, ///< the data ended before another frame
+    };
+
+    /// The byte stream is not owned and outlives the reader.
+    explicit CompressedBlockReader(std::istream& input)
+        : m_input(*input.rdbuf())
+    {
+    }
+
+    /// Brings in the next frame, or goes on with one that was incomplete. The payload stays until the next call.
+    FrameState ReadFrame(Wait wait);
+
+    std::span<const std::uint8_t> Payload() const;
+
+    /// True when the byte stream has bytes, or its end, to give at once.
+    bool InputAvailable() { return m_input.in_avail() != 0; }
+
+private:
+    enum class Step
+    {
+        Start,
+        Length,
+        Payload,
+        End,
+    };
+
+    FrameState TakeStart();
+    void TakeLengthDigit();
+    void TakePayload(Wait wait);
+    void TakeEnd();
+    int NextByte();
+    [[noreturn]] static void ThrowWrongDelimiter(char expected, const wchar_t* context, int got);
+
+    std::streambuf& m_input; // not owned
+    MemoryBuffer m_payload;
+    Step m_step = Step::Start;
+    std::string m_length;
+    std::size_t m_payloadSize = 0;
+    std::size_t m_payloadRead = 0;
+};
+
+} // namespace qpr
