@@ -27,14 +27,14 @@ private:
     std::string m_utf8Text;
 };
 
-/// Unwinds an interrupted thread up to its start routine. Deliberately no std::exception: nothing on the way takes it for
-/// an error.
+/// Unwinds an interrupted thread up to its start routine. Deliberately no std::exception: nothing on the way takes it
+/// for an error.
 class InterruptException
 {
 };
 
-/// A system thread that runs an IRunnable, and the waits that any thread blocks in. An interrupt takes effect only inside
-/// these waits and checks, where it surfaces as InterruptException; a thread that Thread did not start is never
+/// A system thread that runs an IRunnable, and the waits that any thread blocks in. An interrupt takes effect only
+/// inside these waits and checks, where it surfaces as InterruptException; a thread that Thread did not start is never
 /// interrupted. A Thread object is used by one thread at a time, but for Interrupt, which any thread may call while the
 /// object lives.
 class Thread
@@ -67,12 +67,17 @@ public:
     static bool WaitForObject(const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs = Infinite,
         bool timeoutsAllowed = false, int line = __builtin_LINE());
 
-    /// Waits for any of up to 64 objects: the index of the signalled one (the lowest of several), -1 on an allowed timeout.
+    /// Waits for any of up to 64 objects: the index of the signalled one (the lowest of several), -1 on an allowed
+    /// timeout.
     static int WaitForAnyObject(std::span<const WaitObject> objects, const wchar_t* location,
         std::uint32_t timeoutMs = Infinite, bool timeoutsAllowed = false, int line = __builtin_LINE());
 
 private:
     struct State;
+
+    /// What the new thread does: runs, reports what left Run, lets nothing out.
+    static void RunToEnd(IRunnable& runnable) noexcept;
+
     std::unique_ptr<State> m_state;
 };
 
@@ -90,4 +95,4 @@ private:
     bool m_outer;
 };
 
-}
+} // namespace qpr
