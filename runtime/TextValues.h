@@ -28,10 +28,11 @@ enum class UnitKind
     Bandwidth, ///< bps, Kbps, Mbps, Gbps
 };
 
-/// A number followed by a unit, in the kind's base unit (bytes, Hz, bps); the multiples are powers of 1024 for all three.
+/// A non-negative integer followed by a unit, with or without a blank, in the kind's base unit (bytes, Hz, bps); the
+/// multiples are powers of 1024 for all three.
 std::uint64_t ParseQuantity(std::wstring_view text, UnitKind kind, std::wstring_view description);
 
-/// The text without the double quotes that enclose it, if any do; an unmatched one is an error.
+/// The text without the double quotes that enclose it, if any do; an opening one without its closing one is an error.
 std::wstring ParseQuotedText(std::wstring_view text, std::wstring_view description);
 
-}
+} // namespace qpr
