@@ -47,7 +47,8 @@ struct XmlDocument
 
     /// Reads the stream to its end. A template holds the elements, children and attributes that are allowed; null
     /// allows all. Every failure is a RuntimeError "<name>: <what>".
-    static XmlDocument Read(std::istream& input, std::wstring documentName, const XmlElement* templateRoot = nullptr);
+    static XmlDocument Read(
+        std::istream& input, const std::wstring& documentName, const XmlElement* templateRoot = nullptr);
 };
 
 } // namespace qxm

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// What this process knows of itself. Any thread may ask.
+namespace qpr::CurrentProcess
+{
+
+/// The full path of the application's executable. Throws "GetModuleFileName() failed".
+std::wstring GetExecutablePath();
+
+std::uint32_t GetId() noexcept;
+
+/// The account that the process runs under; its number where the system has no name for it.
+std::wstring GetUserName();
+
+} // namespace qpr::CurrentProcess

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+/// File paths as texts. A configured path may be written with either separator, "/" or "\", on every system.
+namespace qpr
+{
+
+/// Begins with a separator of either kind, or with a drive and a separator ("C:\x"; "C:x" is relative).
+bool IsAbsolutePath(std::wstring_view path) noexcept;
+
+/// The same path with this system's separator throughout.
+std::wstring WithNativeSeparators(std::wstring_view path);
+
+/// The directory, this system's separator and the name.
+std::wstring JoinPath(std::wstring_view directory, std::wstring_view name);
+
+/// The part before the last separator of this system.
+std::wstring DirectoryOf(std::wstring_view path);
+
+/// Absolute, from this process's working directory if need be, with "." and ".." resolved in the text.
+std::wstring FullPath(std::wstring_view path);
+
+/// For the standard library's file functions.
+std::filesystem::path ToFilesystemPath(std::wstring_view path);
+
+} // namespace qpr

@@ -1,0 +1,41 @@
+#include "runtime/CurrentProcess.h"
+
+#include "runtime/Errors.h"
+#include "runtime/Utf8.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace qpr::CurrentProcess
+{
+
+std::wstring GetExecutablePath()
+{
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error)
+        ThrowSystemErrorWithNumber(L"GetModuleFileName() failed", L"qpr::CurrentProcess::GetExecutablePath",
+            static_cast<std::uint32_t>(error.value()));
+    return FromUtf8(path.native());
+}
+
+std::uint32_t GetId() noexcept
+{
+    return static_cast<std::uint32_t>(getpid());
+}
+
+std::wstring GetUserName()
+{
+    std::vector<char> buffer(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
+        buffer.resize(buffer.size() * 2);
+    return found ? FromUtf8(found->pw_name) : std::to_wstring(geteuid());
+}
+
+} // namespace qpr::CurrentProcess
