@@ -43,8 +43,9 @@ public:
 
     static Socket Create(SocketAddress::Family family);
 
-    /// A socket that listens at the address; port 0 lets the system choose, GetLocalAddress tells.
-    static Socket Listen(const SocketAddress& address);
+    /// A socket that listens at the address; port 0 lets the system choose, GetLocalAddress tells. The backlog bounds
+    /// how many connections may wait to be accepted.
+    static Socket Listen(const SocketAddress& address, int backlog = 128);
 
     /// The next connection that is there, or none. Wait for InputObject before.
     std::optional<Socket> TryAccept();

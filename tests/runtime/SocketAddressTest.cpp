@@ -1,0 +1,76 @@
+#include "runtime/SocketAddress.h"
+
+#include "runtime/Errors.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using qpr::SocketAddress;
+
+TEST(SocketAddressTest, WritesAddressesWithoutThePort)
+{
+    EXPECT_EQ(SocketAddress().ToText(), L"0.0.0.0");
+    EXPECT_EQ(SocketAddress(SocketAddress::Family::IPv4, {192, 168, 0, 255}, 80).ToText(), L"192.168.0.255");
+    EXPECT_EQ(
+        SocketAddress(SocketAddress::Family::IPv6, {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 80)
+            .ToText(),
+        L"2001:DB8:0:0:0:0:0:1");
+    EXPECT_EQ(SocketAddress(SocketAddress::Family::IPv6,
+                  {255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255}, 80)
+                  .ToText(),
+        L"FFFF:FFFF:FFFF:FFFF:FFFF:FFFF:FFFF:FFFF");
+}
+
+TEST(SocketAddressTest, TellsHostsApart)
+{
+    const SocketAddress loopback = SocketAddress::Loopback(1);
+    EXPECT_TRUE(loopback.IsSameHost(SocketAddress::Loopback(2)));
+    EXPECT_FALSE(loopback.IsSameHost(SocketAddress(SocketAddress::Family::IPv4, {127, 0, 0, 2}, 1)));
+    EXPECT_TRUE(loopback.IsLoopback());
+    EXPECT_TRUE(SocketAddress::Resolve(L"::1", L"1", SocketAddress::Family::IPv6).IsLoopback());
+    EXPECT_FALSE(SocketAddress().IsLoopback());
+}
+
+TEST(SocketAddressTest, ResolvesHostsAndPorts)
+{
+    EXPECT_EQ(SocketAddress::Resolve(L"127.0.0.1", L"57555"), SocketAddress::Loopback(57555));
+    EXPECT_EQ(SocketAddress::Resolve(L"localhost", L"65535"), SocketAddress::Loopback(65535));
+}
+
+TEST(SocketAddressTest, RefusesWhatIsNoAddress)
+{
+    const std::string lookupFailed = "GetAddrInfo() failed in qpr::SocketAddress::SetRemoteAddress.";
+    struct Case
+    {
+        const wchar_t* host;
+        const wchar_t* service;
+        std::string start;
+        std::string end;
+    };
+    const Case cases[] = {
+        {L"::1", L"7", "No remote address found for host '::1' and service '7'", ""},
+        {L"", L"7", lookupFailed, ", Winsock error number = 11001: Host not found."},
+        {L"127.0.0.1", L"", lookupFailed, ", Winsock error number = 10109: Class type not found."},
+        {L"127.0.0.1", L"65536", lookupFailed, ", Winsock error number = 10109: Class type not found."},
+        {L"127.0.0.1", L"-1", lookupFailed, ", Winsock error number = 10109: Class type not found."},
+        {L"127.0.0.1", L"no-such-service", lookupFailed, ", Winsock error number = 10109: Class type not found."},
+    };
+    for (const Case& test : cases)
+    {
+        try
+        {
+            SocketAddress::Resolve(test.host, test.service);
+            ADD_FAILURE() << "resolved, where expected: " << test.start;
+        }
+        catch (const qpr::RuntimeError& error)
+        {
+            EXPECT_THAT(error.what(), testing::StartsWith(test.start));
+            EXPECT_THAT(error.what(), testing::EndsWith(test.end));
+        }
+    }
+}
+
+} // namespace
