@@ -6,6 +6,7 @@
 #include "runtime/WaitObject.h"
 
 #include <memory>
+#include <utility>
 
 namespace qpr
 {
@@ -17,9 +18,20 @@ class PipeEnd
 {
 public:
     PipeEnd() noexcept = default;
-    explicit PipeEnd(NativeHandle handle) noexcept : m_handle(handle) { }
-    PipeEnd(PipeEnd&& other) noexcept;
-    PipeEnd& operator=(PipeEnd&& other) noexcept;
+    explicit PipeEnd(NativeHandle handle) noexcept
+        : m_handle(handle)
+    {
+    }
+    PipeEnd(PipeEnd&& other) noexcept
+        : m_handle(std::exchange(other.m_handle, {}))
+    {
+    }
+    PipeEnd& operator=(PipeEnd&& other) noexcept
+    {
+        PipeEnd taken(std::move(other));
+        std::swap(m_handle, taken.m_handle);
+        return *this;
+    }
     ~PipeEnd();
 
     /// Throws "CloseHandle() failed".
@@ -32,8 +44,8 @@ private:
 };
 
 /// A one-way pipe: what is written to the client end is read from the server end. Neither end is inherited by processes
-/// that are not given it. An overlapped end is one whose reads and writes can be interrupted: ours; the end for a child is
-/// a plain one.
+/// that are not given it. An overlapped end is one whose reads and writes can be interrupted: ours; the end for a child
+/// is a plain one.
 struct PipePair
 {
     PipePair(bool serverEndOverlapped, bool clientEndOverlapped);
@@ -88,4 +100,4 @@ private:
     std::unique_ptr<Overlapped> m_overlapped;
 };
 
-}
+} // namespace qpr

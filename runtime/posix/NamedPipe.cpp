@@ -1,0 +1,148 @@
+#include "runtime/NamedPipe.h"
+
+#include "runtime/Cancellation.h"
+#include "runtime/CheckedIntCast.h"
+#include "runtime/Errors.h"
+#include "runtime/Panic.h"
+#include "runtime/Thread.h"
+#include "runtime/posix/Descriptor.h"
+#include "runtime/posix/SigPipeBlock.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+// An overlapped end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
+// between two tries only when the pipe is empty or full.
+namespace qpr
+{
+
+namespace
+{
+
+/// What the system closed counts as closed, also when a signal came in between.
+bool CloseDescriptor(NativeHandle handle) noexcept
+{
+    return close(DescriptorOf(handle)) == 0 || errno == EINTR;
+}
+
+bool StopBlocking(NativeHandle handle) noexcept
+{
+    return fcntl(DescriptorOf(handle), F_SETFL, O_NONBLOCK) == 0;
+}
+
+void ThrowIfCancelled(const Cancellation* cancellation)
+{
+    if (cancellation)
+        cancellation->ThrowIfCancelled();
+}
+
+} // namespace
+
+PipeEnd::~PipeEnd()
+{
+    if (IsOpen() && !CloseDescriptor(m_handle))
+        Panic("CloseHandle(m_handle)", "qpr::PipeEnd::~PipeEnd");
+}
+
+void PipeEnd::Close()
+{
+    if (!CloseDescriptor(std::exchange(m_handle, {})))
+        ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
+}
+
+PipePair::PipePair(bool serverEndOverlapped, bool clientEndOverlapped)
+{
+    int descriptors[2];
+    if (pipe2(descriptors, O_CLOEXEC) != 0)
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    server = PipeEnd(HandleOf(descriptors[0]));
+    client = PipeEnd(HandleOf(descriptors[1]));
+    if ((serverEndOverlapped && !StopBlocking(server.Handle()))
+        || (clientEndOverlapped && !StopBlocking(client.Handle())))
+    {
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    }
+}
+
+struct IOReader::Overlapped
+{
+};
+
+IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
+    : m_handle(handle)
+    , m_cancellation(cancellation)
+{
+}
+
+IOReader::~IOReader() = default;
+
+std::size_t IOReader::Read(void* buffer, std::size_t size)
+{
+    Thread::CheckInterrupt();
+    ThrowIfCancelled(m_cancellation);
+    for (;;)
+    {
+        const ssize_t count = read(DescriptorOf(m_handle), buffer, size);
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno == EAGAIN)
+            Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
+        else if (errno != EINTR)
+            ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
+    }
+}
+
+bool PipeReader::InputPending()
+{
+    Thread::CheckInterrupt();
+    pollfd entry{DescriptorOf(m_handle), POLLIN, 0};
+    if (poll(&entry, 1, 0) < 0 && errno != EINTR)
+        ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);
+    if (entry.revents & POLLNVAL)
+        ThrowSystemErrorWithNumber(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", EBADF, 265);
+    return entry.revents != 0;
+}
+
+struct IOWriter::Overlapped
+{
+};
+
+IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
+    : m_handle(handle)
+    , m_cancellation(cancellation)
+{
+}
+
+IOWriter::~IOWriter() = default;
+
+void IOWriter::Write(const void* buffer, std::size_t size)
+{
+    std::size_t left = CheckedIntCast<std::uint32_t>(size);
+    const auto* next = static_cast<const char*>(buffer);
+    ThrowIfCancelled(m_cancellation);
+    const SigPipeBlock block;
+    while (left != 0)
+    {
+        const ssize_t count = write(DescriptorOf(m_handle), next, left);
+        if (count >= 0)
+        {
+            next += count;
+            left -= static_cast<std::size_t>(count);
+        }
+        else if (errno == EAGAIN)
+        {
+            Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
+        }
+        else if (errno != EINTR)
+        {
+            block.Consume();
+            ThrowSystemError(L"WriteFile/GetOverlappedResult() failed", L"qpr::IOWriter::Write", 65);
+        }
+    }
+    Thread::CheckInterrupt();
+}
+
+} // namespace qpr
