@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iosfwd>
+#include <string>
 
 namespace qexpr
 {
@@ -28,6 +29,9 @@ public:
 
     /// Writes the canonical form, in which every operator is a function call: add(float A, mul(float B, 2)).
     virtual void Print(std::wostream& stream) const = 0;
+
+    /// The canonical form as a text.
+    std::wstring ToText() const;
 
     /// The number of nodes on the longest way down, this one included.
     std::uint32_t Depth() const noexcept { return m_depth; }

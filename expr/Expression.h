@@ -3,7 +3,6 @@
 #include "expr/ASTNode.h"
 #include "expr/VariableReference.h"
 
-#include <iosfwd>
 #include <set>
 #include <string>
 #include <string_view>
@@ -29,14 +28,18 @@ using UsedVariables = std::set<qpr::CountedPtr<VariableReference>, VariableNameO
 class Expression final : public qpr::ReferenceCounted
 {
 public:
-    Expression(NodePtr root, UsedVariables usedVariables);
+    Expression(NodePtr root, UsedVariables usedVariables) noexcept
+        : m_root(std::move(root))
+        , m_usedVariables(std::move(usedVariables))
+    {
+    }
 
     const ASTNode& GetRoot() const noexcept { return *m_root; }
     Value::Type GetValueType() const { return m_root->GetValueType(); }
     const UsedVariables& GetUsedVariables() const noexcept { return m_usedVariables; }
 
     /// The canonical form of the formula, which tells how it was read: add(float A, mul(float B, 2)).
-    std::wstring ToText() const;
+    std::wstring ToText() const { return m_root->ToText(); }
 
 private:
     NodePtr m_root;

@@ -45,14 +45,20 @@ public:
 
     const Token& Current() const { return m_token; }
 
+    /// Reads the next token, which must be this one character.
+    void ExpectSymbol(wchar_t symbol);
+
     /// Throws ParseError at the current token.
     [[noreturn]] void ThrowError(std::wstring_view message) const;
 
+    /// The same: "Expected <what> but got '<current token>'", without the last part at the end of the text.
+    [[noreturn]] void ThrowExpected(std::wstring_view what) const;
+
 private:
     void SkipWhiteSpace();
+    bool NextIs(wchar_t c) const;
+    void TakeToken(TokenKind kind, std::size_t length);
     void ReadSymbol(std::size_t length);
-    void ReadComparison();
-    void ReadLogical();
     void ReadWord();
     void ReadNumber();
     void ReadString();
@@ -64,7 +70,7 @@ private:
     bool m_pushedBack = false;
 };
 
-/// A word that names a variable: one character, or not made of lower-case letters only, so that the set of reserved
+/// Whether a word names a variable: one character, or not made of lower-case letters only, so that the set of reserved
 /// words can grow without breaking formulas.
 bool IsVariableName(std::wstring_view word);
 

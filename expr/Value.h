@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <new>
@@ -33,45 +34,52 @@ public:
 
     Value() noexcept
         : m_type(Type_Undefined)
-        , m_text(nullptr)
+        , m_content{}
     {
     }
     explicit Value(float number) noexcept
         : m_type(Type_Float)
-        , m_float(number)
+        , m_content{.number = number}
     {
     }
     explicit Value(bool flag) noexcept
         : m_type(Type_Bool)
-        , m_bool(flag)
+        , m_content{.flag = flag}
     {
     }
     /// The text up to its first zero character. Throws OutOfMemoryException.
-    explicit Value(const std::wstring& text);
-    explicit Value(const wchar_t* text);
+    explicit Value(const std::wstring& text)
+        : Value(text.c_str())
+    {
+    }
+    explicit Value(const wchar_t* text)
+        : m_type(Type_String)
+        , m_content{.text = Duplicate(text)}
+    {
+    }
 
     Value(const Value& other)
         : m_type(other.m_type)
-        , m_text(other.m_text)
+        , m_content(other.m_content)
     {
         if (m_type == Type_String)
-            m_text = Duplicate(other.m_text);
+            m_content.text = Duplicate(other.m_content.text);
     }
     Value(Value&& other) noexcept
         : m_type(std::exchange(other.m_type, Type_Undefined))
-        , m_text(std::exchange(other.m_text, nullptr))
+        , m_content(other.m_content)
     {
     }
     Value& operator=(Value other) noexcept
     {
         std::swap(m_type, other.m_type);
-        std::swap(m_text, other.m_text);
+        std::swap(m_content, other.m_content);
         return *this;
     }
     ~Value()
     {
         if (m_type == Type_String)
-            delete[] m_text;
+            delete[] m_content.text;
     }
 
     Type GetType() const noexcept { return m_type; }
@@ -81,13 +89,13 @@ public:
     {
         if (m_type != Type_Float)
             ThrowNoFloat();
-        return m_float;
+        return m_content.number;
     }
     explicit operator bool() const
     {
         if (m_type != Type_Bool)
             ThrowNoBool();
-        return m_bool;
+        return m_content.flag;
     }
     explicit operator std::wstring() const;
 
@@ -109,17 +117,19 @@ private:
     [[noreturn]] static void ThrowNoFloat();
     [[noreturn]] static void ThrowNoBool();
 
-    Type m_type;
-    union
+    union Content
     {
-        float m_float;
-        wchar_t* m_text; // owned, zero-terminated
-        bool m_bool;
+        float number;
+        wchar_t* text; // owned, zero-terminated
+        bool flag;
     };
+
+    Type m_type;
+    Content m_content;
 };
 
 /// Variables by name, in ordinal order of the names.
-using ValueMap = std::map<std::wstring, Value>;
-using ValueTypeMap = std::map<std::wstring, Value::Type>;
+using ValueMap = std::map<std::wstring, Value, std::less<>>;
+using ValueTypeMap = std::map<std::wstring, Value::Type, std::less<>>;
 
 } // namespace qexpr

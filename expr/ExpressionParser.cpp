@@ -1,0 +1,175 @@
+#include "expr/ExpressionParser.h"
+
+#include "expr/BinaryOperation.h"
+#include "expr/Constant.h"
+#include "expr/Functions.h"
+#include "expr/IfThenElse.h"
+#include "expr/InfixExpressionContext.h"
+#include "expr/Nesting.h"
+#include "expr/UnaryOperation.h"
+
+namespace qexpr
+{
+
+namespace
+{
+
+/// A function in call syntax; the pointer that is not null tells the number of arguments.
+struct Function
+{
+    const wchar_t* name;
+    FloatFunction unary;
+    FloatPairFunction binary;
+};
+
+constexpr Function FunctionTable[] = {
+    {L"sqrt", functions::Sqrt, nullptr},
+    {L"abs", functions::Abs, nullptr},
+    {L"min", nullptr, functions::Min},
+    {L"max", nullptr, functions::Max},
+    {L"pow", nullptr, functions::Pow},
+};
+
+const Function* FindFunction(std::wstring_view word)
+{
+    for (const Function& function : FunctionTable)
+        if (word == function.name)
+            return &function;
+    return nullptr;
+}
+
+bool IsTypeHint(std::wstring_view word)
+{
+    return word == L"float" || word == L"string" || word == L"bool";
+}
+
+} // namespace
+
+NodePtr ExpressionParser::ParseExpression(Value::Type type, std::wstring_view terminator, Value::Type firstOperandType)
+{
+    if (!m_lexer.ReadToken())
+        m_lexer.ThrowError(L"Missing token");
+    if (m_lexer.Current().text == L"if")
+        return ParseConditional(type, terminator);
+    m_lexer.PushBack();
+    return ParseInfixExpression(type, terminator, firstOperandType);
+}
+
+NodePtr ExpressionParser::ParseConditional(Value::Type type, std::wstring_view terminator)
+{
+    const NestingLevel level(m_nesting, m_lexer);
+    NodePtr condition = ParseExpression(Value::Type_Bool, L"then");
+    NodePtr thenNode = ParseExpression(type, L"else");
+    NodePtr elseNode = ParseExpression(thenNode->GetValueType(), terminator);
+    if (thenNode->GetValueType() == Value::Type_Undefined && elseNode->GetValueType() != Value::Type_Undefined)
+        thenNode->SetDefinedValueType(elseNode->GetValueType());
+    return BoundedNode(
+        qpr::MakeCounted<IfThenElse>(std::move(condition), std::move(thenNode), std::move(elseNode)), m_lexer);
+}
+
+NodePtr ExpressionParser::ParseInfixExpression(
+    Value::Type type, std::wstring_view terminator, Value::Type firstOperandType)
+{
+    InfixExpressionContext context(m_lexer);
+    context.PushOperand(ParseOperand(firstOperandType));
+    for (;;)
+    {
+        const bool anyToken = m_lexer.ReadToken();
+        if (m_lexer.Current().text == terminator) // at the end of the text both may be empty
+            return context.GetExpression(type);
+        const InfixOperator* const infixOperator = anyToken ? FindInfixOperator(m_lexer.Current().text) : nullptr;
+        if (!infixOperator)
+            m_lexer.ThrowExpected(terminator.empty() ? L"end of input" : terminator);
+        context.PushOperator(*infixOperator);
+        context.PushOperand(ParseOperand(Value::Type_Undefined));
+    }
+}
+
+NodePtr ExpressionParser::ParseOperand(Value::Type type)
+{
+    if (!m_lexer.ReadToken())
+        m_lexer.ThrowError(L"Missing token");
+    const Token& token = m_lexer.Current();
+    switch (token.kind)
+    {
+    case TokenKind::Number:
+        RequireAllowed(Value::Type_Float, type);
+        return qpr::MakeCounted<Constant>(Value(token.number));
+    case TokenKind::String:
+        RequireAllowed(Value::Type_String, type);
+        return qpr::MakeCounted<Constant>(Value(std::wstring(token.string)));
+    case TokenKind::Word:
+        return IsVariableName(token.text) ? m_variables.Use(type) : ParseWord(type);
+    default:
+        return ParseSymbol(type);
+    }
+}
+
+NodePtr ExpressionParser::ParseSymbol(Value::Type type)
+{
+    const wchar_t symbol = m_lexer.Current().text.front();
+    if (symbol == L'+' || symbol == L'-')
+        return ParseSign(type);
+    if (symbol != L'(')
+        m_lexer.ThrowError(L"Invalid token '" + std::wstring(m_lexer.Current().text) + L"'");
+    const NestingLevel level(m_nesting, m_lexer);
+    return ParseExpression(type, L")");
+}
+
+NodePtr ExpressionParser::ParseSign(Value::Type type)
+{
+    RequireAllowed(Value::Type_Float, type);
+    const NestingLevel level(m_nesting, m_lexer);
+    const bool negative = m_lexer.Current().text == L"-";
+    NodePtr operand = ParseOperand(Value::Type_Float);
+    if (!negative)
+        return operand;
+    return BoundedNode(qpr::MakeCounted<FloatOperation>(L"neg", functions::Neg, std::move(operand)), m_lexer);
+}
+
+NodePtr ExpressionParser::ParseWord(Value::Type type)
+{
+    const std::wstring_view word = m_lexer.Current().text;
+    if (word == L"true" || word == L"false")
+    {
+        RequireAllowed(Value::Type_Bool, type);
+        return qpr::MakeCounted<Constant>(Value(word == L"true"));
+    }
+    return IsTypeHint(word) ? ParseTypeHint(type) : ParseFunctionCall();
+}
+
+NodePtr ExpressionParser::ParseTypeHint(Value::Type type)
+{
+    if (type != Value::Type_Undefined)
+        m_lexer.ThrowError(L"Redundant type hint");
+    return ParseOperand(Value::StringToType(m_lexer.Current().text));
+}
+
+NodePtr ExpressionParser::ParseFunctionCall()
+{
+    const Function* const function = FindFunction(m_lexer.Current().text);
+    if (!function)
+        m_lexer.ThrowError(L"Invalid token '" + std::wstring(m_lexer.Current().text) + L"'");
+    const NestingLevel level(m_nesting, m_lexer);
+    m_lexer.ExpectSymbol(L'(');
+    NodePtr arg0 = ParseArgument(function->binary ? L"," : L")");
+    if (function->unary)
+        return BoundedNode(qpr::MakeCounted<FloatOperation>(function->name, function->unary, std::move(arg0)), m_lexer);
+    NodePtr arg1 = ParseArgument(L")");
+    return BoundedNode(
+        qpr::MakeCounted<ArithmeticOperation>(function->name, function->binary, std::move(arg0), std::move(arg1)),
+        m_lexer);
+}
+
+NodePtr ExpressionParser::ParseArgument(std::wstring_view terminator)
+{
+    return ParseExpression(Value::Type_Float, terminator, Value::Type_Float);
+}
+
+void ExpressionParser::RequireAllowed(Value::Type operandType, Value::Type type) const
+{
+    if (type != Value::Type_Undefined && type != operandType)
+        m_lexer.ThrowExpected(std::wstring(Value::TypeToString(type)) + L" expression");
+}
+
+} // namespace qexpr

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "expr/ASTNode.h"
+#include "expr/InfixOperator.h"
+#include "expr/Lexer.h"
+
+#include <array>
+
+namespace qexpr
+{
+
+/// Operands and operators of one infix expression, reduced to a tree by precedence. All operators associate to the
+/// left,
+/// "^" too. Errors are ParseError at the lexer's current token.
+class InfixExpressionContext
+{
+public:
+    explicit InfixExpressionContext(const Lexer& lexer)
+        : m_lexer(lexer)
+    {
+    }
+
+    void PushOperand(NodePtr operand) { m_operands[m_operandCount++] = std::move(operand); }
+
+    /// Reduces what binds at least as tightly first.
+    void PushOperator(const InfixOperator& infixOperator);
+
+    /// Reduces all that is pending, every operation being required to give the type (so "X < Y + 1" is no bool), and
+    /// requires the type of the result. An undefined type requires nothing.
+    NodePtr GetExpression(Value::Type requiredType);
+
+private:
+    NodePtr PopOperand();
+    void ReduceTopOperator(Value::Type requiredType);
+    NodePtr MakeOperation(
+        const InfixOperator& infixOperator, NodePtr left, NodePtr right, Value::Type requiredType) const;
+    bool MatchOperands(ASTNode& left, ASTNode& right, Value::Type type) const;
+    NodePtr RequireType(NodePtr expression, Value::Type requiredType) const;
+
+    const Lexer& m_lexer;
+    // Pending operators bind ever tighter, so that there is at most one a level.
+    std::array<NodePtr, InfixOperatorLevels + 1> m_operands;
+    std::array<const InfixOperator*, InfixOperatorLevels> m_operators;
+    std::size_t m_operandCount = 0;
+    std::size_t m_operatorCount = 0;
+};
+
+} // namespace qexpr
