@@ -22,11 +22,13 @@ public:
     bool InputPending() override;
 
 private:
+    bool BringFrame(Wait wait);
     std::size_t TakeUnpacked(std::uint8_t* target, std::size_t size);
     std::size_t Unpack(std::uint8_t* target, std::size_t size);
 
     quicklz::Decompressor m_decompressor;
     bool m_frameReady = false; ///< the next frame is there, not yet unpacked
+    bool m_endSeen = false;
     MemoryBuffer m_unpacked; ///< a packet that did not fit into the caller's buffer
     std::size_t m_unpackedSize = 0;
     std::size_t m_unpackedRead = 0;

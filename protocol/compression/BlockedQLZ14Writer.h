@@ -3,8 +3,6 @@
 #include "protocol/compression/CompressedBlockWriter.h"
 #include "protocol/compression/QuickLzCompressor.h"
 
-#include <memory>
-
 namespace qpr
 {
 
@@ -24,6 +22,8 @@ public:
     void Flush() override;
 
 private:
+    std::size_t Collect(const std::uint8_t* source, std::size_t size);
+    void SendPending();
     void SendBlock(const std::uint8_t* data, std::size_t size);
 
     const std::size_t m_blockSize;

@@ -31,6 +31,7 @@ public:
 
 private:
     void SendProduced();
+    void StartBuffer();
 
     z_stream m_stream = {};
     const std::size_t m_bufferSize;

@@ -22,13 +22,14 @@ protected:
     enum class Wait
     {
         Yes,
+        OnceArriving, ///< only when something of it is there
         No, ///< take only what is there
     };
 
     enum class FrameState
     {
         Complete, ///< the payload is there
-        Incomplete, ///< some of it has not arrived; only without waiting
+        Incomplete, ///< not all of it has arrived; never with Wait::Yes
         End, ///< the data ended before another frame
     };
 
@@ -55,12 +56,11 @@ private:
         End,
     };
 
-    FrameState TakeStart();
+    bool AtEnd();
+    int PeekByte();
+    void TakeDelimiter(char expected, const wchar_t* context, Step next);
     void TakeLengthDigit();
     void TakePayload(Wait wait);
-    void TakeEnd();
-    int NextByte();
-    [[noreturn]] static void ThrowWrongDelimiter(char expected, const wchar_t* context, int got);
 
     std::streambuf& m_input; // not owned
     MemoryBuffer m_payload;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 /// What both sides of the level-1 packet of "BlockedQLZ14" share: the header, and the table of positions that a match
 /// refers to. docs/CompressedStreams.md describes the format.
@@ -33,6 +34,9 @@ void WriteHeader(const PacketHeader& header, std::uint8_t* packet);
 /// Throws when the header is cut off, has another level or reserved bits, or sizes that cannot be: "Invalid
 /// uncompressed block length <size>" for less than 1 or more than MaxCompressedBlockSize.
 PacketHeader ReadHeader(std::span<const std::uint8_t> packet);
+
+/// Throws "Invalid compressed data: <what>".
+[[noreturn]] void ThrowInvalidData(std::wstring_view what);
 
 /// The number of entries of the table.
 inline constexpr std::size_t TableSize = 4096;

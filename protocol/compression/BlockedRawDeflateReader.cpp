@@ -1,0 +1,90 @@
+#include "protocol/compression/BlockedRawDeflateReader.h"
+
+#include "protocol/compression/ZlibError.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace qpr
+{
+
+namespace
+{
+
+constexpr int RawWindowBits = -15;
+
+} // namespace
+
+BlockedRawDeflateReader::BlockedRawDeflateReader(std::istream& input)
+    : CompressedBlockReader(input)
+{
+    const int result = inflateInit2(&m_stream, RawWindowBits);
+    if (result != Z_OK)
+        ThrowZlibError(L"inflateInit2() failed", result);
+}
+
+BlockedRawDeflateReader::~BlockedRawDeflateReader()
+{
+    inflateEnd(&m_stream);
+}
+
+std::size_t BlockedRawDeflateReader::Read(void* buffer, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    auto* const target = static_cast<std::uint8_t*>(buffer);
+    if (!m_hasByteAhead)
+        return Unpack(target, size, Wait::Yes);
+    target[0] = m_byteAhead;
+    m_hasByteAhead = false;
+    return 1 + Unpack(target + 1, size - 1, Wait::OnceArriving);
+}
+
+bool BlockedRawDeflateReader::InputPending()
+{
+    if (!m_hasByteAhead && !m_endSeen)
+        m_hasByteAhead = Unpack(&m_byteAhead, 1, Wait::No) != 0;
+    return m_hasByteAhead || m_endSeen;
+}
+
+/// Returns the number of bytes produced; having some, it waits only for a frame that is arriving.
+std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t size, Wait wait)
+{
+    const std::size_t room = std::min<std::size_t>(size, std::numeric_limits<uInt>::max());
+    m_stream.next_out = target;
+    m_stream.avail_out = static_cast<uInt>(room);
+    while (m_stream.avail_out != 0)
+    {
+        if (m_stream.avail_in == 0 && !m_outputHeldBack && !BringInput(wait))
+            break;
+        Inflate();
+        if (wait == Wait::Yes && m_stream.avail_out != room)
+            wait = Wait::OnceArriving;
+    }
+    return room - m_stream.avail_out;
+}
+
+bool BlockedRawDeflateReader::BringInput(Wait wait)
+{
+    if (m_endSeen)
+        return false;
+    const FrameState state = ReadFrame(wait);
+    m_endSeen = state == FrameState::End;
+    if (state != FrameState::Complete)
+        return false;
+    m_stream.next_in = const_cast<Bytef*>(Payload().data());
+    m_stream.avail_in = static_cast<uInt>(Payload().size());
+    return true;
+}
+
+/// A window that was filled to its end may hide output that needs no further input; asking for it in vain is no error.
+void BlockedRawDeflateReader::Inflate()
+{
+    const bool mayBeInVain = m_outputHeldBack && m_stream.avail_in == 0;
+    const int result = inflate(&m_stream, Z_SYNC_FLUSH);
+    m_outputHeldBack = m_stream.avail_out == 0;
+    if (result != Z_OK && !(mayBeInVain && result == Z_BUF_ERROR))
+        ThrowZlibError(L"inflate() failed", result);
+}
+
+} // namespace qpr

@@ -1,0 +1,84 @@
+#include "protocol/compression/BlockedRawDeflateWriter.h"
+
+#include "protocol/compression/ZlibError.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace qpr
+{
+
+namespace
+{
+
+constexpr int RawWindowBits = -15;
+constexpr int MemoryLevel = 8;
+
+} // namespace
+
+BlockedRawDeflateWriter::BlockedRawDeflateWriter(std::ostream& output, std::size_t bufferSize, int level)
+    : CompressedBlockWriter(output)
+    , m_bufferSize(bufferSize)
+    , m_buffer(PayloadRoom(bufferSize))
+{
+    const int result = deflateInit2(&m_stream, level, Z_DEFLATED, RawWindowBits, MemoryLevel, Z_DEFAULT_STRATEGY);
+    if (result != Z_OK)
+        ThrowZlibError(L"deflateInit2() failed", result);
+    StartBuffer();
+}
+
+BlockedRawDeflateWriter::~BlockedRawDeflateWriter()
+{
+    deflateEnd(&m_stream);
+}
+
+void BlockedRawDeflateWriter::Write(const void* buffer, std::size_t size)
+{
+    auto* source = static_cast<const Bytef*>(buffer);
+    while (size != 0)
+    {
+        const std::size_t piece = std::min<std::size_t>(size, std::numeric_limits<uInt>::max());
+        m_stream.next_in = const_cast<Bytef*>(source);
+        m_stream.avail_in = static_cast<uInt>(piece);
+        while (m_stream.avail_in != 0)
+        {
+            const int result = deflate(&m_stream, Z_NO_FLUSH);
+            if (result != Z_OK)
+                ThrowZlibError(L"deflate() failed", result);
+            if (m_stream.avail_out == 0)
+                SendProduced();
+        }
+        source += piece;
+        size -= piece;
+    }
+}
+
+void BlockedRawDeflateWriter::Flush()
+{
+    for (;;)
+    {
+        const int result = deflate(&m_stream, Z_SYNC_FLUSH);
+        if (result == Z_BUF_ERROR)
+            break;
+        if (result != Z_OK)
+            ThrowZlibError(L"deflate() failed", result);
+        SendProduced();
+    }
+    FlushOutput();
+}
+
+void BlockedRawDeflateWriter::SendProduced()
+{
+    const std::size_t produced = m_bufferSize - m_stream.avail_out;
+    StartBuffer();
+    if (produced != 0)
+        SendFrame(produced);
+}
+
+void BlockedRawDeflateWriter::StartBuffer()
+{
+    m_stream.next_out = m_buffer;
+    m_stream.avail_out = static_cast<uInt>(m_bufferSize);
+}
+
+} // namespace qpr
