@@ -1,0 +1,65 @@
+#pragma once
+
+#include "config/ServiceInfo.h"
+#include "expr/Evaluator.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace qxm
+{
+
+/// A service's compiled usage formulas. Built and destroyed by one thread at a time; everything else is const, changes
+/// no reference count and may be called by several threads at once.
+class UsageModel
+{
+public:
+    /// Null for a service that lacks the processor or the memory formula. Throws the formulas' errors, which begin with
+    /// what is wrong and end with "of <element> of service '<name>'".
+    static std::unique_ptr<const UsageModel> Build(const ServiceInfo& service);
+
+    /// The attributes that the formulas refer to, converted to the types they have there; others are left out. Throws
+    /// for an attribute named ProcessorCount, which is never the caller's to give, and for a text that cannot be
+    /// converted.
+    qexpr::ValueMap Bind(const std::map<std::wstring, std::wstring>& attributes) const;
+
+    /// The processors that a call is expected to keep busy when it may use processorCount of them. Changes the value of
+    /// ProcessorCount in the inputs. Throws for a negative result.
+    float ProcessorUsage(qexpr::ValueMap& inputs, std::uint64_t processorCount) const;
+
+    /// How many processors a call is told to use, and what memory it then needs.
+    struct ProcessorChoice
+    {
+        std::uint32_t numberOfProcessors = 0; ///< 0: the memory does not depend on it
+        float memoryInMB = 0; ///< 0 when no processors are offered
+    };
+
+    /// The largest number of processors up to those offered with which the memory stays within the limit, else 1.
+    /// Changes the value of ProcessorCount in the inputs. Throws for a negative result.
+    ProcessorChoice ChooseProcessors(
+        qexpr::ValueMap& inputs, std::uint32_t offeredProcessors, float memoryLimitInMB) const;
+
+private:
+    /// A formula and the name by which errors call it.
+    struct Formula
+    {
+        std::wstring sourceName;
+        qexpr::ExpressionPtr expression;
+        bool usesProcessorCount = false;
+    };
+
+    explicit UsageModel(const ServiceInfo& service);
+
+    Formula Compile(const std::wstring& text, const wchar_t* elementName, const std::wstring& serviceName);
+    float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
+    float EvaluateFor(const Formula& formula, qexpr::ValueMap& inputs, std::uint64_t processorCount) const;
+
+    qexpr::Evaluator m_evaluator;
+    Formula m_processorUsage;
+    Formula m_memoryUsage;
+    qexpr::ValueTypeMap m_inputTypes;
+};
+
+} // namespace qxm
