@@ -1,11 +1,11 @@
 #pragma once
 
-#include "runtime/IRunnable.h"
 #include "runtime/Thread.h"
 #include "worktable/WorkRecord.h"
 #include "worktable/WorkTable.h"
 
-#include <mutex>
+#include <cstdint>
+#include <memory>
 
 namespace qxm
 {
@@ -15,6 +15,8 @@ namespace qxm
 class WorkTable::JobManager
 {
 public:
+    class RowInWorkTable; ///< worktable/RowInWorkTable.h
+
     /// Claims the first free row. Throws "No row available in QxWorkTable for job manager", "Event '<name>' already
     /// exists" and what locking throws.
     explicit JobManager(WorkTable& table);
@@ -31,25 +33,22 @@ public:
     Work SumActiveWork(Lock& lock) const;
 
     /// Writes the record into the row and wakes all live job managers, this one included; when the row says so already,
-    /// wakes nobody and returns false. Throws as SumActiveWork. Requires: a lock of the same table.
+    /// wakes nobody and returns false. Throws as SumActiveWork, the row untouched. Requires: a lock of the same table.
     bool Publish(Lock& lock, const WorkRecord& record);
 
     /// For a record that could not be published (the table was not to be had): the next heartbeat makes up for it,
-    /// unless a newer one is published before.
+    /// unless another one is published before.
     void PublishAtNextHeartbeat(const WorkRecord& record);
 
-    /// Waits interruptibly until this or another process's work changed since the last wait.
+    /// Waits interruptibly until this or another process's work changed since the last wait. One thread waits.
     void WaitForTrigger(std::uint32_t timeoutMs = qpr::Infinite);
 
     /// Wakes this job manager alone.
     void SignalTrigger();
 
-    class RowInWorkTable;
-    std::size_t RowIndex() const noexcept;
-
 private:
     std::unique_ptr<RowInWorkTable> m_row;
-    qpr::Thread m_heartbeat;
+    qpr::Thread m_heartbeat; // ends before the row that it runs
 };
 
 } // namespace qxm

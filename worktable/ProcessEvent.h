@@ -43,7 +43,7 @@ private:
 };
 
 /// Signals events of other processes by their number in a fixed list of names, at the least cost: nothing is opened and
-/// nothing allocated for a signal. Any thread may use it.
+/// nothing allocated for a signal. One thread at a time.
 class ProcessEventGroup
 {
 public:

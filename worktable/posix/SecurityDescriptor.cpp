@@ -1,0 +1,20 @@
+#include "worktable/SecurityDescriptor.h"
+
+#include "worktable/posix/SecurityDescriptorBuffer.h"
+
+namespace qpr
+{
+
+SecurityDescriptor::SecurityDescriptor()
+    : m_buffer(std::make_unique<Buffer>())
+{
+}
+
+SecurityDescriptor::~SecurityDescriptor() = default;
+
+void SecurityDescriptor::GrantAllAccess()
+{
+    m_buffer->grantsAllAccess = true;
+}
+
+} // namespace qpr
