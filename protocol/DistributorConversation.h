@@ -21,6 +21,9 @@ struct DistributorServiceRequest
     bool logServiceExecutionInfo = false;
 };
 
+/// The distributor's answer to a request that it will serve.
+inline constexpr wchar_t serviceRequestAcceptedLine[] = L"service request accepted";
+
 /// The request as its line, without the line end. Throws "Invalid service name '<name>'" for one that cannot be written
 /// as a word of a line, and what serialising the attributes throws.
 std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);

@@ -31,7 +31,7 @@ public:
 
     /// Sends the request and waits until it is accepted and the log-port line has begun to arrive: a servant is there.
     /// False when the give-up object was signalled first; the connection is then closed. Throws what
-    /// SocketAddress::Resolve and SendServiceRequest throw.
+    /// SocketAddress::Resolve and SendServiceRequest throw, and what a log-port line that never came is reported with.
     bool WaitUntilReady();
 
     /// Requires: ready. Sets both connections up for a servant's data: their buffers, and keep-alive.

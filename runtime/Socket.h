@@ -70,6 +70,10 @@ public:
     /// Returns when there is data, its end, or a connection to accept.
     void WaitForInput(const IWaiter& waiter = CancellableWaiter()) const;
 
+    /// Whether the peer has ended its data and all of it has been read; does not block. Throws when the connection
+    /// broke.
+    bool HasInputEnded() const;
+
     bool IsOpen() const noexcept { return m_handle.IsValid(); }
     NativeHandle Handle() const noexcept { return m_handle; }
 

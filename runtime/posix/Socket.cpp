@@ -182,6 +182,15 @@ void Socket::WaitForInput(const IWaiter& waiter) const
     waiter.WaitFor(InputObject(), L"qpr::Socket::WaitForInput");
 }
 
+bool Socket::HasInputEnded() const
+{
+    char byte = 0;
+    const ssize_t count = recv(Descriptor(m_handle), &byte, 1, MSG_PEEK);
+    if (count == -1 && !WouldBlock(errno) && errno != EINTR)
+        ThrowSocketError(L"WSARecv() failed", L"qpr::Socket::HasInputEnded");
+    return count == 0;
+}
+
 WaitObject Socket::InputObject() const noexcept
 {
     return WaitObject(m_handle, WaitObject::Kind_Readable);

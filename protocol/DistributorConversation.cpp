@@ -1,0 +1,118 @@
+#include "protocol/DistributorConversation.h"
+
+#include "config/Arguments.h"
+#include "protocol/LineConversation.h"
+#include "protocol/SocketStreams.h"
+#include "protocol/Utf8Streams.h"
+#include "runtime/Errors.h"
+
+#include <algorithm>
+
+namespace qxm
+{
+namespace
+{
+
+constexpr Version minimumDistributorVersion{13, 0, 0};
+constexpr std::size_t outputBufferSize = 1024;
+
+/// A word of a line, between quotes where it needs them; there is no escape for what quotes cannot hold.
+std::wstring QuotedServiceName(const std::wstring& name)
+{
+    const auto isControl = [](wchar_t character) { return character < L' '; };
+    const bool hasDoubleQuote = name.find(L'"') != std::wstring::npos;
+    const bool hasSingleQuote = name.find(L'\'') != std::wstring::npos;
+    if (name.empty() || name.find(L'=') != std::wstring::npos || std::ranges::any_of(name, isControl)
+        || (hasDoubleQuote && hasSingleQuote))
+        throw qpr::RuntimeError(L"Invalid service name '" + name + L"'");
+    if (hasDoubleQuote)
+        return L'\'' + name + L'\'';
+    if (hasSingleQuote || std::ranges::any_of(name, IsWhiteSpace))
+        return L'"' + name + L'"';
+    return name;
+}
+
+/// The lines of one conversation, over a connected socket: nothing is read beyond the lines asked for, so that the
+/// socket can be handed on.
+class Conversation
+{
+public:
+    Conversation(qpr::Socket& socket, const qpr::IWaiter& waiter)
+        : m_reader(socket, waiter)
+        , m_writer(socket, waiter)
+    {
+    }
+
+    void ReadGreeting()
+    {
+        const HostDescription distributor = HostDescription::Read(ReadLine(m_input), L"distributor");
+        std::wstring reason;
+        if (!ReadPrompt(m_input, reason))
+            throw qpr::RuntimeError(L"Client connection rejected by distributor: " + reason);
+        if (!distributor.version.AtLeast(minimumDistributorVersion))
+            throw qpr::RuntimeError(L"Distributor version too low");
+    }
+
+    void LogIn(const HostDescription& client)
+    {
+        WriteLine(client.Write());
+        std::wstring reason;
+        if (!ReadPrompt(m_input, reason))
+            throw qpr::RuntimeError(L"Client login rejected by distributor: " + reason);
+    }
+
+    void SendRequest(const DistributorServiceRequest& request)
+    {
+        WriteLine(BuildServiceRequestLine(request));
+        const std::wstring reply = ReadLine(m_input);
+        if (reply != serviceRequestAcceptedLine)
+            throw qpr::RuntimeError(L"Service request rejected by distributor (" + reply + L")");
+    }
+
+private:
+    void WriteLine(const std::wstring& line) { (m_output << line << L"\r\n").flush(); }
+
+    qpr::SocketReader m_reader;
+    qpr::SocketInputStream m_inputBytes{m_reader, 1};
+    qpr::UTF8InputStream m_input{m_inputBytes};
+    qpr::SocketWriter m_writer;
+    qpr::SocketOutputStream m_outputBytes{m_writer, outputBufferSize};
+    qpr::UTF8OutputStream m_output{m_outputBytes};
+};
+
+} // namespace
+
+std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request)
+{
+    std::wstring line = L"call " + QuotedServiceName(request.serviceName) + L" WithLog=true";
+    if (!request.attributes.empty())
+        line += L" ServiceRequestAttributes=\"" + SerialiseAttributes(request.attributes) + L'"';
+    if (!request.loopbackAllowed)
+        line += L" LoopbackToLocalMachine=false";
+    if (request.logServiceExecutionInfo)
+        line += L" LogServiceExecutionInfo=true";
+    return line;
+}
+
+void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
+    const DistributorServiceRequest& request, const HostDescription& client, const qpr::IWaiter& waiter)
+{
+    try
+    {
+        socket = qpr::Socket::Create(distributor.GetFamily());
+        socket.Connect(distributor, waiter);
+        socket.SendWithoutDelay();
+        socket.EnableKeepAlive();
+        Conversation conversation(socket, waiter);
+        conversation.ReadGreeting();
+        conversation.LogIn(client);
+        conversation.SendRequest(request);
+    }
+    catch (const std::exception& error)
+    {
+        throw qpr::RuntimeError(
+            L"Error sending service request to distributor at " + distributor.ToText() + L": " + qpr::ErrorText(error));
+    }
+}
+
+} // namespace qxm
