@@ -1,0 +1,269 @@
+#include "runtime/Thread.h"
+
+#include "runtime/Cancellation.h"
+#include "runtime/Errors.h"
+#include "runtime/FunctionRunnable.h"
+#include "runtime/ThreadEvent.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <vector>
+
+namespace
+{
+
+using namespace qpr;
+using test::FunctionRunnable;
+
+/// Longer than anything here takes; a wait that ends by it is a failure.
+constexpr std::uint32_t patienceMs = 60000;
+
+bool IsInterruptedIn(const std::function<void()>& wait)
+{
+    try
+    {
+        wait();
+    }
+    catch (const InterruptException&)
+    {
+        return true;
+    }
+    return false;
+}
+
+/// Interrupts a thread at a known moment: the body runs with the interrupt asked for and not yet taken.
+void RunWithPendingInterrupt(std::function<void()> body)
+{
+    ThreadEvent interrupted(ThreadEvent::Kind_ManualReset);
+    FunctionRunnable runnable(
+        [&]
+        {
+            {
+                const NonInterruptibleSection section;
+                interrupted.Wait(patienceMs);
+            }
+            body();
+        });
+    Thread thread(runnable);
+    thread.Interrupt();
+    interrupted.Signal();
+    thread.WaitForCompletion(patienceMs);
+    EXPECT_EQ("", runnable.Error());
+}
+
+TEST(ThreadTest, InterruptEndsEveryKindOfWait)
+{
+    ThreadEvent never(ThreadEvent::Kind_AutoReset);
+    ThreadEvent neverEither(ThreadEvent::Kind_ManualReset);
+    Cancellation cancellation;
+    FunctionRunnable endless([] { Thread::Sleep(Infinite); });
+    Thread endlessThread(endless);
+    const WaitObject objects[] = {never.Object(), neverEither.Object()};
+    const std::function<void()> waits[] = {
+        [] { Thread::Sleep(Infinite); },
+        [] { Thread::Sleep(patienceMs); },
+        []
+        {
+            for (;;)
+                Thread::CheckInterrupt();
+        },
+        [&] { never.Wait(); },
+        [&] { neverEither.Wait(); },
+        [&] { Thread::WaitForAnyObject(objects, L"test"); },
+        [&] { Cancellation::WaitForObject(&cancellation, never.Object(), L"test"); },
+        [&] { endlessThread.WaitForCompletion(); },
+    };
+    for (const auto& wait : waits)
+    {
+        ThreadEvent started(ThreadEvent::Kind_AutoReset);
+        bool interrupted = false;
+        FunctionRunnable runnable(
+            [&]
+            {
+                started.Signal();
+                interrupted = IsInterruptedIn(wait);
+            });
+        Thread thread(runnable);
+        started.Wait(patienceMs);
+        thread.Interrupt();
+        thread.WaitForCompletion(patienceMs);
+        EXPECT_TRUE(interrupted) << "wait " << &wait - waits;
+    }
+}
+
+TEST(ThreadTest, PendingInterruptComesBeforeASignalledObject)
+{
+    ThreadEvent event(ThreadEvent::Kind_AutoReset);
+    event.Signal();
+    RunWithPendingInterrupt([&] { EXPECT_TRUE(IsInterruptedIn([&] { event.Wait(0); })); });
+    EXPECT_NO_THROW(event.Wait(0)) << "the wait that was interrupted has taken the signal";
+}
+
+TEST(ThreadTest, InterruptIsTakenOnce)
+{
+    ThreadEvent set(ThreadEvent::Kind_ManualReset);
+    set.Signal();
+    ThreadEvent never(ThreadEvent::Kind_ManualReset);
+    RunWithPendingInterrupt(
+        [&]
+        {
+            EXPECT_TRUE(IsInterruptedIn(&Thread::CheckInterrupt));
+            Thread::CheckInterrupt();
+            set.Wait(0);
+            EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 1, true));
+            Thread::Sleep(1);
+        });
+}
+
+TEST(ThreadTest, NonInterruptibleSectionsNest)
+{
+    ThreadEvent set(ThreadEvent::Kind_ManualReset);
+    set.Signal();
+    RunWithPendingInterrupt(
+        [&]
+        {
+            {
+                const NonInterruptibleSection outer;
+                {
+                    const NonInterruptibleSection inner;
+                    set.Wait(0);
+                }
+                Thread::CheckInterrupt();
+                Thread::Sleep(0);
+            }
+            EXPECT_TRUE(IsInterruptedIn([&] { set.Wait(0); }));
+        });
+}
+
+TEST(ThreadTest, NoInterruptOfManyIsLost)
+{
+    constexpr int count = 2000;
+    ThreadEvent taken(ThreadEvent::Kind_AutoReset);
+    ThreadEvent done(ThreadEvent::Kind_AutoReset);
+    int takenCount = 0;
+    FunctionRunnable runnable(
+        [&]
+        {
+            while (IsInterruptedIn([&] { done.Wait(); }))
+            {
+                ++takenCount;
+                taken.Signal();
+            }
+        });
+    Thread thread(runnable);
+    for (int i = 0; i < count; ++i)
+    {
+        thread.Interrupt();
+        taken.Wait(patienceMs);
+    }
+    done.Signal();
+    thread.WaitForCompletion(patienceMs);
+    EXPECT_EQ(count, takenCount);
+}
+
+TEST(ThreadTest, WhatLeavesTheRunnableEndsItsThreadOnly)
+{
+    struct
+    {
+        std::function<void()> body;
+        const char* error;
+    } const cases[] = {
+        {[] { throw RuntimeError(L"Gr\u00FC\u00DFe"); }, "Gr\xC3\xBC\xC3\x9F\x65"},
+        {[] { throw 1; }, "Unknown exception"},
+        {[] { throw InterruptException(); }, ""},
+        {[] {}, ""},
+    };
+    for (const auto& [body, error] : cases)
+    {
+        FunctionRunnable runnable(body);
+        Thread thread(runnable);
+        thread.WaitForCompletion(patienceMs);
+        EXPECT_TRUE(thread.HasCompleted());
+        EXPECT_EQ(error, runnable.Error());
+    }
+}
+
+TEST(ThreadTest, FailingErrorHandlerEndsItsThreadOnly)
+{
+    struct : IRunnable
+    {
+        void Run() override { throw RuntimeError(L"first"); }
+        void HandleError(const std::exception&) override { throw RuntimeError(L"second"); }
+    } runnable;
+    Thread thread(runnable);
+    thread.WaitForCompletion(patienceMs);
+    EXPECT_TRUE(thread.HasCompleted());
+}
+
+TEST(ThreadTest, DestructorInterruptsAndWaits)
+{
+    ThreadEvent started(ThreadEvent::Kind_AutoReset);
+    bool unwound = false;
+    FunctionRunnable runnable(
+        [&]
+        {
+            started.Signal();
+            unwound = IsInterruptedIn([] { Thread::Sleep(Infinite); });
+        });
+    {
+        const Thread thread(runnable);
+        started.Wait(patienceMs);
+    }
+    EXPECT_TRUE(unwound);
+}
+
+TEST(ThreadTest, CompletionIsSeenWhenItIsThere)
+{
+    ThreadEvent end(ThreadEvent::Kind_AutoReset);
+    FunctionRunnable runnable([&] { end.Wait(patienceMs); });
+    Thread thread(runnable);
+    EXPECT_FALSE(thread.HasCompleted());
+    try
+    {
+        thread.WaitForCompletion(0);
+        ADD_FAILURE() << "no timeout";
+    }
+    catch (const TimeoutException& error)
+    {
+        EXPECT_EQ(L"Timeout executing qpr::Thread::WaitForCompletion", error.Text());
+        EXPECT_STREQ("Timeout executing qpr::Thread::WaitForCompletion", error.what());
+    }
+    end.Signal();
+    thread.WaitForCompletion(patienceMs);
+    EXPECT_TRUE(thread.HasCompleted());
+}
+
+TEST(ThreadTest, LowestOfSeveralSignalledObjectsIsTaken)
+{
+    std::optional<ThreadEvent> events[3];
+    std::vector<WaitObject> objects;
+    for (auto& event : events)
+        objects.push_back(event.emplace(ThreadEvent::Kind_AutoReset).Object());
+    events[2]->Signal();
+    events[1]->Signal();
+    EXPECT_EQ(1, Thread::WaitForAnyObject(objects, L"test", 0));
+    EXPECT_EQ(2, Thread::WaitForAnyObject(objects, L"test", 0));
+    EXPECT_EQ(-1, Thread::WaitForAnyObject(objects, L"test", 0, true));
+    EXPECT_THROW(Thread::WaitForAnyObject(objects, L"test", 1), TimeoutException);
+}
+
+TEST(ThreadTest, WaitsAreCheckedForWhatTheyWaitFor)
+{
+    const WaitObject nothing(NativeHandle(), WaitObject::Kind_State);
+    try
+    {
+        Thread::WaitForObject(nothing, L"qpr::Test::Wait", Infinite, false, 7);
+        ADD_FAILURE() << "no error";
+    }
+    catch (const RuntimeError& error)
+    {
+        EXPECT_TRUE(
+            ErrorText(error).starts_with(L"WaitForSingleObjectEx() failed in qpr::Test::Wait.7, error number = 0x"))
+            << error.what();
+    }
+    EXPECT_THROW(Thread::WaitForAnyObject({}, L"test"), std::logic_error);
+    EXPECT_THROW(Thread::WaitForAnyObject(std::vector<WaitObject>(65, nothing), L"test"), std::logic_error);
+}
+
+} // namespace
