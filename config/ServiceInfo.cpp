@@ -14,4 +14,12 @@ LocalServiceInfo::LocalServiceInfo(qpr::CountedPtr<const ServantInfo> servantInf
 
 LocalServiceInfo::~LocalServiceInfo() = default;
 
+const UsageModel* LocalServiceInfo::Usage() const
+{
+    const qpr::ScopedLock lock(m_usageLock);
+    if (!m_usage)
+        m_usage = UsageModel::Build(*this);
+    return m_usage.get();
+}
+
 } // namespace qxm

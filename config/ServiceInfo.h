@@ -1,12 +1,12 @@
 #pragma once
 
 #include "config/Version.h"
+#include "runtime/Mutex.h"
 #include "runtime/Nullable.h"
 #include "runtime/ReferenceCounted.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace qxm
@@ -53,8 +53,8 @@ struct LocalServiceInfo final : ServiceInfo
     const UsageModel* Usage() const;
 
 private:
-    mutable std::mutex m_usageLock;
-    mutable std::unique_ptr<const UsageModel> m_usage; // set once, under m_usageLock
+    mutable qpr::Mutex m_usageLock;
+    mutable std::unique_ptr<const UsageModel> m_usage QX_GUARDED_BY(m_usageLock); // set once
 };
 
 } // namespace qxm

@@ -52,9 +52,8 @@ private:
 
     explicit UsageModel(const ServiceInfo& service);
 
-    Formula Compile(const std::wstring& text, const wchar_t* elementName, const std::wstring& serviceName);
+    Formula Compile(const std::wstring& text, std::wstring sourceName);
     float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
-    float EvaluateFor(const Formula& formula, qexpr::ValueMap& inputs, std::uint64_t processorCount) const;
 
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;

@@ -1,0 +1,115 @@
+#include "config/UsageModel.h"
+
+#include "runtime/Errors.h"
+
+#include <locale>
+#include <sstream>
+
+namespace qxm
+{
+
+namespace
+{
+
+const std::wstring processorCountName = L"ProcessorCount";
+
+std::wstring Printed(const qexpr::Value& value)
+{
+    std::wostringstream text;
+    text.imbue(std::locale::classic());
+    value.Print(text);
+    return text.str();
+}
+
+[[noreturn]] void ThrowInvalidResult(const std::wstring& sourceName, float result, const qexpr::ValueMap& inputs)
+{
+    std::wstring text = sourceName + L" evaluated to invalid value " + Printed(qexpr::Value(result));
+    std::wstring separator = L" using input variable values ";
+    for (const auto& [name, value] : inputs)
+    {
+        text += separator + name + L" = " + Printed(value);
+        separator = L", ";
+    }
+    throw qpr::RuntimeError(text);
+}
+
+} // namespace
+
+std::unique_ptr<const UsageModel> UsageModel::Build(const ServiceInfo& service)
+{
+    if (service.expectedProcessorUsage.empty() || service.expectedMemoryUsageInMB.empty())
+        return nullptr;
+    return std::unique_ptr<const UsageModel>(new UsageModel(service));
+}
+
+UsageModel::UsageModel(const ServiceInfo& service)
+{
+    const std::wstring ofService = L" of service '" + service.name + L"'";
+    if (!service.expectedResourceUsageHelpers.empty())
+        m_evaluator.AddHelperVariableDefinitions(
+            service.expectedResourceUsageHelpers, L"ExpectedResourceUsageHelpers" + ofService);
+    m_processorUsage = Compile(service.expectedProcessorUsage, L"ExpectedProcessorUsage" + ofService);
+    m_memoryUsage = Compile(service.expectedMemoryUsageInMB, L"ExpectedMemoryUsageInMB" + ofService);
+
+    m_evaluator.GetInputVariableTypes(m_inputTypes);
+    const auto processorCount = m_inputTypes.find(processorCountName);
+    if (processorCount != m_inputTypes.end() && processorCount->second != qexpr::Value::Type_Float)
+        throw qpr::RuntimeError(L"Reference to input variable " + processorCountName + L" has incorrect type "
+            + qexpr::Value::TypeToString(processorCount->second) + L", should be float");
+}
+
+UsageModel::Formula UsageModel::Compile(const std::wstring& text, std::wstring sourceName)
+{
+    const auto expression = m_evaluator.ParseExpression(text, sourceName, qexpr::Value::Type_Float);
+    const bool usesProcessorCount = m_evaluator.UsesVariable(*expression, processorCountName);
+    return {std::move(sourceName), expression, usesProcessorCount};
+}
+
+qexpr::ValueMap UsageModel::Bind(const std::map<std::wstring, std::wstring>& attributes) const
+{
+    if (attributes.contains(processorCountName))
+        throw qpr::RuntimeError(L"Illegal attribute " + processorCountName + L" in service request attributes");
+    qexpr::ValueMap inputs;
+    for (const auto& [name, type] : m_inputTypes)
+    {
+        const auto attribute = attributes.find(name);
+        if (attribute != attributes.end())
+            inputs.emplace(name, qexpr::Value::Parse(attribute->second, type));
+    }
+    return inputs;
+}
+
+float UsageModel::ProcessorUsage(qexpr::ValueMap& inputs, std::uint64_t processorCount) const
+{
+    if (m_processorUsage.usesProcessorCount)
+        inputs[processorCountName] = qexpr::Value(static_cast<float>(processorCount));
+    return Evaluate(m_processorUsage, inputs);
+}
+
+UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
+    qexpr::ValueMap& inputs, std::uint32_t offeredProcessors, float memoryLimitInMB) const
+{
+    if (!m_memoryUsage.usesProcessorCount)
+        return {0, Evaluate(m_memoryUsage, inputs)};
+
+    ProcessorChoice choice{1, 0.0f};
+    qexpr::Value& processorCount = inputs[processorCountName];
+    for (std::uint32_t n = offeredProcessors; n >= 1; --n)
+    {
+        processorCount = qexpr::Value(static_cast<float>(n));
+        choice = {n, Evaluate(m_memoryUsage, inputs)};
+        if (choice.memoryInMB <= memoryLimitInMB)
+            break;
+    }
+    return choice;
+}
+
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
+{
+    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, inputs));
+    if (result < 0.0f)
+        ThrowInvalidResult(formula.sourceName, result, inputs);
+    return result;
+}
+
+} // namespace qxm
