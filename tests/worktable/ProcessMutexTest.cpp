@@ -1,0 +1,100 @@
+#include "worktable/ProcessMutex.h"
+
+#include "TestTable.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+using qpr::ProcessMutex;
+using test::ErrorOf;
+
+TEST(ProcessMutex, OpensOnlyWhatExists)
+{
+    const test::UniqueName name;
+    ProcessMutex first, second;
+    EXPECT_FALSE(first.TryOpen(name.Local()));
+    first.OpenOrCreate(name.Local(), test::ForEveryone());
+    EXPECT_TRUE(second.TryOpen(name.Local()));
+
+    first.Acquire(0);
+    std::thread(
+        [&]
+        {
+            EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { second.Acquire(0); }));
+            EXPECT_THAT(ErrorOf([&] { second.Release(); }), testing::StartsWith("ReleaseMutex() failed in qpr::Proc"));
+        })
+        .join();
+    first.Release();
+    second.Acquire(0);
+    second.Release();
+}
+
+TEST(ProcessMutex, ReportsADeadOwnerOnceAndIsFreeAgain)
+{
+    const test::UniqueName name;
+    ProcessMutex mutex;
+    mutex.OpenOrCreate(name.Local(), test::ForEveryone());
+    std::thread([&] { mutex.Acquire(0); }).join();
+    EXPECT_EQ("Abandoned mutex encountered executing qpr::ProcessMutex::Acquire", ErrorOf([&] { mutex.Acquire(0); }));
+    std::thread(
+        [&]
+        {
+            mutex.Acquire(0);
+            mutex.Release();
+        })
+        .join();
+}
+
+TEST(ProcessMutex, AWaiterCanBeInterrupted)
+{
+    struct Waiter : qpr::IRunnable
+    {
+        void Run() override
+        {
+            started.Signal();
+            mutex.Acquire(qpr::Infinite);
+        }
+        void HandleError(const std::exception&) override { ADD_FAILURE(); }
+
+        ProcessMutex mutex;
+        qpr::ThreadEvent started{qpr::ThreadEvent::Kind_ManualReset};
+    } waiter;
+    const test::UniqueName name;
+    waiter.mutex.OpenOrCreate(name.Local(), test::ForEveryone());
+    waiter.mutex.Acquire(0);
+    {
+        qpr::Thread thread(waiter);
+        waiter.started.Wait();
+    }
+    waiter.mutex.Release();
+}
+
+TEST(ProcessMutex, RefusesADamagedObject)
+{
+    const auto damages = {+[](std::string& content) { content.clear(); },
+        +[](std::string& content) { content.pop_back(); }, +[](std::string& content) { content += 'x'; },
+        +[](std::string& content) { content[0] ^= 1; },
+        +[](std::string& content) { std::fill(content.begin() + 8, content.end(), '\xFF'); }};
+    for (const auto damage : damages)
+    {
+        const test::UniqueName name;
+        {
+            ProcessMutex mutex;
+            mutex.OpenOrCreate(name.Local(), test::ForEveryone());
+        }
+        std::stringstream original;
+        original << std::ifstream(name.Files().at(0), std::ios::binary).rdbuf();
+        std::string content = original.str();
+        damage(content);
+        std::ofstream(name.Files().at(0), std::ios::binary) << content;
+
+        ProcessMutex mutex;
+        const std::string expected = "Existing mutex '" + qpr::ToUtf8(name.Local()) + "' is damaged";
+        EXPECT_EQ(expected, ErrorOf([&] { mutex.TryOpen(name.Local()); }));
+        EXPECT_EQ(expected, ErrorOf([&] { mutex.OpenOrCreate(name.Local(), test::ForEveryone()); }));
+    }
+}

@@ -1,0 +1,241 @@
+#include "worktable/WorkTable.h"
+
+#include "TestTable.h"
+#include "worktable/JobManager.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <vector>
+
+using namespace qxm;
+using test::ErrorOf;
+using test::Row;
+using test::TestTable;
+
+namespace
+{
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+
+Work Sum(WorkTable& table, const Row& row)
+{
+    WorkTable::Lock lock(table);
+    return row.SumActiveWork(lock);
+}
+
+bool Publish(WorkTable& table, Row& row, const WorkRecord& record)
+{
+    WorkTable::Lock lock(table);
+    return row.Publish(lock, record);
+}
+
+layout::Row Read(WorkTable& table, std::size_t index)
+{
+    return WorkTable::Lock(table).Content().rows[index];
+}
+
+void Write(WorkTable& table, std::size_t index, const layout::Row& row)
+{
+    WorkTable::Lock(table).Content().rows[index] = row;
+}
+
+bool TakeSignal(Row& row)
+{
+    return ErrorOf([&] { row.Trigger().Wait(0); }) == "no error";
+}
+
+} // namespace
+
+TEST(WorkTable, LaysOutARowToTheByte)
+{
+    TestTable test;
+    test.now = 0x0102030405060708;
+    Row first(test.table, 0x11223344);
+    Publish(test.table, first, {{5, 1.5f, 256.0f}, {7, 2.0f, -1.0f}});
+
+    const qpr::SharedMemorySegment segment(test.name.Local(), 1440, test::ForEveryone());
+    const unsigned char expected[36] = {0x44, 0x33, 0x22, 0x11, 8, 7, 6, 5, 4, 3, 2, 1, 5, 0, 0, 0, 0, 0, 0xC0, 0x3F, 0,
+        0, 0x80, 0x43, 7, 0, 0, 0, 0, 0, 0, 0x40, 0, 0, 0x80, 0xBF};
+    std::vector<unsigned char> table(1440);
+    std::memcpy(table.data(), segment.Address(), table.size());
+    EXPECT_EQ(0, std::memcmp(expected, table.data(), sizeof expected));
+    EXPECT_THAT(std::vector<unsigned char>(table.begin() + 36, table.end()), testing::Each(0));
+}
+
+TEST(WorkTable, RefusesThe41stJobManagerUntilARowIsGivenBack)
+{
+    TestTable test;
+    std::vector<std::unique_ptr<Row>> rows;
+    for (std::uint32_t i = 0; i < 40; ++i)
+        rows.push_back(std::make_unique<Row>(test.table, i + 1));
+    EXPECT_EQ("No row available in QxWorkTable for job manager", ErrorOf([&] { Row(test.table, 41); }));
+
+    rows[17].reset();
+    const Row last(test.table, 42);
+    EXPECT_EQ(42u, Read(test.table, 17).processId);
+}
+
+TEST(WorkTable, CountsARowByItsAge)
+{
+    constexpr std::int64_t now = 1'000'000;
+    struct Case
+    {
+        std::int64_t lastSeenAlive;
+        bool isInUse;
+    };
+    for (const auto& [lastSeenAlive, isInUse] : {Case{now, true}, Case{now - 30, true}, Case{now - 31, false},
+             Case{now + 1000, true}, Case{std::numeric_limits<std::int64_t>::max(), true},
+             Case{std::numeric_limits<std::int64_t>::min(), false}})
+    {
+        TestTable test;
+        const Row own(test.table, 1);
+        Write(test.table, 5, {77, lastSeenAlive, {3, {2, 100}}, {}});
+        EXPECT_EQ(isInUse ? (Work{3, 2, 100}) : Work(), Sum(test.table, own)) << lastSeenAlive;
+        EXPECT_EQ(isInUse ? 77u : 0u, Read(test.table, 5).processId) << lastSeenAlive;
+    }
+}
+
+TEST(WorkTable, SumsOwnAndOthersRunningWork)
+{
+    TestTable test;
+    Row first(test.table, 1);
+    Row second(test.table, 1);
+    Publish(test.table, first, {{2, 1.5f, 100}, {9, 9, 9}});
+    Publish(test.table, second, {{1, 0.25f, 50}, {}});
+    EXPECT_EQ((Work{3, 1.75f, 150}), Sum(test.table, second));
+}
+
+TEST(WorkTable, TakesNothingFromRowsThatNoHonestOwnerWrites)
+{
+    TestTable test;
+    const Row own(test.table, 1);
+    constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
+    Write(test.table, 1, {2, test.now, {most, {notANumber, 10}}, {}});
+    Write(test.table, 2, {3, test.now, {most, {-1, infinity}}, {}});
+    Write(test.table, 3, {4, test.now, {1, {2, -infinity}}, {}});
+    EXPECT_EQ((Work{most, 2, 10}), Sum(test.table, own));
+}
+
+TEST(WorkTable, WakesEveryoneForAChangeAndNobodyForNone)
+{
+    TestTable test;
+    Row own(test.table, 1);
+    Row other(test.table, 2);
+    const WorkRecord record{{1, 1, 512}, {}};
+
+    EXPECT_TRUE(Publish(test.table, own, record));
+    EXPECT_TRUE(TakeSignal(own));
+    EXPECT_TRUE(TakeSignal(other));
+
+    EXPECT_FALSE(Publish(test.table, own, record));
+    EXPECT_FALSE(TakeSignal(own));
+    EXPECT_FALSE(TakeSignal(other));
+}
+
+TEST(WorkTable, TakesBackItsRowAfterAFreeze)
+{
+    TestTable test;
+    Row frozen(test.table, 1);
+    const Row other(test.table, 2);
+    Publish(test.table, frozen, {{4, 1, 1}, {}});
+    Write(test.table, 1, {2, test.now + 40, {}, {}});
+    test.now += 40;
+    EXPECT_EQ(Work(), Sum(test.table, other));
+    EXPECT_EQ(0u, Read(test.table, 0).processId);
+
+    frozen.Heartbeat();
+    EXPECT_EQ((Work{4, 1, 1}), Sum(test.table, other));
+}
+
+TEST(WorkTable, ReportsAStolenRowAndLeavesItToTheThief)
+{
+    TestTable test;
+    const layout::Row stolen{4711, test.now - 5, {1, {1, 1}}, {}};
+    const std::string expected =
+        "Work table corruption detected in qxm::JobManagerRow::InUse: process id 4711 does not "
+        "match expected process id 1";
+    {
+        Row own(test.table, 1);
+        Write(test.table, 0, stolen);
+        EXPECT_EQ(expected, ErrorOf([&] { Sum(test.table, own); }));
+        EXPECT_EQ(expected, ErrorOf([&] { Publish(test.table, own, {{2, 2, 2}, {}}); }));
+        own.Heartbeat();
+    }
+    const layout::Row row = Read(test.table, 0);
+    EXPECT_EQ(0, std::memcmp(&stolen, &row, sizeof row));
+}
+
+TEST(WorkTable, GivesItsRowBackEmpty)
+{
+    TestTable test;
+    {
+        Row own(test.table, 1);
+        Publish(test.table, own, {{1, 1, 1}, {1, 1, 1}});
+    }
+    const layout::Row row = Read(test.table, 0);
+    EXPECT_EQ(0, std::memcmp(&row, std::vector<char>(36).data(), 36));
+}
+
+TEST(WorkTable, GivesTheRowBackWhenItsEventIsTaken)
+{
+    TestTable test;
+    qpr::ProcessEvent event;
+    event.Create(test.name.Local() + L"JobManager0Trigger", test::ForEveryone());
+    EXPECT_EQ(qpr::ToUtf8(L"Event '" + test.name.Local() + L"JobManager0Trigger' already exists"),
+        ErrorOf([&] { Row(test.table, 1); }));
+    EXPECT_EQ(0u, Read(test.table, 0).processId);
+}
+
+TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
+{
+    TestTable test;
+    Row own(test.table, 1);
+    test.now += 10;
+    own.PublishAtNextHeartbeat({{1, 2, 3}, {4, 5, 6}});
+    own.Heartbeat();
+    EXPECT_EQ(1'000'010, Read(test.table, 0).lastSeenAlive);
+    EXPECT_EQ((Work{1, 2, 3}), Sum(test.table, own));
+    EXPECT_TRUE(TakeSignal(own));
+}
+
+TEST(WorkTable, WakesTheLivingWhenADeadRowIsReclaimed)
+{
+    TestTable test;
+    WorkTableOptions options = test.Options();
+    options.heartbeatMs = 1;
+    WorkTable table(WorkTable::ScopeMode_PreferExistingGlobal, options);
+    WorkTable::JobManager living(table);
+    Write(table, 1, {77, test.now - 31, {3, {2, 100}}, {}});
+    living.WaitForTrigger();
+    EXPECT_EQ(0u, Read(table, 1).processId);
+}
+
+TEST(WorkTable, NamesTheLockThatWasNotToBeHad)
+{
+    TestTable test;
+    WorkTableOptions options = test.Options();
+    options.lockTimeoutMs = 1;
+    WorkTable impatient(WorkTable::ScopeMode_PreferExistingGlobal, options);
+    const WorkTable::Lock held(test.table);
+    EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { WorkTable::Lock lock(impatient); }));
+}
+
+TEST(WorkTable, RefusesASegmentThatIsTooSmall)
+{
+    const test::UniqueName name;
+    std::filesystem::path path;
+    {
+        const qpr::SharedMemorySegment segment(name.Local(), 1440, test::ForEveryone());
+        path = name.Files().at(0);
+    }
+    std::filesystem::resize_file(path, 0);
+    WorkTableOptions options;
+    options.baseName = name.Text();
+    EXPECT_EQ("Existing shared memory segment '" + qpr::ToUtf8(name.Local())
+            + "' too small (minimum size = 1440, actual size = 0)",
+        ErrorOf([&] { WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, options); }));
+}

@@ -1,0 +1,39 @@
+#include "worktable/WorkTableView.h"
+
+#include "TestTable.h"
+
+#include <gmock/gmock.h>
+
+using namespace qxm;
+
+TEST(WorkTableView, ShowsAnEmptyTableWhereThereIsNoneAndMakesNone)
+{
+    const test::UniqueName name;
+    WorkTableOptions options;
+    options.baseName = name.Text();
+    const WorkTableView view = LookAtWorkTable(options);
+    EXPECT_FALSE(view.isGlobal);
+    EXPECT_TRUE(view.rows.empty());
+    EXPECT_EQ(Work(), view.total);
+    EXPECT_TRUE(name.Files().empty());
+}
+
+TEST(WorkTableView, ShowsTheRowsInUseAndReclaimsNone)
+{
+    test::TestTable test;
+    test::Row own(test.table, 12);
+    const WorkRecord record{{2, 1.5f, 100}, {1, 1, 1}};
+    {
+        WorkTable::Lock lock(test.table);
+        own.Publish(lock, record);
+        lock.Content().rows[1] = {77, test.now - 31, {3, {2, 100}}, {}};
+    }
+    const WorkTableView view = LookAtWorkTable(test.Options());
+    ASSERT_EQ(1u, view.rows.size());
+    EXPECT_EQ(0u, view.rows[0].index);
+    EXPECT_EQ(12u, view.rows[0].processId);
+    EXPECT_EQ(test.now, view.rows[0].lastSeenAlive);
+    EXPECT_EQ(record, view.rows[0].work);
+    EXPECT_EQ(record.active, view.total);
+    EXPECT_EQ(77u, WorkTable::Lock(test.table).Content().rows[1].processId);
+}
