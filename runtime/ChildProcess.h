@@ -14,8 +14,8 @@
 namespace qpr
 {
 
-/// What to start and how. The three handles are given to the child as its standard streams and to nobody else; they stay
-/// the caller's.
+/// What to start and how. The three handles are given to the child as its standard streams and to nobody else; they
+/// stay the caller's.
 struct ProcessStart
 {
     std::wstring executablePath; ///< as the system takes it; a bare name is searched for when searchPath is set
@@ -37,8 +37,8 @@ enum class PriorityLevel
     Idle = 3,
 };
 
-/// A process that this one started, with everything that it starts in turn (its process group or job). The object is used
-/// by one thread at a time.
+/// A process that this one started, with everything that it starts in turn (its process group or job). The object is
+/// used by one thread at a time.
 class ChildProcess
 {
 public:
@@ -62,20 +62,26 @@ public:
     /// Interruptible. False on a timeout that the caller allows.
     bool WaitForCompletion(std::uint32_t timeoutMs = Infinite, bool timeoutsAllowed = false);
 
-    /// Ends the process and all that is left of its group, and waits for the process itself. Does nothing to one that has
-    /// been collected.
+    /// Notes for the figures how much memory the process has had at most so far. Call it shortly before the process
+    /// ends: afterwards the system does not always know.
+    void NotePeakMemory() noexcept;
+
+    /// Ends the process and all that is left of its group, and waits for the process itself. Does nothing to one that
+    /// has been collected.
     void Terminate() noexcept;
 
-    /// Whether the process has ended and nothing of its group is left.
+    /// Whether the process has ended and nothing of its group is left. Requires: it has not been collected. Looks at
+    /// all processes of the computer, so not for a tight loop.
     bool GroupHasEnded() noexcept;
 
-    /// Takes the ended process's exit code and figures. Requires: it has ended. Signal n counts as 128 + n.
-    /// Null when the system no longer knows it (the application ignores its children).
     struct ExitStatus
     {
-        bool isKnown = false;
-        std::uint32_t exitCode = 0;
+        bool isKnown = false; ///< not so when the application ignores or collects the processes that it starts
+        std::uint32_t exitCode = 0; ///< signal n counts as 128 + n
     };
+
+    /// Takes the ended process's exit code and figures; from then on its id may belong to another. Throws
+    /// std::logic_error when it has not ended.
     ExitStatus CollectExitStatus();
 
     /// The figures of the ended process. Requires: CollectExitStatus has been called.
@@ -86,4 +92,4 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-}
+} // namespace qpr

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <cstdint>
+#include <ostream>
+#include <string_view>
 
 namespace qpr
 {
@@ -12,8 +14,8 @@ struct ProcessFigures
     std::uint32_t processId = 0;
     std::chrono::system_clock::time_point startTime;
     std::chrono::system_clock::time_point endTime;
-    std::chrono::microseconds kernelTime {0};
-    std::chrono::microseconds userTime {0};
+    std::chrono::microseconds kernelTime{0};
+    std::chrono::microseconds userTime{0};
     std::uint64_t pageFaultCount = 0;
     double peakWorkingSetSizeMB = 0;
     double peakPagedPoolUsageMB = 0;
@@ -21,4 +23,9 @@ struct ProcessFigures
     double peakPageFileUsageMB = 0;
 };
 
-}
+/// One line "<prefix>.<key>=<value>" a figure, each ended by a carriage return and a line feed: moments in UTC
+/// ("2026-02-28 23:59:59"), times in seconds with three digits ("1.250"), sizes in MB with three digits. ProcessorUsage
+/// is the number of processors kept busy on average.
+void WriteProcessFigures(std::wostream& stream, std::wstring_view prefix, const ProcessFigures& figures);
+
+} // namespace qpr

@@ -1,0 +1,242 @@
+#include "runtime/ChildProcess.h"
+
+#include "runtime/Errors.h"
+#include "runtime/posix/Descriptor.h"
+#include "runtime/posix/EventDescriptor.h"
+#include "runtime/posix/ProcessGroup.h"
+#include "runtime/posix/ProcessSpawn.h"
+#include "runtime/posix/ProcessStatus.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// The process is held by a pidfd, so that no other process is ever taken for it, and is collected (which frees its id)
+// only after its group has been signalled.
+namespace qpr
+{
+
+namespace
+{
+
+using Clock = std::chrono::system_clock;
+
+int OpenProcess(pid_t processId) noexcept
+{
+    return static_cast<int>(syscall(SYS_pidfd_open, processId, 0));
+}
+
+/// The end of a process that the system no longer knows: signalled from the start.
+int CreateEndedDescriptor() noexcept
+{
+    const int descriptor = CreateEventDescriptor();
+    if (descriptor >= 0)
+        SignalEventDescriptor(descriptor);
+    return descriptor;
+}
+
+std::chrono::microseconds MicrosecondsOf(const timeval& time)
+{
+    return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+}
+
+long OwnPeakResidentKB() noexcept
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+std::uint32_t ExitCodeOf(const siginfo_t& info) noexcept
+{
+    const auto status = static_cast<std::uint32_t>(info.si_status);
+    return info.si_code == CLD_EXITED ? status : 128 + status;
+}
+
+} // namespace
+
+struct ChildProcess::State
+{
+    explicit State(const ProcessStart& start);
+    ~State();
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    void Collect();
+    void TakeUsage(const rusage& usage);
+    bool IsEnded() const noexcept { return WaitForEnd(0); }
+    bool WaitForEnd(int timeoutMs) const noexcept;
+    void Kill() const noexcept;
+    void NoteEnd();
+
+    ProcessFigures figures;
+    pid_t processId;
+    int descriptor = -1; ///< readable once the process has ended
+    bool isLost = false; ///< ended and collected behind our back before it could be held
+    bool isCollected = false;
+    ExitStatus exitStatus;
+    long clientPeakKB = 0; ///< what a fresh process seems to have had resident, and had not
+    long notedPeakKB = 0;
+};
+
+ChildProcess::State::State(const ProcessStart& start)
+{
+    figures.startTime = Clock::now();
+    processId = SpawnProcess(start);
+    figures.processId = static_cast<std::uint32_t>(processId);
+    clientPeakKB = OwnPeakResidentKB();
+    descriptor = OpenProcess(processId);
+    if (descriptor < 0 && errno == ESRCH)
+    {
+        isLost = true;
+        descriptor = CreateEndedDescriptor();
+    }
+    if (descriptor >= 0)
+        return;
+    const int error = errno;
+    kill(-processId, SIGKILL);
+    if (!isLost && kill(processId, SIGKILL) == 0)
+        waitpid(processId, nullptr, 0);
+    ThrowSystemErrorWithNumber(L"CreateProcess('" + start.executablePath + L"') failed",
+        L"qpr::ChildProcess::ChildProcess", static_cast<std::uint32_t>(error), __LINE__);
+}
+
+ChildProcess::State::~State()
+{
+    if (!isCollected)
+    {
+        Kill();
+        if (IsEnded())
+            Collect();
+    }
+    close(descriptor);
+}
+
+bool ChildProcess::State::WaitForEnd(int timeoutMs) const noexcept
+{
+    pollfd entry{descriptor, POLLIN, 0};
+    int count;
+    do
+        count = poll(&entry, 1, timeoutMs);
+    while (count < 0 && errno == EINTR);
+    return count > 0;
+}
+
+void ChildProcess::State::Kill() const noexcept
+{
+    kill(-processId, SIGKILL);
+    if (isLost)
+        return;
+    // The process may have left its group, and may have become one that we may not end.
+    const bool isSignalled = syscall(SYS_pidfd_send_signal, descriptor, SIGKILL, nullptr, 0) == 0;
+    if (isSignalled)
+        WaitForEnd(-1);
+}
+
+void ChildProcess::State::NoteEnd()
+{
+    if (figures.endTime == Clock::time_point())
+        figures.endTime = Clock::now();
+}
+
+void ChildProcess::State::Collect()
+{
+    NoteEnd();
+    isCollected = true;
+    if (isLost)
+        return;
+    siginfo_t info{};
+    rusage usage{};
+    // The library's waitid does not hand out the usage.
+    if (syscall(SYS_waitid, P_PIDFD, descriptor, &info, WEXITED | WNOHANG, &usage) != 0 || info.si_pid == 0)
+        return;
+    exitStatus = {true, ExitCodeOf(info)};
+    TakeUsage(usage);
+}
+
+// Until it has replaced itself by the program, a spawned process shares the client's memory, and the system counts that
+// as its peak too. A peak up to the client's own says nothing.
+void ChildProcess::State::TakeUsage(const rusage& usage)
+{
+    figures.userTime = MicrosecondsOf(usage.ru_utime);
+    figures.kernelTime = MicrosecondsOf(usage.ru_stime);
+    figures.pageFaultCount = static_cast<std::uint64_t>(usage.ru_minflt + usage.ru_majflt);
+    const long peakKB = usage.ru_maxrss > clientPeakKB ? usage.ru_maxrss : notedPeakKB;
+    figures.peakWorkingSetSizeMB = static_cast<double>(peakKB) / 1024;
+}
+
+ChildProcess::ChildProcess(const ProcessStart& start)
+    : m_state(std::make_unique<State>(start))
+{
+}
+
+ChildProcess::~ChildProcess() = default;
+
+std::uint32_t ChildProcess::ProcessId() const noexcept
+{
+    return m_state->figures.processId;
+}
+
+void ChildProcess::SetPriorityLevel(PriorityLevel level) noexcept
+{
+    constexpr int niceValues[] = {-10, 0, 10};
+    if (level != PriorityLevel::Idle)
+    {
+        setpriority(PRIO_PROCESS, static_cast<id_t>(m_state->processId), niceValues[static_cast<int>(level)]);
+        return;
+    }
+    const sched_param parameters{};
+    sched_setscheduler(m_state->processId, SCHED_IDLE, &parameters);
+}
+
+WaitObject ChildProcess::EndObject() const noexcept
+{
+    return {HandleOf(m_state->descriptor), WaitObject::Kind_State};
+}
+
+bool ChildProcess::WaitForCompletion(std::uint32_t timeoutMs, bool timeoutsAllowed)
+{
+    if (!Thread::WaitForObject(EndObject(), L"qpr::ChildProcess::WaitForCompletion", timeoutMs, timeoutsAllowed))
+        return false;
+    m_state->NoteEnd();
+    return true;
+}
+
+void ChildProcess::NotePeakMemory() noexcept
+{
+    m_state->notedPeakKB = std::max(m_state->notedPeakKB, PeakResidentKB(m_state->processId));
+}
+
+void ChildProcess::Terminate() noexcept
+{
+    if (!m_state->isCollected)
+        m_state->Kill();
+}
+
+bool ChildProcess::GroupHasEnded() noexcept
+{
+    return m_state->IsEnded() && !HasRunningMembers(m_state->processId);
+}
+
+ChildProcess::ExitStatus ChildProcess::CollectExitStatus()
+{
+    if (!m_state->IsEnded())
+        throw std::logic_error("qpr::ChildProcess::CollectExitStatus: the process has not ended");
+    if (!m_state->isCollected)
+        m_state->Collect();
+    return m_state->exitStatus;
+}
+
+const ProcessFigures& ChildProcess::Figures() const noexcept
+{
+    return m_state->figures;
+}
+
+} // namespace qpr

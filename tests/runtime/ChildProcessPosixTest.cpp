@@ -1,0 +1,346 @@
+#include "runtime/ChildProcess.h"
+
+#include "runtime/Errors.h"
+#include "runtime/NamedPipe.h"
+#include "runtime/Utf8.h"
+#include "support/ChildMain.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <regex>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// Writes what the process was started with, one fact a line.
+int TellState(const std::vector<std::string>& arguments)
+{
+    for (const std::string& argument : arguments)
+        std::printf("argument %s\n", argument.c_str());
+    std::printf("directory %s\n", std::filesystem::current_path().c_str());
+    for (const char* name : {"QX_TEST_NEW", "QX_TEST_KEPT", "QX_TEST_REMOVED"})
+        std::printf("%s %s\n", name, std::getenv(name) ? std::getenv(name) : "(none)");
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    std::printf("SIGUSR1 %s %s\n", sigismember(&mask, SIGUSR1) ? "blocked" : "open",
+        std::signal(SIGUSR2, SIG_DFL) == SIG_DFL ? "default" : "changed");
+    std::printf("group %s\n", getpgid(0) == getpid() ? "own" : "other");
+    DIR* const directory = opendir("/proc/self/fd");
+    int count = 0;
+    while (readdir(directory))
+        ++count;
+    std::printf("descriptors %d\n", count - 3); // ".", ".." and the directory itself
+    std::fputs("to the error stream", stderr);
+    return 7;
+}
+
+/// Leaves a child behind that holds the standard output for ever, and ends.
+int LeaveGrandchild(const std::vector<std::string>&)
+{
+    if (fork() == 0)
+    {
+        for (;;)
+            pause();
+    }
+    return 0;
+}
+
+int EchoUntilTheEnd(const std::vector<std::string>& arguments)
+{
+    for (int c = std::getchar(); c != EOF; c = std::getchar())
+        std::putchar(c);
+    if (!arguments.empty())
+        std::raise(std::stoi(arguments[0]));
+    return 0;
+}
+
+int UseMemory(const std::vector<std::string>&)
+{
+    std::vector<char> memory(64 << 20, 'x');
+    std::putchar(memory[12345678]);
+    std::fflush(stdout);
+    std::getchar();
+    return 0;
+}
+
+const test::ChildRegistration children[] = {{"TellState", TellState}, {"LeaveGrandchild", LeaveGrandchild},
+    {"EchoUntilTheEnd", EchoUntilTheEnd}, {"UseMemory", UseMemory}};
+
+qpr::ProcessStart StartOf(const char* body, const std::vector<std::wstring>& arguments = {})
+{
+    qpr::ProcessStart start;
+    start.executablePath = std::filesystem::absolute(test::OwnPath()).wstring();
+    start.arguments = {start.executablePath, L"--child", qpr::FromUtf8(body)};
+    start.arguments.insert(start.arguments.end(), arguments.begin(), arguments.end());
+    return start;
+}
+
+/// A child with a pipe at each of its standard streams.
+class PipedChild
+{
+public:
+    explicit PipedChild(qpr::ProcessStart start)
+    {
+        start.standardInput = m_input.server.Handle();
+        start.standardOutput = m_output.client.Handle();
+        start.standardError = m_error.client.Handle();
+        process.emplace(start);
+        m_input.server.Close();
+        m_output.client.Close();
+        m_error.client.Close();
+    }
+
+    void Write(const std::string& text) { qpr::IOWriter(m_input.client.Handle()).Write(text.data(), text.size()); }
+    void CloseInput() { m_input.client.Close(); }
+    std::string ReadOutput() { return ReadAll(m_output); }
+    std::string ReadError() { return ReadAll(m_error); }
+    char ReadByte()
+    {
+        char byte = 0;
+        qpr::PipeReader(m_output.server.Handle()).Read(&byte, 1);
+        return byte;
+    }
+
+    std::optional<qpr::ChildProcess> process;
+
+private:
+    static std::string ReadAll(qpr::PipePair& pipe)
+    {
+        qpr::PipeReader reader(pipe.server.Handle());
+        std::string text;
+        char piece[1000];
+        while (const std::size_t count = reader.Read(piece, sizeof piece))
+            text.append(piece, count);
+        return text;
+    }
+
+    qpr::PipePair m_input{false, true};
+    qpr::PipePair m_output{true, false};
+    qpr::PipePair m_error{true, false};
+};
+
+/// The error without its line number.
+std::wstring StartError(const qpr::ProcessStart& start)
+{
+    try
+    {
+        PipedChild child(start);
+    }
+    catch (const qpr::RuntimeError& error)
+    {
+        return std::regex_replace(qpr::ErrorText(error), std::wregex(L"(ChildProcess)\\.[0-9]+"), L"$1");
+    }
+    return L"no error";
+}
+
+int DescriptorCount()
+{
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        count += entry.exists() ? 1 : 0;
+    return count;
+}
+
+bool Exists(std::uint32_t processId)
+{
+    return kill(static_cast<pid_t>(processId), 0) == 0;
+}
+
+} // namespace
+
+TEST(ChildProcess, GetsItsArgumentsEnvironmentDirectoryAndNothingElse)
+{
+    setenv("QX_TEST_KEPT", "kept", 1);
+    setenv("QX_TEST_REMOVED", "removed", 1);
+    sigset_t usr1, before;
+    sigemptyset(&usr1);
+    sigaddset(&usr1, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &usr1, &before);
+    std::signal(SIGUSR2, SIG_IGN);
+    const int inheritable = open("/dev/null", O_RDONLY);
+
+    qpr::ProcessStart start = StartOf("TellState", {L"", L"two words", L"\"\x00E4\x20AC\""});
+    start.workingDirectory = L"/usr";
+    start.environment = {{L"QX_TEST_NEW", L"a=b \x20AC"}, {L"QX_TEST_REMOVED", L""}};
+    PipedChild child(start);
+    EXPECT_EQ(child.ReadOutput(),
+        "argument \nargument two words\nargument \"\xC3\xA4\xE2\x82\xAC\"\ndirectory /usr\n"
+        "QX_TEST_NEW a=b \xE2\x82\xAC\nQX_TEST_KEPT kept\nQX_TEST_REMOVED (none)\n"
+        "SIGUSR1 open default\ngroup own\ndescriptors 3\n");
+    EXPECT_EQ(child.ReadError(), "to the error stream");
+    child.process->WaitForCompletion();
+    const auto status = child.process->CollectExitStatus();
+    EXPECT_TRUE(status.isKnown);
+    EXPECT_EQ(status.exitCode, 7U);
+
+    close(inheritable);
+    std::signal(SIGUSR2, SIG_DFL);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+TEST(ChildProcess, GetsHandlesThatAreStandardNumbersThemselvesInAnyOrder)
+{
+    const int saved[] = {dup(0), dup(1), dup(2)};
+    qpr::PipePair input(false, true), output(true, false), error(true, false);
+    dup2(static_cast<int>(error.client.Handle().Value()), 0);
+    dup2(static_cast<int>(input.server.Handle().Value()), 1);
+    dup2(static_cast<int>(output.client.Handle().Value()), 2);
+    qpr::ProcessStart start = StartOf("EchoUntilTheEnd");
+    start.standardInput = qpr::NativeHandle(1);
+    start.standardOutput = qpr::NativeHandle(2);
+    start.standardError = qpr::NativeHandle(0);
+    qpr::ChildProcess child(start);
+    for (int number = 0; number < 3; ++number)
+    {
+        dup2(saved[number], number);
+        close(saved[number]);
+    }
+    qpr::IOWriter(input.client.Handle()).Write("x", 1);
+    input.client.Close();
+    char byte = 0;
+    EXPECT_EQ(qpr::PipeReader(output.server.Handle()).Read(&byte, 1), 1U);
+    EXPECT_EQ(byte, 'x');
+    child.WaitForCompletion();
+    EXPECT_EQ(child.CollectExitStatus().exitCode, 0U);
+}
+
+TEST(ChildProcess, TellsTheSignalThatEndedIt)
+{
+    PipedChild child(StartOf("EchoUntilTheEnd", {std::to_wstring(SIGSEGV)}));
+    EXPECT_FALSE(child.process->WaitForCompletion(0, true));
+    EXPECT_THROW(child.process->CollectExitStatus(), std::logic_error);
+    child.CloseInput();
+    child.process->WaitForCompletion();
+    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 128U + SIGSEGV);
+}
+
+TEST(ChildProcess, IsFoundOnThePathOnlyWhenAskedFor)
+{
+    qpr::ProcessStart start;
+    start.executablePath = L"true";
+    start.arguments = {L"true"};
+    EXPECT_EQ(StartError(start),
+        L"CreateProcess('true') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file or "
+        L"directory");
+    start.searchPath = true;
+    EXPECT_EQ(StartError(start), L"no error");
+}
+
+TEST(ChildProcess, NamesWhatCannotBeStarted)
+{
+    qpr::ProcessStart noFile, notExecutable, noDirectory, cutArgument = StartOf("TellState");
+    noFile.executablePath = L"/nowhere/at all";
+    notExecutable.executablePath = L"/etc/passwd";
+    noDirectory = StartOf("TellState");
+    noDirectory.workingDirectory = L"/etc/passwd";
+    cutArgument.arguments.push_back(std::wstring(L"a\0b", 3));
+    EXPECT_EQ(StartError(noFile),
+        L"CreateProcess('/nowhere/at all') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file "
+        L"or directory");
+    EXPECT_EQ(StartError(notExecutable),
+        L"CreateProcess('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0xd: Permission "
+        L"denied");
+    EXPECT_EQ(StartError(noDirectory),
+        L"SetCurrentDirectory('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0x14: Not a "
+        L"directory");
+    EXPECT_EQ(StartError(cutArgument),
+        L"CreateProcess('" + cutArgument.executablePath
+            + L"') failed in qpr::ChildProcess::ChildProcess, error number = 0x16: Invalid argument");
+}
+
+TEST(ChildProcess, LeavesNothingBehindWhenDescriptorsRunOut)
+{
+    qpr::ProcessStart start = StartOf("EchoUntilTheEnd");
+    qpr::PipePair input(false, true), output(true, false), error(true, false);
+    start.standardInput = input.server.Handle();
+    start.standardOutput = output.client.Handle();
+    start.standardError = error.client.Handle();
+    const int before = DescriptorCount();
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const int lowest = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const rlimit exhausted{static_cast<rlim_t>(lowest), limit.rlim_max};
+    close(lowest);
+    setrlimit(RLIMIT_NOFILE, &exhausted);
+    std::wstring text;
+    try
+    {
+        qpr::ChildProcess child(start);
+    }
+    catch (const qpr::RuntimeError& failure)
+    {
+        text = qpr::ErrorText(failure);
+    }
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(text.ends_with(L"error number = 0x18: Too many open files")) << qpr::ToUtf8(text);
+    EXPECT_EQ(DescriptorCount(), before);
+    output.client.Close();
+    char byte;
+    EXPECT_EQ(qpr::PipeReader(output.server.Handle()).Read(&byte, 1), 0U) << "the child lives on";
+}
+
+TEST(ChildProcess, IsEndedWithItsGroup)
+{
+    PipedChild child(StartOf("LeaveGrandchild"));
+    child.process->WaitForCompletion();
+    EXPECT_FALSE(child.process->GroupHasEnded());
+    child.process->Terminate();
+    EXPECT_EQ(child.ReadOutput(), "") << "returns once the grandchild has let go of the pipe";
+    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 0U);
+
+    PipedChild alone(StartOf("EchoUntilTheEnd"));
+    EXPECT_FALSE(alone.process->GroupHasEnded());
+    alone.process->Terminate();
+    EXPECT_TRUE(alone.process->GroupHasEnded());
+    EXPECT_EQ(alone.process->CollectExitStatus().exitCode, 128U + SIGKILL);
+    const std::uint32_t abandonedId = PipedChild(StartOf("EchoUntilTheEnd")).process->ProcessId();
+    EXPECT_FALSE(Exists(abandonedId));
+}
+
+TEST(ChildProcess, HasNoExitCodeWhereTheApplicationIgnoresItsChildren)
+{
+    std::signal(SIGCHLD, SIG_IGN);
+    {
+        PipedChild child(StartOf("EchoUntilTheEnd"));
+        child.CloseInput();
+        child.process->WaitForCompletion();
+        EXPECT_FALSE(child.process->CollectExitStatus().isKnown);
+        PipedChild abandoned(StartOf("EchoUntilTheEnd"));
+    }
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
+TEST(ChildProcess, RunsAtIdlePriority)
+{
+    PipedChild child(StartOf("EchoUntilTheEnd"));
+    child.process->SetPriorityLevel(qpr::PriorityLevel::Idle);
+    EXPECT_EQ(sched_getscheduler(static_cast<pid_t>(child.process->ProcessId())), SCHED_IDLE);
+}
+
+TEST(ChildProcess, CountsItsOwnMemoryAndTimeNotTheClients)
+{
+    std::vector<char> ofTheClient(200 << 20, 'c');
+    PipedChild child(StartOf("UseMemory"));
+    EXPECT_EQ(child.ReadByte(), ofTheClient[1] == 'c' ? 'x' : 'y');
+    child.process->NotePeakMemory();
+    child.CloseInput();
+    child.process->WaitForCompletion();
+    child.process->CollectExitStatus();
+    const qpr::ProcessFigures& figures = child.process->Figures();
+    EXPECT_GE(figures.peakWorkingSetSizeMB, 64);
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+    EXPECT_LT(figures.peakWorkingSetSizeMB, 150);
+#endif
+    EXPECT_GT(figures.pageFaultCount, 1000U);
+    EXPECT_GT((figures.userTime + figures.kernelTime).count(), 0);
+    EXPECT_GT(figures.endTime, figures.startTime);
+}
