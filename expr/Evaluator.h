@@ -35,7 +35,8 @@ public:
 
     /// A value given for a helper's name takes the place of its definition. All variables of a formula need a value,
     /// those of a branch not taken too: throws qpr::RuntimeError "Missing definition for helper variable '<name>'". The
-    /// values are copied only when a helper is to be computed.
+    /// values are copied only when a helper is to be computed. Helpers through more than 1000 helpers, as one that
+    /// refers to itself, are a std::logic_error.
     Value Evaluate(const Expression& expression, const ValueMap& values) const;
 
 private:

@@ -35,7 +35,7 @@ void Parser::ParseHelperDefinition(HelperDefinitions& definitions)
     ExpressionPtr definition = ParseFormula(Value::Type_Undefined, L";");
     const Value::Type type = definition->GetValueType();
     definitions.emplace(name, std::move(definition));
-    m_knownVariableTypes.emplace(std::move(name), type);
+    m_knownVariableTypes.insert_or_assign(std::move(name), type);
 }
 
 } // namespace qexpr

@@ -1,0 +1,86 @@
+#include "expr/Evaluator.h"
+#include "tests/expr/Outcomes.h"
+
+#include <gtest/gtest.h>
+
+using namespace qexpr;
+using test::ErrorOf;
+
+namespace
+{
+
+std::wstring Repeated(int count, std::wstring_view text)
+{
+    std::wstring result;
+    for (int i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
+/// prefix^count centre suffix^count
+struct Nest
+{
+    const wchar_t* prefix;
+    const wchar_t* centre;
+    const wchar_t* suffix;
+    int deepest; ///< the largest count that parses
+
+    std::wstring Formula(int count) const { return Repeated(count, prefix) + centre + Repeated(count, suffix); }
+};
+
+const Nest Nests[] = {
+    {L"(", L"1", L")", 1000},
+    {L"+", L"1", L"", 1000},
+    {L"-", L"1", L"", 999},
+    {L"-(", L"1", L")", 500},
+    {L"sqrt(", L"1", L")", 999},
+    {L"min(1, ", L"1", L")", 999},
+    {L"pow(", L"1", L", 2)", 999},
+    {L"1 + ", L"1", L"", 999},
+    {L"", L"1", L" * 2", 999},
+    {L"", L"1", L" ^ 2", 999},
+    {L"1 + (", L"1", L")", 999},
+    {L"if true then 1 else ", L"1", L"", 999},
+    {L"if true then ", L"1", L" else 1", 999},
+    {L"if ", L"true", L" then true else false", 999},
+};
+
+std::wstring ParseOutcome(const std::wstring& formula)
+{
+    Evaluator evaluator;
+    return ErrorOf(
+        [&]
+        {
+            const ExpressionPtr expression = evaluator.ParseExpression(formula, L"formula", Value::Type_Undefined);
+            expression->ToText();
+            evaluator.Evaluate(*expression, {});
+        });
+}
+
+TEST(Nesting, IsBoundedForEveryConstruct)
+{
+    for (const Nest& nest : Nests)
+    {
+        SCOPED_TRACE(nest.prefix + std::wstring(L"...") + nest.suffix);
+        EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest)), L"no error");
+        for (const int count : {nest.deepest + 1, 1000000})
+            EXPECT_EQ(ParseOutcome(nest.Formula(count)).substr(0, 38), L"Expression nested more than 1000 deep ");
+    }
+}
+
+TEST(Nesting, UnclosedOrUnendedNestsAreBoundedToo)
+{
+    for (const wchar_t* unit : {L"(", L"-", L"sqrt(", L"if ", L"if true then ", L"min(", L"1 + (", L"true or ("})
+        EXPECT_EQ(ParseOutcome(Repeated(1000000, unit)).substr(0, 38), L"Expression nested more than 1000 deep ")
+            << unit;
+}
+
+TEST(Nesting, LargeFormulasThatStayFlatAreFine)
+{
+    std::wstring formula = L"1";
+    for (int i = 0; i < 16; ++i)
+        formula = L"min(" + formula + L", " + formula + L")";
+    EXPECT_EQ(ParseOutcome(formula), L"no error");
+}
+
+} // namespace

@@ -1,0 +1,210 @@
+#include "expr/Evaluator.h"
+#include "tests/expr/Outcomes.h"
+
+#include <gtest/gtest.h>
+
+using namespace qexpr;
+using test::ErrorOf;
+using test::Printed;
+
+namespace
+{
+
+constexpr Value::Type Any = Value::Type_Undefined;
+constexpr Value::Type Float = Value::Type_Float;
+constexpr Value::Type Bool = Value::Type_Bool;
+constexpr Value::Type String = Value::Type_String;
+
+struct Formula
+{
+    const wchar_t* text;
+    Value::Type requiredType;
+    const wchar_t* canonical;
+    const wchar_t* value;
+};
+
+TEST(Parser, ReadsFormulas)
+{
+    const Formula formulas[] = {
+        // literals
+        {L"2.", Any, L"2", L"2"},
+        {L" 2.5e3\t", Any, L"2500", L"2500"},
+        {L"1e-999", Any, L"0", L"0"},
+        {L"\"a'b\"", Any, L"'a'b'", L"'a'b'"},
+        {L"''", String, L"''", L"''"},
+        {L"true", Bool, L"true", L"true"},
+        // precedence and association
+        {L"A + B * 2", Any, L"add(float A, mul(float B, 2))", L"5"},
+        {L"(A + B) * 2", Float, L"mul(add(float A, float B), 2)", L"6"},
+        {L"8 - 4 - 2", Any, L"sub(sub(8, 4), 2)", L"2"},
+        {L"8 / 4 / 2", Any, L"div(div(8, 4), 2)", L"1"},
+        {L"2 ^ 3 ^ 2", Any, L"pow(pow(2, 3), 2)", L"64"},
+        {L"-2 ^ 2", Any, L"pow(neg(2), 2)", L"4"},
+        {L"1 - - 1", Any, L"sub(1, neg(1))", L"2"},
+        {L"1 + + 1", Any, L"add(1, 1)", L"2"},
+        {L"1 < 2 and 2 >= 3 or 1 != 2", Any, L"or(and(lt(1, 2), ge(2, 3)), ne(1, 2))", L"true"},
+        {L"1<2&&2<1||2<=2", Any, L"or(and(lt(1, 2), lt(2, 1)), le(2, 2))", L"true"},
+        // functions
+        {L"min(1, 2) + max(1, 2)", Float, L"add(min(1, 2), max(1, 2))", L"3"},
+        {L"abs(-3) * sqrt(4)", Float, L"mul(abs(neg(3)), sqrt(4))", L"6"},
+        {L"pow(2, 1 + 2)", Float, L"pow(2, add(1, 2))", L"8"},
+        {L"sqrt(if A > B then 4 else 9)", Float, L"sqrt(if_then_else(gt(float A, float B), 4, 9))", L"3"},
+        // the float rules
+        {L"1 / 0", Any, L"div(1, 0)", L"inf"},
+        {L"0 / 0 == 0 / 0", Any, L"eq(div(0, 0), div(0, 0))", L"false"},
+        {L"sqrt(-1) > 0", Any, L"gt(sqrt(neg(1)), 0)", L"false"},
+        {L"-0", Any, L"neg(0)", L"-0"},
+        {L"min(0, -0)", Any, L"min(0, neg(0))", L"0"},
+        {L"max(0/0, 1) == 1", Any, L"eq(max(div(0, 0), 1), 1)", L"false"},
+        // strings
+        {L"\"abc\" == 'abc'", Any, L"eq('abc', 'abc')", L"true"},
+        {L"'ab' < 'abc' and 'B' < 'a'", Any, L"and(lt('ab', 'abc'), lt('B', 'a'))", L"true"},
+        {L"S == 'text'", Bool, L"eq(string S, 'text')", L"true"},
+        {L"'text' != S", Bool, L"ne('text', string S)", L"false"},
+        // types of variables
+        {L"A == B", Any, L"eq(float A, float B)", L"false"},
+        {L"A - A", Any, L"sub(float A, float A)", L"0"},
+        {L"sqrt(A) + A", Any, L"add(sqrt(float A), float A)", L"2"},
+        {L"sqrt((A)) + sqrt((A))", Any, L"add(sqrt(float A), sqrt(float A))", L"2"},
+        {L"string S", Any, L"string S", L"'text'"},
+        {L"float A", Float, L"float A", L"1"},
+        {L"string S == T", Any, L"eq(string S, string T)", L"false"},
+        {L"bool F or G", Any, L"or(bool F, bool G)", L"true"},
+        {L"F or G", Any, L"or(bool F, bool G)", L"true"},
+        {L"x", Float, L"float x", L"7"},
+        {L"_", Bool, L"bool _", L"true"},
+        // a type hint binds the next operand only, and a function call takes none
+        {L"bool sqrt(4) + 1", Any, L"add(sqrt(4), 1)", L"3"},
+        // conditionals
+        {L"if F then 1 else 2", Any, L"if_then_else(bool F, 1, 2)", L"1"},
+        {L"if G then 1 else 2 + 3", Float, L"if_then_else(bool G, 1, add(2, 3))", L"5"},
+        {L"(if G then 1 else 2) + 3", Float, L"add(if_then_else(bool G, 1, 2), 3)", L"5"},
+        {L"if G then A else 2", Any, L"if_then_else(bool G, float A, 2)", L"2"},
+        {L"if F then A else B", Float, L"if_then_else(bool F, float A, float B)", L"1"},
+        {L"if A > B then 1 else if F then 2 else 3", Any,
+            L"if_then_else(gt(float A, float B), 1, if_then_else(bool F, 2, 3))", L"2"},
+        {L"if B + 1 > A then 1 else 0", Any, L"if_then_else(gt(add(float B, 1), float A), 1, 0)", L"1"},
+        {L"if A < (B + 1) then 1 else 0", Any, L"if_then_else(lt(float A, add(float B, 1)), 1, 0)", L"1"},
+    };
+    const ValueMap values = {{L"A", Value(1.0F)}, {L"B", Value(2.0F)}, {L"S", Value(L"text")}, {L"T", Value(L"other")},
+        {L"F", Value(true)}, {L"G", Value(false)}, {L"x", Value(7.0F)}, {L"_", Value(true)}};
+    for (const Formula& formula : formulas)
+    {
+        SCOPED_TRACE(formula.text);
+        Evaluator evaluator;
+        const ExpressionPtr expression = evaluator.ParseExpression(formula.text, L"formula", formula.requiredType);
+        EXPECT_EQ(expression->ToText(), formula.canonical);
+        EXPECT_EQ(Printed(evaluator.Evaluate(*expression, values)), formula.value);
+    }
+}
+
+struct BadFormula
+{
+    const wchar_t* text;
+    Value::Type requiredType;
+    const wchar_t* error;
+};
+
+TEST(Parser, NamesThePositionOfEveryError)
+{
+    const BadFormula formulas[] = {
+        // tokens
+        {L"", Float, L"Missing token at end of formula"},
+        {L" \t", Float, L"Missing token at end of formula"},
+        {L"1 +", Float, L"Missing token at end of formula"},
+        {L"1 + #", Float, L"Invalid character '#' at position 5 of formula"},
+        {L"1 + .5", Float, L"Invalid character '.' at position 5 of formula"},
+        {L"A == 'abc", Any, L"Unterminated string literal at position 6 of formula"},
+        {L"1 + 2e+", Float, L"Invalid float literal at position 5 of formula"},
+        {L"1e999", Float, L"Invalid float literal at position 1 of formula"},
+        {L"2 3", Float, L"Expected end of input but got '3' at position 3 of formula"},
+        {L"2 345", Float, L"Expected end of input but got '3' at position 3 of formula"},
+        {L"2 'text'", Float, L"Expected end of input but got ''' at position 3 of formula"},
+        {L"2x", Float, L"Expected end of input but got 'x' at position 2 of formula"},
+        {L"A & B", Bool, L"Expected end of input but got '&' at position 3 of formula"},
+        {L"A = B", Bool, L"Expected end of input but got '=' at position 3 of formula"},
+        {L"A)", Float, L"Expected end of input but got ')' at position 2 of formula"},
+        {L"!A", Bool, L"Invalid token '!' at position 1 of formula"},
+        {L"not A", Bool, L"Invalid token 'not' at position 1 of formula"},
+        {L"1 * * 2", Float, L"Invalid token '*' at position 5 of formula"},
+        {L"1 + if A then 1 else 2", Float, L"Invalid token 'if' at position 5 of formula"},
+        {L"size + 1", Float, L"Invalid token 'size' at position 1 of formula"},
+        // terminators
+        {L"(1", Float, L"Expected ) at end of formula"},
+        {L"(1 2", Float, L"Expected ) but got '2' at position 4 of formula"},
+        {L"if A else 1", Float, L"Expected then but got 'else' at position 6 of formula"},
+        {L"if A then 1", Float, L"Expected else at end of formula"},
+        {L"sqrt x", Float, L"Expected '(' but got 'x' at position 6 of formula"},
+        {L"sqrt", Float, L"Expected '(' at end of formula"},
+        {L"min(1)", Float, L"Expected , but got ')' at position 6 of formula"},
+        {L"sqrt(1, 2)", Float, L"Expected ) but got ',' at position 7 of formula"},
+        // types
+        {L"1", Bool, L"Wrong result type float (should be bool) at end of formula"},
+        {L"sqrt('a')", Any, L"Expected float expression but got ''' at position 6 of formula"},
+        {L"bool 2", Any, L"Expected bool expression but got '2' at position 6 of formula"},
+        {L"-true", Any, L"Expected float expression but got 'true' at position 2 of formula"},
+        {L"string -2", Any, L"Expected string expression but got '-' at position 8 of formula"},
+        {L"-(true)", Any, L"Wrong result type bool (should be float) at position 7 of formula"},
+        {L"float float A", Any, L"Redundant type hint at position 7 of formula"},
+        {L"sqrt(float A)", Any, L"Redundant type hint at position 6 of formula"},
+        {L"'a' + 1", Any, L"Infix operand type mismatch at end of formula"},
+        {L"'a' + 1 - 2", Any, L"Infix operand type mismatch at position 9 of formula"},
+        {L"1 < 2 == 2", Any, L"Infix operand type mismatch at end of formula"},
+        {L"true == false", Any, L"Infix operand type mismatch at end of formula"},
+        {L"'a' < 1", Any, L"Infix operand type mismatch at end of formula"},
+        {L"if X < Y + 1 then 1 else 0", Any, L"Infix operand type mismatch at position 14 of formula"},
+        {L"if A then 1 else 'a'", Any, L"Wrong result type string (should be float) at end of formula"},
+        {L"A", Any, L"Could not determine type of expression at end of formula"},
+        {L"if F then A else B", Any, L"Could not determine type of expression at end of formula"},
+        // variables
+        {L"sqrt(X) + sqrt(X)", Any,
+            L"Attempt to use previously used float variable 'X' as a float at position 16 of formula"},
+        {L"min(X, X)", Any, L"Attempt to use previously used float variable 'X' as a float at position 8 of formula"},
+        {L"X == 'a' and -X > 1", Any,
+            L"Attempt to use previously used string variable 'X' as a float at position 15 of formula"},
+        {L"-Known", Any, L"Attempt to use known string variable 'Known' as a float at position 2 of formula"},
+        {L"Known + 1", Any, L"Infix operand type mismatch at end of formula"},
+        // typing that the language does not resolve
+        {L"(if F then A else B) + 1", Any, L"qexpr::IfThenElse::SetDefinedValueType: value type already defined"},
+        {L"if F then X else Y < sqrt(X)", Any,
+            L"qexpr::IfThenElse::IfThenElse: if and then clauses have different value types"},
+    };
+    for (const BadFormula& formula : formulas)
+    {
+        SCOPED_TRACE(formula.text);
+        Evaluator evaluator;
+        evaluator.ParseExpression(L"string Known", L"known", Any);
+        EXPECT_EQ(
+            ErrorOf([&] { evaluator.ParseExpression(formula.text, L"formula", formula.requiredType); }), formula.error);
+    }
+}
+
+TEST(Parser, ErrorsCarryThePositionForTools)
+{
+    Evaluator evaluator;
+    try
+    {
+        evaluator.ParseExpression(L"1 + ?", L"formula", Float);
+        FAIL();
+    }
+    catch (const ParseError& error)
+    {
+        EXPECT_EQ(error.GetPosition(), 5);
+        EXPECT_EQ(error.GetSource(), L"formula");
+    }
+}
+
+TEST(Parser, MakesTheVariablesOfGoodFormulasKnownAndOfBadOnesNot)
+{
+    Evaluator evaluator;
+    EXPECT_THROW(evaluator.ParseExpression(L"sqrt(A) + B )", L"formula", Float), ParseError);
+    ValueTypeMap types;
+    evaluator.GetInputVariableTypes(types);
+    EXPECT_TRUE(types.empty());
+
+    evaluator.ParseExpression(L"A + 1", L"formula", Float);
+    EXPECT_EQ(evaluator.ParseExpression(L"A", L"formula", Any)->ToText(), L"float A");
+    EXPECT_THROW(evaluator.ParseExpression(L"string A", L"formula", Any), ParseError);
+}
+
+} // namespace
