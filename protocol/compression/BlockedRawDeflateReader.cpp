@@ -77,13 +77,15 @@ bool BlockedRawDeflateReader::BringInput(Wait wait)
     return true;
 }
 
-/// A window that was filled to its end may hide output that needs no further input; asking for it in vain is no error.
+/// Room filled to its end may leave output behind that needs no further input; asking for it in vain is no error. After
+/// a failure it is asked again, and fails again, before more input is taken.
 void BlockedRawDeflateReader::Inflate()
 {
     const bool mayBeInVain = m_outputHeldBack && m_stream.avail_in == 0;
     const int result = inflate(&m_stream, Z_SYNC_FLUSH);
-    m_outputHeldBack = m_stream.avail_out == 0;
-    if (result != Z_OK && !(mayBeInVain && result == Z_BUF_ERROR))
+    const bool failed = result != Z_OK && !(mayBeInVain && result == Z_BUF_ERROR);
+    m_outputHeldBack = failed || m_stream.avail_out == 0;
+    if (failed)
         ThrowZlibError(L"inflate() failed", result);
 }
 

@@ -63,7 +63,8 @@ CompressedBlockReader::FrameState CompressedBlockReader::ReadFrame(Wait wait)
         case Step::Start:
             if (AtEnd())
                 return FrameState::End;
-            TakeDelimiter('[', L"at start of compressed block", Step::Length);
+            ExpectDelimiter('[', L"at start of compressed block");
+            TakeByte(Step::Length);
             break;
         case Step::Length:
             TakeLengthDigit();
@@ -72,7 +73,8 @@ CompressedBlockReader::FrameState CompressedBlockReader::ReadFrame(Wait wait)
             TakePayload(wait);
             break;
         case Step::End:
-            TakeDelimiter(']', L"after compressed data", Step::Start);
+            ExpectDelimiter(']', L"after compressed data");
+            TakeByte(Step::Start);
             return FrameState::Complete;
         }
     }
@@ -88,7 +90,7 @@ bool CompressedBlockReader::AtEnd()
     return Traits::eq_int_type(m_input.sgetc(), Traits::eof());
 }
 
-/// Looks at the next byte without taking it, so that a wrong one is found again by the next call.
+/// Looks at the next byte without taking it, so that a wrong one is found again when reading goes on.
 int CompressedBlockReader::PeekByte()
 {
     if (AtEnd())
@@ -96,12 +98,16 @@ int CompressedBlockReader::PeekByte()
     return static_cast<unsigned char>(Traits::to_char_type(m_input.sgetc()));
 }
 
-void CompressedBlockReader::TakeDelimiter(char expected, const wchar_t* context, Step next)
+void CompressedBlockReader::ExpectDelimiter(char expected, const wchar_t* context)
 {
     const int got = PeekByte();
     if (got != expected)
         throw RuntimeError(
             L"Expected delimiter " + QuotedByte(expected) + L" " + context + L" but got " + QuotedByte(got));
+}
+
+void CompressedBlockReader::TakeByte(Step next)
+{
     m_input.sbumpc();
     m_step = next;
 }
@@ -112,18 +118,17 @@ void CompressedBlockReader::TakeLengthDigit()
     if (IsDigit(byte) && m_length.size() < MaxLengthText)
     {
         m_length += static_cast<char>(byte);
-        m_input.sbumpc();
-        return;
+        return TakeByte(Step::Length);
     }
     if (m_length.empty())
         ThrowInvalidLength(QuotedByte(byte));
     if (m_length.size() < MaxLengthText)
-        TakeDelimiter('|', L"after length of compressed block", Step::Length);
+        ExpectDelimiter('|', L"after length of compressed block");
     m_payloadSize = ParseLength(m_length);
-    m_length.clear();
     m_payload.GrowTo(m_payloadSize);
     m_payloadRead = 0;
-    m_step = Step::Payload;
+    m_length.clear();
+    TakeByte(Step::Payload);
 }
 
 void CompressedBlockReader::TakePayload(Wait wait)

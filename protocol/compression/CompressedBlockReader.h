@@ -58,7 +58,8 @@ private:
 
     bool AtEnd();
     int PeekByte();
-    void TakeDelimiter(char expected, const wchar_t* context, Step next);
+    void ExpectDelimiter(char expected, const wchar_t* context);
+    void TakeByte(Step next);
     void TakeLengthDigit();
     void TakePayload(Wait wait);
 

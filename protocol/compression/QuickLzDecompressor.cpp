@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <string>
 
 // Literals come in runs, counted in the control word and copied whole. Where both ranges have room for the longest run
 // and match, copies are rounded up to 16 bytes without further checks; near the ends every byte is checked.
@@ -130,7 +131,7 @@ void Unpacking::RunWithRoom()
         if (source >= p)
             ThrowInvalidData(L"match refers to no position");
         if (length < MinMatch)
-            ThrowInvalidData(L"match too short");
+            ThrowInvalidData(L"match of length " + std::to_wstring(length));
         std::uint8_t* const to = data + p;
         const std::uint8_t* const from = data + source;
         if (p - source >= CopyStep)
@@ -189,7 +190,7 @@ void Unpacking::CopyMatch(std::size_t index, std::size_t length)
     if (source >= m_position)
         ThrowInvalidData(L"match refers to no position");
     if (length < MinMatch)
-        ThrowInvalidData(L"match too short");
+        ThrowInvalidData(L"match of length " + std::to_wstring(length));
     if (length > m_size - m_position)
         ThrowInvalidData(L"match passes the end");
     for (std::size_t i = 0; i < length; ++i)
@@ -207,7 +208,8 @@ void Decompressor::Decompress(const PacketHeader& header, std::span<const std::u
     if (!header.compressed)
     {
         if (content.size() != header.dataSize)
-            ThrowInvalidData(L"stored size differs");
+            ThrowInvalidData(
+                L"stored size " + std::to_wstring(content.size()) + L" instead of " + std::to_wstring(header.dataSize));
         std::copy(content.begin(), content.end(), data);
         return;
     }

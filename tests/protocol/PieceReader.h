@@ -1,0 +1,48 @@
+#pragma once
+
+#include "runtime/IReader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <stdexcept>
+#include <string>
+
+namespace compression_test
+{
+
+/// A channel that hands out what has arrived, at most pieceSize bytes at a time. A read that would wait for more is a
+/// test's failure and throws.
+class PieceReader : public qpr::IReader
+{
+public:
+    explicit PieceReader(std::string arrived = {}, std::size_t pieceSize = 65536, bool closed = true)
+        : m_arrived(std::move(arrived))
+        , m_pieceSize(pieceSize)
+        , m_closed(closed)
+    {
+    }
+
+    void Arrive(std::string_view bytes) { m_arrived += bytes; }
+    void Close() { m_closed = true; }
+
+    std::size_t Read(void* buffer, std::size_t size) override
+    {
+        if (!InputPending())
+            throw std::logic_error("a read that blocks");
+        const std::size_t taken = std::min({size, m_pieceSize, m_arrived.size() - m_next});
+        std::memcpy(buffer, m_arrived.data() + m_next, taken);
+        m_next += taken;
+        return taken;
+    }
+
+    bool InputPending() override { return m_next != m_arrived.size() || m_closed; }
+
+private:
+    std::string m_arrived;
+    std::size_t m_next = 0;
+    std::size_t m_pieceSize;
+    bool m_closed;
+};
+
+} // namespace compression_test

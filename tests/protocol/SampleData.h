@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/ChildMain.h"
+
+/// Data of every kind that goes over a connection, the same in every run (but for the program's own bytes).
+namespace compression_test
+{
+
+inline std::string Text(std::size_t size)
+{
+    static const char* const words[] = {"the ", "solver ", "of ", "matrix ", "converged ", "after ", "iterations, ",
+        "residual ", "0.0173", "\r\n", "node ", "and "};
+    std::minstd_rand random(1);
+    std::string text;
+    while (text.size() < size)
+        text += words[random() % std::size(words)];
+    text.resize(size);
+    return text;
+}
+
+inline std::string Binary(std::size_t size)
+{
+    std::ifstream program(test::OwnPath(), std::ios::binary);
+    std::string bytes(size, '\0');
+    for (std::size_t done = 0; done < size; done += static_cast<std::size_t>(program.gcount()))
+    {
+        program.clear();
+        program.seekg(0);
+        program.read(bytes.data() + done, static_cast<std::streamsize>(size - done));
+    }
+    return bytes;
+}
+
+inline std::string Numbers(std::size_t size)
+{
+    std::minstd_rand random(2);
+    std::vector<double> numbers(size / sizeof(double) + 1);
+    double walk = 0;
+    for (double& number : numbers)
+        number = walk += static_cast<double>(random() % 1000) / 64;
+    return std::string(reinterpret_cast<const char*>(numbers.data()), size);
+}
+
+inline std::string Runs(std::size_t size)
+{
+    std::minstd_rand random(3);
+    std::string bytes;
+    while (bytes.size() < size)
+        bytes.append(random() % 700, static_cast<char>(random() % 3));
+    bytes.resize(size);
+    return bytes;
+}
+
+inline std::string Noise(std::size_t size)
+{
+    std::mt19937 random(4);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes)
+        byte = static_cast<char>(random());
+    return bytes;
+}
+
+struct DataKind
+{
+    const char* name;
+    std::string (*make)(std::size_t size);
+};
+
+inline constexpr DataKind dataKinds[] = {
+    {"text", Text}, {"binary", Binary}, {"numbers", Numbers}, {"runs", Runs}, {"noise", Noise}};
+
+inline constexpr std::size_t dataSizes[] = {1, 9, 215, 216, 65535, 65536, 65537, 10485760};
+
+} // namespace compression_test
