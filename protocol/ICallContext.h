@@ -18,7 +18,8 @@ class IServiceConnectionW;
 namespace qxm
 {
 
-/// What the conversations need of the call that they carry out. Used on the call's thread, the log on one thread at a time.
+/// What the conversations need of the call that they carry out. Used on the call's thread, the log on one thread at a
+/// time.
 class ICallContext
 {
 public:
@@ -39,4 +40,4 @@ public:
     virtual std::wostream& Log() = 0;
 };
 
-}
+} // namespace qxm

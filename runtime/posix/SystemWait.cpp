@@ -1,6 +1,6 @@
 #include "runtime/SystemWait.h"
 
-#include "runtime/Thread.h"
+#include "runtime/Deadline.h"
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/EventDescriptor.h"
 #include "runtime/posix/InterruptState.h"
@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <limits>
 #include <optional>
 #include <poll.h>
@@ -24,39 +23,17 @@ namespace
 
 constexpr std::size_t maxDescriptorCount = 64 + 1; // the objects and the thread's interrupt
 
-/// The time that is left of a wait, as poll wants it.
-class Deadline
+/// -1: without limit. A longer time than poll can take is waited for in several turns.
+int PollTimeout(std::uint32_t leftMs) noexcept
 {
-public:
-    explicit Deadline(std::uint32_t timeoutMs) noexcept
-        : m_timeoutMs(timeoutMs)
-    {
-        if (IsMoment())
-            m_end = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    }
-
-    /// -1: without limit.
-    int LeftMs() const noexcept
-    {
-        if (!IsMoment())
-            return m_timeoutMs == 0 ? 0 : -1;
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - Clock::now()).count();
-        return static_cast<int>(std::clamp<long long>(left, 0, std::numeric_limits<int>::max()));
-    }
-
-    bool HasPassed() const noexcept { return LeftMs() == 0; }
-
-private:
-    using Clock = std::chrono::steady_clock;
-
-    bool IsMoment() const noexcept { return m_timeoutMs != 0 && m_timeoutMs != Infinite; }
-
-    std::uint32_t m_timeoutMs;
-    Clock::time_point m_end;
-};
+    constexpr std::uint32_t longest = std::numeric_limits<int>::max();
+    return leftMs == Infinite ? -1 : static_cast<int>(std::min(leftMs, longest));
+}
 
 short PollEventsOf(WaitObject::Kind kind) noexcept
 {
+    if (kind == WaitObject::Kind_PeerGone)
+        return 0; // what poll always reports is all that counts
     return kind == WaitObject::Kind_Writable ? POLLOUT : POLLIN;
 }
 
@@ -121,7 +98,7 @@ SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::
 
     for (const Deadline deadline(timeoutMs);;)
     {
-        const int readyCount = poll(set.entries.data(), set.count, deadline.LeftMs());
+        const int readyCount = poll(set.entries.data(), set.count, PollTimeout(deadline.LeftMs()));
         if (readyCount < 0 && errno != EINTR)
             return {SystemWaitResult::Outcome_Failed, 0, static_cast<std::uint32_t>(errno)};
         if (readyCount > 0)

@@ -23,4 +23,4 @@ public:
     virtual void Wait() = 0;
 };
 
-}
+} // namespace qxmi

@@ -11,9 +11,9 @@ namespace qxmi
 {
 
 /// Describes one external process and hears of its output and end. Implemented by the application, which keeps it alive
-/// until the call has ended. The queries are made inside CallProcess; the rest comes on threads of the library, one at a
-/// time, and must not call back into it. A process call ends in exactly one of OnCompleted, OnError, OnCancelled. Slot
-/// order is part of the binary interface.
+/// until the call has ended. The queries are made inside CallProcess; the rest comes on threads of the library, one at
+/// a time, and must not call back into it. A process call ends in exactly one of OnCompleted, OnError, OnCancelled.
+/// Slot order is part of the binary interface.
 class IProcessRequestW
 {
 public:
@@ -28,8 +28,8 @@ public:
     /// Where the process runs; left empty, in this process's own directory.
     virtual void GetWorkingDirectory(std::wstring& directory) = 0;
 
-    /// Variables that the process gets beside those of this process, replacing ones of the same name. One set to an empty
-    /// text is left out of the process's environment.
+    /// Variables that the process gets beside those of this process, replacing ones of the same name. One set to an
+    /// empty text is left out of the process's environment.
     virtual void GetEnvironment(std::map<std::wstring, std::wstring>& variables) = 0;
 
     /// One line of the process's standard output or error stream, without its line end.
@@ -45,4 +45,4 @@ public:
     virtual void OnError(const std::exception& error) = 0;
 };
 
-}
+} // namespace qxmi

@@ -17,17 +17,17 @@ public:
     /// Raises the reference count. CreateServiceCall hands the call out with one reference.
     virtual void AddRef() = 0;
 
-    /// Lowers the reference count and destroys the call at 0: a call still queued is taken out of the queue and reported
-    /// as cancelled; a running one is cancelled, and Release returns when it has ended.
+    /// Lowers the reference count and destroys the call at 0: a call still queued is taken out of the queue and
+    /// reported as cancelled; a running one is cancelled, and Release returns when it has ended.
     virtual void Release() = 0;
 
-    /// Requests cancellation and returns without waiting. A queued call is reported as cancelled before Cancel returns; a
-    /// running one is asked to stop: its reads, writes and waits fail, and its servant is ended. Does nothing when the
-    /// call has ended.
+    /// Requests cancellation and returns without waiting. A queued call is reported as cancelled before Cancel returns;
+    /// a running one is asked to stop: its reads, writes and waits fail, and its servant is ended. Does nothing when
+    /// the call has ended.
     virtual void Cancel() = 0;
 
     /// Returns when the call has ended: done, failed or cancelled, its last notification and log character delivered.
     virtual void Wait() = 0;
 };
 
-}
+} // namespace qxmi

@@ -11,9 +11,9 @@ namespace qxmi
 /// What a running call gets to talk to its servant: a byte stream in each direction and a few facts about the call.
 /// Lives only while IServiceRequestW::Execute runs. One thread may read while another writes.
 ///
-/// The streams throw: a failed read or write ends in an exception, never in a silent error state; the end of the data is
-/// the ordinary end of the stream. When the call is cancelled, reads, writes and waits that are under way end, and all
-/// later ones fail at once. Slot order is part of the binary interface.
+/// The streams throw: a failed read or write ends in an exception, never in a silent error state; the end of the data
+/// is the ordinary end of the stream. When the call is cancelled, reads, writes and waits that are under way end, and
+/// all later ones fail at once. Slot order is part of the binary interface.
 class IServiceConnectionW
 {
 public:
@@ -53,4 +53,4 @@ public:
     virtual std::uint64_t BytesTransferred() const = 0;
 };
 
-}
+} // namespace qxmi

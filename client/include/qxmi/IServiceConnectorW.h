@@ -24,14 +24,14 @@ public:
     /// Lowers the reference count and destroys the connector at 0.
     virtual void Release() = 0;
 
-    /// Makes a call of the request, queues it and returns it with one reference; the caller releases it. The call starts
-    /// when the connector admits it. The request must live until the call has ended. Throws std::exception when the
-    /// request cannot be queued; no notification is made then.
+    /// Makes a call of the request, queues it and returns it with one reference; the caller releases it. The call
+    /// starts when the connector admits it. The request must live until the call has ended. Throws std::exception when
+    /// the request cannot be queued; no notification is made then.
     virtual IServiceCall* CreateServiceCall(IServiceRequestW& request) = 0;
 
-    /// Cancels each of these calls, all made by this connector, then waits until each has ended. An empty list returns at
-    /// once.
+    /// Cancels each of these calls, all made by this connector, then waits until each has ended. An empty list returns
+    /// at once.
     virtual void CancelServiceCalls(const std::vector<IServiceCall*>& calls) = 0;
 };
 
-}
+} // namespace qxmi

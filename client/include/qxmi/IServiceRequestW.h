@@ -10,8 +10,8 @@ namespace qxmi
 
 class IServiceConnectionW;
 
-/// What the application wants done, and where it hears of it. Implemented by the application, which owns it and keeps it
-/// alive until the call has ended.
+/// What the application wants done, and where it hears of it. Implemented by the application, which owns it and keeps
+/// it alive until the call has ended.
 ///
 /// A call ends in exactly one of three ways: Execute returned, OnError once, or OnCancelled once. GetServiceName and
 /// GetServiceRequestAttributes are called inside CreateServiceCall. The notifications may come on any thread and while
@@ -25,7 +25,8 @@ public:
     /// Names the service, exactly as configured.
     virtual void GetServiceName(std::wstring& name) = 0;
 
-    /// Fills in the attributes that the service's formulas and the distributor see. Keys and values hold no white space.
+    /// Fills in the attributes that the service's formulas and the distributor see. Keys and values hold no white
+    /// space.
     virtual void GetServiceRequestAttributes(std::map<std::wstring, std::wstring>& attributes) = 0;
 
     /// The call's own conversation with its servant, on the call's thread. An exception that leaves it is the call's
@@ -39,9 +40,9 @@ public:
     /// The call failed. what() is UTF-8.
     virtual void OnError(const std::exception& error) = 0;
 
-    /// A piece of the call's log: the connector's decisions, what the servant writes to its standard error stream. Comes
-    /// in order, one piece at a time, from a thread of its own while Execute runs.
+    /// A piece of the call's log: the connector's decisions, what the servant writes to its standard error stream.
+    /// Comes in order, one piece at a time, from a thread of its own while Execute runs.
     virtual void WriteLog(const wchar_t* text, std::size_t length) = 0;
 };
 
-}
+} // namespace qxmi

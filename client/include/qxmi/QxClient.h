@@ -20,15 +20,15 @@
 namespace qxmi
 {
 
-/// Creates a service connector from a small XML text: the root element LocalServiceConnector, NetworkServiceConnector or
-/// HybridServiceConnector, the settings as its attributes. Returns it with one reference; never null. Starts the
-/// connector's threads. Throws std::runtime_error that names what is wrong with the text or with the configuration file.
-/// May be called from any thread.
+/// Creates a service connector from a small XML text: the root element LocalServiceConnector, NetworkServiceConnector
+/// or HybridServiceConnector, the settings as its attributes. Returns it with one reference; never null. Starts the
+/// connector's threads. Throws std::runtime_error that names what is wrong with the text or with the configuration
+/// file. May be called from any thread.
 QXCLIENT_EXPORT IServiceConnectorW* CreateServiceConnectorW(const std::string& configuration);
 
 /// Starts the external process that the request describes and returns the call that follows it, with one reference.
-/// Throws std::runtime_error when the request is incomplete; a process that cannot be started is reported to the request.
-/// May be called from any thread.
+/// Throws std::runtime_error when the request is incomplete; a process that cannot be started is reported to the
+/// request. May be called from any thread.
 QXCLIENT_EXPORT IProcessCall* CallProcess(IProcessRequestW& request);
 
-}
+} // namespace qxmi

@@ -14,4 +14,4 @@ public:
     virtual void Abandon() noexcept = 0;
 };
 
-}
+} // namespace qxmi::internal

@@ -1,0 +1,54 @@
+#include "client/ConnectorFactory.h"
+
+#include "client/ConversationExecutor.h"
+#include "client/LocalComputer.h"
+#include "client/LocalServiceConnector.h"
+#include "client/NetworkServiceConnector.h"
+#include "config/Configuration.h"
+#include "config/ConnectorSettings.h"
+#include "config/LocalHost.h"
+
+namespace QxClient
+{
+
+namespace
+{
+
+std::unique_ptr<ServiceConnectorBase> MakeLocal(
+    const qxm::ConnectorConfiguration& configuration, const qxm::HostDescription& host, const std::wstring& path)
+{
+    const qxm::Configuration file = ReadConfiguration(path, host);
+    return std::make_unique<LocalServiceConnector>(configuration.settings, host,
+        std::make_unique<LocalComputer>(file.services, host, configuration.localExecution),
+        std::make_unique<ConversationExecutor>(
+            host, configuration.settings.logServiceExecutionInfo, qxm::DistributorSettings{}));
+}
+
+std::unique_ptr<ServiceConnectorBase> MakeNetwork(
+    const qxm::ConnectorConfiguration& configuration, const qxm::HostDescription& host, const std::wstring& path)
+{
+    return std::make_unique<NetworkServiceConnector>(configuration.settings, host,
+        std::make_unique<ConversationExecutor>(
+            host, configuration.settings.logServiceExecutionInfo, qxm::ReadDistributorSettings(path)));
+}
+
+} // namespace
+
+std::unique_ptr<ServiceConnectorBase> MakeConnector(const std::string& configuration)
+{
+    const auto parsed = qxm::ConnectorConfiguration::Parse(configuration);
+    const qxm::HostDescription host = qxm::DescribeLocalHost(L"client");
+    const std::wstring path = qxm::LocateConfigurationFile(parsed.settings.configurationPath);
+    switch (parsed.kind)
+    {
+    case qxm::ConnectorKind::Local:
+        return MakeLocal(parsed, host, path);
+    case qxm::ConnectorKind::Network:
+        return MakeNetwork(parsed, host, path);
+    case qxm::ConnectorKind::Hybrid:
+        break;
+    }
+    throw std::logic_error("QxClient::MakeConnector: Invalid connector kind");
+}
+
+} // namespace QxClient

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "client/ServiceConnectorBase.h"
+
+#include <memory>
+#include <string>
+
+namespace QxClient
+{
+
+/// Makes the connector that a connector configuration string asks for: reads the configuration file, describes this
+/// computer, starts the connector. Throws what any of it throws.
+std::unique_ptr<ServiceConnectorBase> MakeConnector(const std::string& configuration);
+
+} // namespace QxClient

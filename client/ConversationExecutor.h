@@ -1,0 +1,28 @@
+#pragma once
+
+#include "client/ICallExecutor.h"
+#include "config/Configuration.h"
+#include "config/HostDescription.h"
+
+namespace QxClient
+{
+
+/// Carries calls out for real: servants started here, or a distributor.
+class ConversationExecutor final : public ICallExecutor
+{
+public:
+    ConversationExecutor(
+        qxm::HostDescription client, bool logServiceExecutionInfo, qxm::DistributorSettings distributor);
+
+    void RunLocally(
+        qxm::ICallContext& call, const qxm::LocalServiceInfo& service, const qxm::ExpectedUsage& usage) override;
+    std::unique_ptr<INetworkExecution> PrepareNetwork(
+        qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject) override;
+
+private:
+    const qxm::HostDescription m_client;
+    const bool m_logServiceExecutionInfo;
+    const qxm::DistributorSettings m_distributor;
+};
+
+} // namespace QxClient

@@ -1,0 +1,73 @@
+#include "client/LocalComputer.h"
+
+#include <utility>
+
+namespace QxClient
+{
+
+LocalComputer::LocalComputer(qxm::ServicesMap services, const qxm::HostDescription& host,
+    const qxm::LocalExecutionSettings& settings, const qxm::WorkTableOptions& tableOptions)
+    : m_services(std::move(services))
+    , m_settings(settings)
+    , m_limits(host.cpuCount, host.memorySizeInMB, settings)
+    , m_table(qxm::WorkTable::ScopeMode_PreferExistingGlobal, tableOptions)
+    , m_jobManager(m_table)
+{
+}
+
+const qxm::LocalServiceInfo* LocalComputer::FindService(const std::wstring& name) const
+{
+    const auto found = m_services.find(name);
+    return found == m_services.end() ? nullptr : found->second.get();
+}
+
+qxm::ExpectedUsage LocalComputer::ComputeUsage(
+    const qxm::LocalServiceInfo& service, const qxm::ServiceRequestAttributes& attributes) const
+{
+    return ComputeExpectedUsage(service, attributes, m_limits, m_settings.maxLocalServants);
+}
+
+void LocalComputer::Publish(const qxm::WorkRecord& record)
+{
+    qxm::WorkTable::Lock lock(m_table);
+    Publish(lock, record);
+}
+
+void LocalComputer::Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record)
+{
+    if (!m_jobManager.Publish(lock, record))
+        m_jobManager.SignalTrigger();
+}
+
+void LocalComputer::PublishLater(const qxm::WorkRecord& record) noexcept
+{
+    try
+    {
+        const qpr::NonInterruptibleSection section;
+        Publish(record);
+    }
+    catch (...)
+    {
+        m_jobManager.PublishAtNextHeartbeat(record);
+    }
+}
+
+LocalComputer::AdmissionPeriod::AdmissionPeriod(LocalComputer& computer)
+    : m_computer(computer)
+    , m_lock(computer.m_table)
+{
+    const qxm::Work active = computer.m_jobManager.SumActiveWork(m_lock);
+    m_load = {active.jobs, active.processors, active.memoryInMB};
+}
+
+bool LocalComputer::AdmissionPeriod::Admits(const CallNeeds& needs, std::size_t ownRunningCalls) const noexcept
+{
+    return IsAdmitted(needs, m_load, ownRunningCalls, m_computer.m_limits, m_computer.m_settings);
+}
+
+void LocalComputer::AdmissionPeriod::Publish(const qxm::WorkRecord& record)
+{
+    m_computer.Publish(m_lock, record);
+}
+
+} // namespace QxClient

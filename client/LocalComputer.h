@@ -1,0 +1,69 @@
+#pragma once
+
+#include "client/CallNeeds.h"
+#include "client/LocalAdmission.h"
+#include "config/Configuration.h"
+#include "config/ConnectorSettings.h"
+#include "config/ExpectedUsage.h"
+#include "config/HostDescription.h"
+#include "protocol/ServiceRequestAttributes.h"
+#include "worktable/JobManager.h"
+#include "worktable/WorkTable.h"
+
+#include <cstddef>
+#include <string>
+
+namespace QxClient
+{
+
+/// This computer as a connector sees it: the services that are offered here, the limits, and the work table in which
+/// all client processes tell each other what they run. Any thread may use it.
+class LocalComputer
+{
+public:
+    /// Opens the work table and claims a row.
+    LocalComputer(qxm::ServicesMap services, const qxm::HostDescription& host,
+        const qxm::LocalExecutionSettings& settings, const qxm::WorkTableOptions& tableOptions = {});
+
+    /// Null when the service is not offered here. The service lives as long as this object.
+    const qxm::LocalServiceInfo* FindService(const std::wstring& name) const;
+
+    qxm::ExpectedUsage ComputeUsage(
+        const qxm::LocalServiceInfo& service, const qxm::ServiceRequestAttributes& attributes) const;
+    const qxm::LocalLimits& Limits() const noexcept { return m_limits; }
+
+    /// Waits, interruptibly and without limit, until this or another process has published a change.
+    void WaitForChange() { m_jobManager.WaitForTrigger(); }
+
+    /// Tells all client processes, this one included, what this connector runs and has waiting.
+    void Publish(const qxm::WorkRecord& record);
+
+    /// The same where nothing may fail: what cannot be published now is published with the next heartbeat.
+    void PublishLater(const qxm::WorkRecord& record) noexcept;
+
+    /// One hold of the table: what it admits and publishes, no other process can have admitted too.
+    class AdmissionPeriod
+    {
+    public:
+        explicit AdmissionPeriod(LocalComputer& computer);
+
+        bool Admits(const CallNeeds& needs, std::size_t ownRunningCalls) const noexcept;
+        void Publish(const qxm::WorkRecord& record);
+
+    private:
+        LocalComputer& m_computer;
+        qxm::WorkTable::Lock m_lock;
+        LocalLoad m_load;
+    };
+
+private:
+    void Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record);
+
+    const qxm::ServicesMap m_services;
+    const qxm::LocalExecutionSettings m_settings;
+    const qxm::LocalLimits m_limits;
+    qxm::WorkTable m_table;
+    qxm::WorkTable::JobManager m_jobManager;
+};
+
+} // namespace QxClient

@@ -1,0 +1,83 @@
+#include "client/NetworkServiceConnector.h"
+
+#include "client/NetworkServiceCall.h"
+
+#include <utility>
+
+namespace QxClient
+{
+
+NetworkServiceConnector::NetworkServiceConnector(
+    const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host, std::unique_ptr<ICallExecutor> executor)
+    : ServiceConnectorBase(settings, std::move(host))
+    , m_executor(std::move(executor))
+    , m_starterEvent(qpr::ThreadEvent::Kind_AutoReset)
+{
+    StartStarter();
+}
+
+NetworkServiceConnector::~NetworkServiceConnector()
+{
+    StopStarter();
+}
+
+qxmi::IServiceCall* NetworkServiceConnector::CreateServiceCall(qxmi::IServiceRequestW& request)
+{
+    return Enqueue(std::make_unique<NetworkServiceCall>(*this, request, *m_executor));
+}
+
+void NetworkServiceConnector::HandleError(const std::exception& error)
+{
+    ReportStarterDeath("NetworkServiceConnector", error);
+}
+
+void NetworkServiceConnector::WaitForStarterEvent()
+{
+    m_starterEvent.Wait();
+}
+
+void NetworkServiceConnector::StartPendingCalls()
+{
+    if (m_waiting || IsRunningLimitReached(m_running.Count()))
+        return;
+    PendingQueue::Walk walk(m_queue);
+    while (ServiceCallBase* call = walk.Next([](const CallNeeds&) { return true; }))
+    {
+        Unqueue(*call);
+        if (Start(*call))
+        {
+            m_waiting = call;
+            PublishChange();
+            return;
+        }
+    }
+}
+
+void NetworkServiceConnector::OnServantAssigned(ServiceCallBase& call)
+{
+    qpr::ScopedLock lock(m_lock);
+    MoveTo(m_running, call);
+    m_waiting = nullptr;
+    PublishChange();
+}
+
+void NetworkServiceConnector::PublishChange()
+{
+    m_starterEvent.Signal();
+}
+
+void NetworkServiceConnector::PublishChangeLater() noexcept
+{
+    m_starterEvent.Signal();
+}
+
+bool NetworkServiceConnector::Leave(ServiceCallBase& call)
+{
+    Unlink(call);
+    if (m_waiting == &call)
+        m_waiting = nullptr;
+    PublishChangeLater();
+    return true;
+}
+
+} // namespace QxClient

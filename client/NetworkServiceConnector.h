@@ -1,0 +1,40 @@
+#pragma once
+
+#include "client/ICallExecutor.h"
+#include "client/ServiceConnectorBase.h"
+#include "runtime/ThreadEvent.h"
+
+#include <memory>
+
+namespace QxClient
+{
+
+/// Sends every call to the distributor, in arrival order, one at a time: the next one starts when the one before has
+/// got its servant or has ended.
+class NetworkServiceConnector final : public ServiceConnectorBase
+{
+public:
+    NetworkServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
+        std::unique_ptr<ICallExecutor> executor);
+    ~NetworkServiceConnector() override;
+
+    qxmi::IServiceCall* CreateServiceCall(qxmi::IServiceRequestW& request) override;
+
+    /// On the call's thread: it no longer waits.
+    void OnServantAssigned(ServiceCallBase& call) QX_EXCLUDES(m_lock);
+
+private:
+    void HandleError(const std::exception& error) override;
+    void WaitForStarterEvent() override;
+    void StartPendingCalls() override QX_REQUIRES(m_lock);
+    void PublishChange() override QX_REQUIRES(m_lock);
+    void PublishChangeLater() noexcept override QX_REQUIRES(m_lock);
+    bool Leave(ServiceCallBase& call) override QX_REQUIRES(m_lock);
+
+    const std::unique_ptr<ICallExecutor> m_executor;
+    qpr::ThreadEvent m_starterEvent;
+    CallList m_running QX_GUARDED_BY(m_lock);
+    const ServiceCallBase* m_waiting QX_GUARDED_BY(m_lock) = nullptr; // not owned: started, without a servant yet
+};
+
+} // namespace QxClient

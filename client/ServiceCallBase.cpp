@@ -1,0 +1,142 @@
+#include "client/ServiceCallBase.h"
+
+#include "client/FrameworkLock.h"
+#include "client/ServiceConnectorBase.h"
+#include "runtime/Errors.h"
+
+#include <qxmi/IServiceRequestW.h>
+
+namespace QxClient
+{
+
+ServiceCallBase::ServiceCallBase(ServiceConnectorBase& connector, qxmi::IServiceRequestW& request)
+    : m_connector(connector)
+    , m_request(request)
+{
+    m_request.GetServiceName(m_serviceName);
+    m_request.GetServiceRequestAttributes(m_attributes);
+    m_connector.AddRef();
+}
+
+ServiceCallBase::~ServiceCallBase()
+{
+    m_connector.Release();
+}
+
+void ServiceCallBase::AddRef()
+{
+    qpr::ScopedLock lock(FrameworkLock());
+    AddReference();
+}
+
+void ServiceCallBase::Release()
+{
+    {
+        qpr::ScopedLock lock(FrameworkLock());
+        if (!DropReferenceOnly())
+            return;
+    }
+    m_connector.Dispose(*this);
+}
+
+void ServiceCallBase::Cancel()
+{
+    m_connector.Cancel(*this);
+}
+
+void ServiceCallBase::Wait()
+{
+    m_connector.WaitFor(*this);
+}
+
+void ServiceCallBase::Run()
+{
+    bool interrupted = false;
+    try
+    {
+        m_cancellation->AdoptCurrentThread();
+        CarryOut();
+    }
+    catch (const qpr::InterruptException&) // the way out of a cancelled call
+    {
+        interrupted = true;
+    }
+    catch (...)
+    {
+        ReportError(std::current_exception());
+    }
+    const qpr::NonInterruptibleSection section;
+    m_connector.Finish(*this, interrupted);
+}
+
+void ServiceCallBase::HandleError(const std::exception&)
+{
+    // Run lets nothing out.
+}
+
+void ServiceCallBase::Execute(qxmi::IServiceConnectionW& connection)
+{
+    m_request.Execute(connection);
+}
+
+void ServiceCallBase::ReportError(std::exception_ptr error) noexcept
+{
+    m_connector.ReportError(*this, std::move(error));
+}
+
+std::wostream& ServiceCallBase::Log()
+{
+    if (!m_log)
+        m_log = std::make_unique<RequestLog>(m_request);
+    return m_log->Stream();
+}
+
+void ServiceCallBase::FlushAndDropLog()
+{
+    if (m_log)
+        m_log->Stream().flush();
+    m_log.reset();
+}
+
+void ServiceCallBase::NotifyRequest(Outcome outcome) noexcept
+{
+    try
+    {
+        FlushAndDropLog();
+        if (outcome == Outcome::Cancelled)
+            m_request.OnCancelled();
+    }
+    catch (...) // the application's own
+    {
+    }
+    if (outcome == Outcome::Failed)
+        NotifyRequestOfError();
+}
+
+void ServiceCallBase::NotifyRequestOfError() noexcept
+{
+    const auto notify = [this](const std::exception& error)
+    {
+        try
+        {
+            m_request.OnError(error);
+        }
+        catch (...) // the application's own
+        {
+        }
+    };
+    try
+    {
+        std::rethrow_exception(m_error);
+    }
+    catch (const std::exception& error)
+    {
+        notify(error);
+    }
+    catch (...)
+    {
+        notify(qpr::RuntimeError(L"The service request threw something that is no std::exception"));
+    }
+}
+
+} // namespace QxClient

@@ -1,0 +1,56 @@
+#include "protocol/CallAttempt.h"
+#include "protocol/ExecutionInfoRecord.h"
+#include "protocol/GenericServiceConnection.h"
+#include "protocol/HandOver.h"
+#include "protocol/ServantAnswer.h"
+#include "protocol/ServantCommandLine.h"
+#include "protocol/ServantConversation.h"
+#include "protocol/ServantProcess.h"
+#include "runtime/Cancellation.h"
+
+namespace qxm
+{
+
+namespace
+{
+
+using PipeConnection = GenericServiceConnection<qpr::PipeReader, qpr::IOWriter>;
+
+/// True when the call used its connection without an error.
+bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& clientIdentifier)
+{
+    const qpr::Cancellation& cancellation = call.GetCancellation();
+    auto reader = std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), &cancellation);
+    const ServantAnswer answer = ReadServantAnswer(*reader, call.ServiceName());
+    PipeConnection connection(std::move(reader),
+        std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), &cancellation),
+        {call.ServiceName(), clientIdentifier, answer.identification, true, 0},
+        [&servant] { servant.CommandPipe().Close(); });
+    return HandOverConnection(call, connection, answer.compressionProtocol);
+}
+
+} // namespace
+
+void RunLocalConversation(ICallContext& call, const LocalServiceInfo& service, const ExpectedUsage& usage,
+    const ConversationSettings& settings)
+{
+    const std::wstring& clientIdentifier = settings.client.identifier;
+    const std::vector<std::wstring> commandLine =
+        BuildExecuteCommandLine(service, clientIdentifier, true, usage.numberOfProcessorsToUse, CompressionMode::None);
+
+    ServantProcess servant(commandLine, call.Log());
+    const bool used = Attempt(call, [&] { return Converse(call, servant, clientIdentifier); });
+    const qpr::ChildProcess::ExitStatus status = servant.WaitForEnd(call.GetCancellation(), !used);
+
+    if (!used && status.isKnown && status.exitCode != 0)
+        call.Log() << L"Warning: Servant " << commandLine.front() << L" terminated with exit code " << status.exitCode
+                   << std::endl;
+    if (settings.logServiceExecutionInfo)
+    {
+        WriteExecutionInfoRecord(call.Log(),
+            {service, call.Attributes(), settings.client, clientIdentifier, commandLine, usage, servant.Figures()});
+        call.Log().flush();
+    }
+}
+
+} // namespace qxm

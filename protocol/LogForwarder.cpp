@@ -1,0 +1,58 @@
+#include "protocol/LogForwarder.h"
+
+#include "protocol/GraceTime.h"
+#include "runtime/Cancellation.h"
+#include "runtime/IReader.h"
+#include "runtime/Utf8LossyDecoder.h"
+
+#include <array>
+#include <string>
+
+namespace qxm
+{
+
+LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log)
+    : m_reader(reader)
+    , m_log(log)
+    , m_ended(qpr::ThreadEvent::Kind_ManualReset)
+    , m_thread(*this)
+{
+}
+
+bool LogForwarder::WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs)
+{
+    return WaitWithGrace(m_ended.Object(), cancellation, hurry, graceMs);
+}
+
+void LogForwarder::Run()
+{
+    try
+    {
+        Forward();
+    }
+    catch (const std::exception&) // a channel that fails has ended
+    {
+    }
+    m_ended.Signal();
+}
+
+void LogForwarder::Forward()
+{
+    std::array<char, 4096> bytes;
+    qpr::Utf8LossyDecoder decoder;
+    std::wstring text;
+    for (;;)
+    {
+        const std::size_t count = m_reader.Read(bytes.data(), bytes.size());
+        text.clear();
+        if (count != 0)
+            decoder.Decode({bytes.data(), count}, text);
+        else
+            decoder.Finish(text);
+        m_log << text << std::flush;
+        if (count == 0)
+            return;
+    }
+}
+
+} // namespace qxm

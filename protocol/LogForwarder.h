@@ -1,0 +1,42 @@
+#pragma once
+
+#include "protocol/GraceTime.h"
+#include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
+
+#include <ostream>
+
+namespace qpr
+{
+class Cancellation;
+class IReader;
+} // namespace qpr
+
+namespace qxm
+{
+
+/// Copies a servant's log channel into its call's log on a thread of its own, as it comes, until the channel ends.
+/// While it runs nobody else writes the log. The reader and the log outlive it. A log never ends a call: bytes that are
+/// no UTF-8 become U+FFFD, and a channel that fails has ended.
+class LogForwarder final : private qpr::IRunnable
+{
+public:
+    LogForwarder(qpr::IReader& reader, std::wostream& log);
+
+    /// Waits for the end of the channel: without limit of time unless cancelled or hurried, else for the grace time.
+    /// False when it has not ended by then.
+    bool WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs = graceTimeMs);
+
+private:
+    void Run() override;
+    void Forward();
+    void HandleError(const std::exception&) override { }
+
+    qpr::IReader& m_reader; // not owned
+    std::wostream& m_log; // not owned
+    qpr::ThreadEvent m_ended;
+    qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
+};
+
+} // namespace qxm

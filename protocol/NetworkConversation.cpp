@@ -1,0 +1,58 @@
+#include "protocol/CallAttempt.h"
+#include "protocol/DistributorRequest.h"
+#include "protocol/GenericServiceConnection.h"
+#include "protocol/HandOver.h"
+#include "protocol/LogForwarder.h"
+#include "protocol/ServantAnswer.h"
+#include "protocol/ServantConversation.h"
+#include "runtime/Cancellation.h"
+#include "runtime/Socket.h"
+
+namespace qxm
+{
+
+namespace
+{
+
+using SocketConnection = GenericServiceConnection<qpr::SocketReader, qpr::SocketWriter>;
+
+bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier)
+{
+    const qpr::Cancellation& cancellation = call.GetCancellation();
+    auto reader = std::make_unique<qpr::SocketReader>(socket, &cancellation);
+    const ServantAnswer answer = ReadServantAnswer(*reader, call.ServiceName());
+    SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, &cancellation),
+        {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
+        [&socket] { socket.Shutdown(qpr::Socket::Direction::Send); });
+    return HandOverConnection(call, connection, answer.compressionProtocol);
+}
+
+/// Tells the servant that its input has ended; a connection that is broken has told it.
+void ShutDown(qpr::Socket& socket)
+{
+    try
+    {
+        socket.Shutdown(qpr::Socket::Direction::Send);
+    }
+    catch (const std::exception&)
+    {
+    }
+}
+
+} // namespace
+
+void RunNetworkConversation(ICallContext& call, DistributorRequest& request, const ConversationSettings& settings)
+{
+    request.OpenLogConnection();
+    qpr::Socket& mainSocket = request.MainSocket();
+    qpr::SocketReader logReader(request.LogSocket());
+    LogForwarder logForwarder(logReader, call.Log());
+    const bool used = Attempt(call, [&] { return Converse(call, mainSocket, settings.client.identifier); });
+
+    const qpr::NonInterruptibleSection section;
+    ShutDown(mainSocket);
+    mainSocket.Close();
+    logForwarder.WaitForEnd(call.GetCancellation(), !used);
+}
+
+} // namespace qxm

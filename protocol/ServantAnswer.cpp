@@ -1,0 +1,56 @@
+#include "protocol/ServantAnswer.h"
+
+#include "config/Arguments.h"
+#include "protocol/ByteStreams.h"
+#include "protocol/LineConversation.h"
+#include "protocol/Utf8Streams.h"
+#include "runtime/Errors.h"
+#include "runtime/IReader.h"
+
+namespace qxm
+{
+
+namespace
+{
+
+/// Through a one-byte buffer, so that nothing after the line is taken from the connection.
+std::wstring ReadAnswerLine(qpr::IReader& reader)
+{
+    qpr::GenericInputStream<qpr::IReader> bytes(reader, 1);
+    qpr::UTF8InputStream text(bytes);
+    return ReadLine(text);
+}
+
+ServantAnswer CheckAnswer(const std::wstring& line, const std::wstring& serviceName)
+{
+    const Arguments arguments = Arguments::Parse(line);
+    ExpectArgument(arguments, 0, L"servant");
+    ExpectArgument(arguments, 2, L"executing");
+    ExpectArgument(arguments, 3, serviceName);
+    return {arguments.Positional(1), arguments.NamedOrEmpty(L"CompressionProtocol")};
+}
+
+} // namespace
+
+ServantAnswer ReadServantAnswer(qpr::IReader& reader, const std::wstring& serviceName)
+{
+    std::wstring line;
+    try
+    {
+        line = ReadAnswerLine(reader);
+        return CheckAnswer(line, serviceName);
+    }
+    catch (const std::exception& error)
+    {
+        throw qpr::RuntimeError(L"Error processing servant answer '" + line + L"': " + qpr::ErrorText(error));
+    }
+}
+
+void ExpectArgument(const Arguments& arguments, std::size_t position, const std::wstring& expected)
+{
+    const std::wstring& got = arguments.Positional(position);
+    if (got != expected)
+        throw qpr::RuntimeError(L"Unexpected '" + got + L"' (expected '" + expected + L"')");
+}
+
+} // namespace qxm

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "protocol/SupervisedProcess.h"
+#include "runtime/NamedPipe.h"
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace qxm
+{
+
+/// A servant that was started here, with its three pipes. The destructor ends what is left of it. Used by the call's
+/// thread.
+class ServantProcess
+{
+public:
+    /// Starts the servant at idle priority; its log goes to the stream until it ends. Throws what pipes, process and
+    /// thread throw, with nothing left behind. The log outlives it.
+    ServantProcess(const std::vector<std::wstring>& commandLine, std::wostream& log);
+
+    /// Our ends of the command and answer channels.
+    qpr::PipeEnd& CommandPipe() noexcept { return m_commandPipe; }
+    qpr::PipeEnd& AnswerPipe() noexcept { return m_answerPipe; }
+
+    /// Closes the command and answer channels, then as SupervisedProcess does.
+    qpr::ChildProcess::ExitStatus WaitForEnd(const qpr::Cancellation& cancellation, bool hurry);
+
+    /// Requires: WaitForEnd has returned.
+    const qpr::ProcessFigures& Figures() const noexcept { return m_process->Process().Figures(); }
+
+private:
+    qpr::PipeEnd m_commandPipe;
+    qpr::PipeEnd m_answerPipe;
+    std::unique_ptr<SupervisedProcess> m_process;
+};
+
+} // namespace qxm

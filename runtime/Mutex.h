@@ -1,0 +1,59 @@
+#pragma once
+
+#include "runtime/ThreadAnnotations.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace qpr
+{
+
+/// A lock between threads of this process, known to Clang's analysis. Not for waits that last: those go through Thread.
+class QX_CAPABILITY("mutex") Mutex
+{
+public:
+    void Lock() QX_ACQUIRE() { m_mutex.lock(); }
+    void Unlock() QX_RELEASE() { m_mutex.unlock(); }
+
+private:
+    friend class ConditionVariable;
+    std::mutex m_mutex;
+};
+
+class QX_SCOPED_CAPABILITY ScopedLock
+{
+public:
+    explicit ScopedLock(Mutex& mutex) QX_ACQUIRE(mutex)
+        : m_mutex(mutex)
+    {
+        m_mutex.Lock();
+    }
+    ~ScopedLock() QX_RELEASE() { m_mutex.Unlock(); }
+    ScopedLock(const ScopedLock&) = delete;
+    ScopedLock& operator=(const ScopedLock&) = delete;
+
+private:
+    Mutex& m_mutex;
+};
+
+/// Where threads of the application, which cannot be interrupted, wait for a change under a Mutex.
+class ConditionVariable
+{
+public:
+    /// Returns when notified, at the latest after the given time, and sometimes for no reason.
+    void WaitFor(Mutex& mutex, std::uint32_t timeoutMs) QX_REQUIRES(mutex) QX_NO_THREAD_SAFETY_ANALYSIS
+    {
+        std::unique_lock<std::mutex> lock(mutex.m_mutex, std::adopt_lock);
+        m_condition.wait_for(lock, std::chrono::milliseconds(timeoutMs));
+        lock.release();
+    }
+
+    void NotifyAll() noexcept { m_condition.notify_all(); }
+
+private:
+    std::condition_variable m_condition;
+};
+
+} // namespace qpr

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
+
+namespace qxservant
+{
+
+/// Ends the process when nobody is left to work for, even while it only computes: at once when the log channel has no
+/// reader any more (the client has died), and a second after the data channel has none (the client waits for the end).
+class ClientWatch final : private qpr::IRunnable
+{
+public:
+    ClientWatch()
+        : m_thread(*this)
+    {
+    }
+
+private:
+    void Run() override;
+    void HandleError(const std::exception&) override { }
+
+    qpr::Thread m_thread;
+};
+
+} // namespace qxservant

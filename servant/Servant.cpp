@@ -1,0 +1,137 @@
+#include <qxservant/Servant.h>
+
+#include "protocol/CompressedServiceConnection.h"
+#include "protocol/GenericServiceConnection.h"
+#include "runtime/CurrentProcess.h"
+#include "runtime/Errors.h"
+#include "runtime/ProgramArguments.h"
+#include "runtime/StandardStreams.h"
+#include "runtime/Utf8.h"
+#include "servant/ClientWatch.h"
+#include "servant/ServantCommand.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace qxservant
+{
+
+namespace
+{
+
+constexpr int exitCodeFailed = 1;
+constexpr int exitCodeWrongCommand = 2;
+
+using PlainConnection = qxm::GenericServiceConnection<qpr::StandardInput, qpr::StandardOutput>;
+
+/// The client's view of a connection turned round: the same streams, compressed as the answer says.
+class StandardConnection final : public Connection
+{
+public:
+    StandardConnection(const ServantCommand& command, const std::wstring& compressionProtocol)
+        : m_command(command)
+        , m_plain(std::make_unique<qpr::StandardInput>(), std::make_unique<qpr::StandardOutput>(), {}, [] {})
+    {
+        if (compressionProtocol.empty())
+            return;
+        m_compressed = qxm::CreateCompressedServiceConnection(m_plain, compressionProtocol);
+        if (!m_compressed)
+            throw qpr::RuntimeError(L"Unknown compression protocol '" + compressionProtocol + L"'");
+    }
+
+    std::istream& Input() override { return Active().InputStream(); }
+    std::ostream& Output() override { return Active().OutputStream(); }
+    std::ostream& Log() override { return std::cerr; }
+    const std::wstring& ServiceName() const override { return m_command.ServiceName(); }
+    std::wstring ClientIdentifier() const override { return Argument(L"ClientId"); }
+    bool IsLocal() const override { return m_command.IsLocal(); }
+    unsigned NumberOfProcessorsToUse() const override { return m_command.NumberOfProcessorsToUse(); }
+    std::wstring Argument(const std::wstring& name) const override { return m_command.Argument(name); }
+
+    /// The answer goes out before any compression.
+    void WriteAnswer(const std::wstring& line) { m_plain.OutputStream() << qpr::ToUtf8(line) << '\n' << std::flush; }
+
+private:
+    qxmi::internal::IServiceConnectionExW& Active() noexcept
+    {
+        return m_compressed ? *m_compressed : static_cast<qxmi::internal::IServiceConnectionExW&>(m_plain);
+    }
+
+    const ServantCommand& m_command;
+    PlainConnection m_plain;
+    std::unique_ptr<qxmi::internal::IServiceConnectionExW> m_compressed;
+};
+
+std::wstring AnswerLine(const std::wstring& serviceName, const std::wstring& compressionProtocol)
+{
+    std::wstring line =
+        L"servant " + std::to_wstring(qpr::CurrentProcess::GetId()) + L" executing \"" + serviceName + L"\"";
+    if (!compressionProtocol.empty())
+        line += L" CompressionProtocol=" + compressionProtocol;
+    return line;
+}
+
+int Execute(const ServantCommand& command, const Service& service)
+{
+    const std::wstring protocol =
+        service.compressionProtocol.empty() ? command.CompressionProtocol() : service.compressionProtocol;
+    StandardConnection connection(command, protocol);
+    const ClientWatch watch;
+    connection.WriteAnswer(AnswerLine(service.name, protocol));
+    const int exitCode = service.function(connection);
+    connection.Output().flush();
+    return exitCode;
+}
+
+int Report(const std::exception& error, int exitCode)
+{
+    std::cerr << error.what() << std::endl;
+    return exitCode;
+}
+
+ServantCommand ParseCommand(int argc, char** argv)
+{
+    std::vector<std::wstring> words;
+    for (const std::string& argument : qpr::ProgramArguments(argc, argv))
+        words.push_back(qpr::FromUtf8(argument));
+    words.erase(words.begin());
+    return ServantCommand(std::move(words));
+}
+
+const Service& Find(std::initializer_list<Service> services, const std::wstring& name)
+{
+    const auto found =
+        std::find_if(services.begin(), services.end(), [&](const Service& service) { return service.name == name; });
+    if (found == services.end())
+        throw qpr::RuntimeError(L"This servant does not offer a service '" + name + L"'");
+    return *found;
+}
+
+} // namespace
+
+int Run(int argc, char** argv, std::initializer_list<Service> services)
+{
+    qpr::ReserveStandardStreams();
+    std::unique_ptr<ServantCommand> command;
+    const Service* service = nullptr;
+    try
+    {
+        command = std::make_unique<ServantCommand>(ParseCommand(argc, argv));
+        service = &Find(services, command->ServiceName());
+    }
+    catch (const std::exception& error)
+    {
+        return Report(error, exitCodeWrongCommand);
+    }
+    try
+    {
+        return Execute(*command, *service);
+    }
+    catch (const std::exception& error)
+    {
+        return Report(error, exitCodeFailed);
+    }
+}
+
+} // namespace qxservant
