@@ -1,0 +1,64 @@
+#include "config/Arguments.h"
+
+#include "config/ErrorOf.h"
+
+#include <gtest/gtest.h>
+
+using qxm::Arguments;
+using test::ErrorOf;
+
+TEST(Arguments, AreSplitAtBlanksAndGroupedByQuotes)
+{
+    const struct
+    {
+        const wchar_t* line;
+        std::vector<std::wstring> positional;
+        Arguments::NamedMap named;
+    } cases[] = {
+        {LR"(a 'b c' "d 'e'" k=v=w)", {L"a", L"b c", L"d 'e'"}, {{L"k", L"v=w"}}},
+        {L" \t a\r\n  b ", {L"a", L"b"}, {}},
+        {L"x= k=1 k=2", {}, {{L"x", L""}, {L"k", L"2"}}},
+        {LR"(a''b "" '' pre"fix 'y"z)", {L"ab", L"prefix 'yz"}, {}},
+        {LR"(Name="two words" 'k=v w')", {}, {{L"Name", L"two words"}, {L"k", L"v w"}}},
+        {LR"(back\" slash")", {L"back\\ slash"}, {}},
+        {L"", {}, {}},
+    };
+    for (const auto& c : cases)
+    {
+        const Arguments arguments = Arguments::Parse(c.line);
+        EXPECT_EQ(arguments.PositionalArguments(), c.positional) << c.line;
+        EXPECT_EQ(arguments.NamedArguments(), c.named) << c.line;
+    }
+}
+
+TEST(Arguments, AreRefusedWithTheOffendingWord)
+{
+    for (const wchar_t* open : {L"'abc", L"a \"b c", L"k='v\""})
+        EXPECT_EQ(ErrorOf([&] { Arguments::Parse(open); }), L"Unexpected end of string") << open;
+    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a =x"); }), L"Syntax error in argument '=x'");
+    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a '=x y'"); }), L"Syntax error in argument '=x y'");
+    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a k=v").Positional(1); }), L"Missing required argument 1");
+}
+
+TEST(Arguments, TellAbsentNamesFromEmptyValues)
+{
+    const Arguments arguments = Arguments::Parse(L"empty= full=x");
+    std::wstring value = L"untouched";
+    EXPECT_FALSE(arguments.Named(L"absent", value));
+    EXPECT_EQ(value, L"untouched");
+    EXPECT_TRUE(arguments.Named(L"empty", value));
+    EXPECT_EQ(value, L"");
+    EXPECT_EQ(arguments.NamedOrEmpty(L"absent"), L"");
+    EXPECT_EQ(arguments.NamedOrEmpty(L"full"), L"x");
+}
+
+TEST(Arguments, AreValidatedByCountAndName)
+{
+    const Arguments arguments = Arguments::Parse(L"a b B=1 A=2");
+    EXPECT_NO_THROW(arguments.Validate(2, 2, L"Line", {L"A", L"B"}));
+    EXPECT_EQ(ErrorOf([&] { arguments.Validate(3, 4, L"Line", {}); }),
+        L"Line: Not enough positional arguments (got 2 but must be at least 3)");
+    EXPECT_EQ(ErrorOf([&] { arguments.Validate(0, 1, L"Line", {}); }),
+        L"Line: Too many positional arguments (got 2 but must be at most 1)");
+    EXPECT_EQ(ErrorOf([&] { arguments.Validate(2, 2, L"Line", {L"C"}); }), L"Line: Invalid named argument 'A'");
+}

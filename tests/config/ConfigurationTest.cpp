@@ -1,0 +1,222 @@
+#include "config/Configuration.h"
+
+#include "config/ErrorOf.h"
+#include "config/TemporaryDirectory.h"
+#include "runtime/FilePath.h"
+
+#include <gtest/gtest.h>
+
+using namespace qxm;
+using test::ErrorOf;
+using test::TemporaryDirectory;
+
+namespace
+{
+
+HostDescription Host()
+{
+    HostDescription host;
+    host.hostName = L"alpha";
+    host.cpuInfo = L"Fast CPU";
+    host.cpuCount = 8;
+    host.memorySizeInMB = 16000;
+    return host;
+}
+
+/// Reads a configuration whose root element has this content.
+Configuration Read(const std::string& content, const std::string& attributes = {})
+{
+    const TemporaryDirectory directory;
+    return ReadConfiguration(
+        directory.Write("c.xml", "<QxConfiguration " + attributes + ">" + content + "</QxConfiguration>"), Host());
+}
+
+/// A servant with one service.
+std::string Servant(const std::string& path, const std::string& service, const std::string& servantRequirements = {},
+    const std::string& serviceRequirements = {})
+{
+    const auto requirements = [](const std::string& text)
+    { return text.empty() ? text : "<HostRequirements>" + text + "</HostRequirements>"; };
+    return "<Servant RelativePath='" + path + "'>" + requirements(servantRequirements) + "<Services><Service Name='"
+        + service + "'>" + requirements(serviceRequirements) + "</Service></Services></Servant>";
+}
+
+std::wstring Names(const ServicesMap& services)
+{
+    std::wstring names;
+    for (const auto& [name, service] : services)
+        names += name + L" ";
+    return names;
+}
+
+} // namespace
+
+TEST(Configuration, ListsServantsAndTheirServices)
+{
+    const TemporaryDirectory directory;
+    const std::wstring path = directory.Write("conf/c.xml",
+        "<QxConfiguration><System><CrashDump Flags='7' Directory='dumps'/></System>"
+        "<Distributor Host='' ClientPort='4711' AgentPort='1'/>"
+        "<Servants><Servant RelativePath='..\\bin\\./x.exe' TargetPlatform='WinX64' IsLargeAddressAware='rubbish'"
+        " QxServantLibraryVersion='11.0.0.5'><Services>"
+        "<Service Name='Render'><ExpectedProcessorUsage>1</ExpectedProcessorUsage>"
+        "<ExpectedMemoryUsageInMB>M</ExpectedMemoryUsageInMB>"
+        "<ExpectedResourceUsageHelpers>M = 2;</ExpectedResourceUsageHelpers></Service>"
+        "<AnyName Name='Gzip'/></Services></Servant>"
+        "<Servant RelativePath='old.exe' IsLargeAddressAware='true'><Services><Service "
+        "Name='Old'/></Services></Servant>"
+        "</Servants></QxConfiguration>");
+    const Configuration configuration = ReadConfiguration(path, Host());
+
+    EXPECT_EQ(configuration.distributor.host, L"localhost");
+    EXPECT_EQ(configuration.distributor.clientPort, L"4711");
+    EXPECT_EQ(Names(configuration.services), L"Gzip Old Render ");
+
+    const LocalServiceInfo& render = *configuration.services.at(L"Render");
+    EXPECT_EQ(render.name, L"Render");
+    EXPECT_EQ(render.expectedProcessorUsage, L"1");
+    EXPECT_EQ(render.expectedMemoryUsageInMB, L"M");
+    EXPECT_EQ(render.expectedResourceUsageHelpers, L"M = 2;");
+    EXPECT_EQ(render.servant->crashDumpFlags, L"7");
+    EXPECT_EQ(render.servant->crashDumpDirectory, L"dumps");
+    EXPECT_EQ(render.servant->executablePath, directory.PathOf("bin/x.exe"));
+    EXPECT_FALSE(render.servant->is32Bit);
+    EXPECT_EQ(render.servant->addressSpaceInMB, 8388608u);
+    EXPECT_TRUE(render.servant->LibraryIsAtLeast({11, 0, 0}));
+    EXPECT_FALSE(render.servant->LibraryIsAtLeast({11, 0, 1}));
+    EXPECT_EQ(configuration.services.at(L"Gzip")->servant, render.servant);
+
+    const ServantInfo& old = *configuration.services.at(L"Old")->servant;
+    EXPECT_EQ(old.executablePath, directory.PathOf("conf/old.exe"));
+    EXPECT_TRUE(old.is32Bit);
+    EXPECT_EQ(old.addressSpaceInMB, 4096u);
+    EXPECT_FALSE(old.LibraryIsAtLeast({0, 0, 0}));
+}
+
+TEST(Configuration, MayBeAlmostEmpty)
+{
+    const Configuration configuration = Read("");
+    EXPECT_TRUE(configuration.services.empty());
+    EXPECT_EQ(configuration.distributor.host, L"localhost");
+    EXPECT_EQ(configuration.distributor.clientPort, L"57555");
+}
+
+TEST(Configuration, TheLastDefinitionOfAServiceCountsAndAnUnmetOneRemovesIt)
+{
+    const struct
+    {
+        std::string servants;
+        const wchar_t* names;
+    } cases[] = {
+        {Servant("a", "S") + Servant("b", "S", "ProcessorCount >= 8"), L"S "},
+        {Servant("a", "S") + Servant("b", "S", "ProcessorCount > 8"), L""},
+        {Servant("a", "S") + Servant("b", "S", "", "PhysicalMemorySizeInMB &lt; 16000"), L""},
+        {Servant("a", "S", "HostName == \"beta\"") + Servant("b", "S"), L"S "},
+        {Servant("a", "S", "HostName == \"alpha\" and CpuInfo == \"Fast CPU\""), L"S "},
+        {Servant("a", "S", "ProcessorCount >") + Servant("b", "T", "Unknown == 1") + Servant("c", "U", "1"), L""},
+        {Servant("a", "S", "HostName > 1") + Servant("b", "T", "1 == 1", ""), L"T "},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Names(Read("<Servants>" + c.servants + "</Servants>").services), c.names) << c.servants;
+
+    const auto services = Read("<Servants>" + Servant("a", "S") + Servant("b", "S") + "</Servants>").services;
+    EXPECT_TRUE(services.at(L"S")->servant->executablePath.ends_with(L"b"));
+}
+
+TEST(Configuration, ExtendsAServiceConfigurationFile)
+{
+    const TemporaryDirectory directory;
+    const auto base = [&](const std::string& services)
+    {
+        directory.Write("base/s.xml",
+            "<ServiceConfiguration><System><CrashDump Flags='ignored'/></System><Servants>"
+            "<Servant RelativePath='b.exe'><Services>"
+                + services + "</Services></Servant></Servants></ServiceConfiguration>");
+    };
+    const auto read = [&](const std::string& path)
+    {
+        return ReadConfiguration(directory.Write("c.xml",
+                                     "<QxConfiguration ServiceConfigurationPath='" + path
+                                         + "'><System><CrashDump Flags='1'/></System><Servants>"
+                                         + Servant("own.exe", "Both") + "</Servants></QxConfiguration>"),
+            Host());
+    };
+
+    base("<Service Name='Base'/><Service Name='Both'/>");
+    for (const std::string& path : {std::string("base\\s.xml"), (directory.Path() / "base" / "s.xml").string()})
+    {
+        const Configuration configuration = read(path);
+        EXPECT_EQ(Names(configuration.services), L"Base Both ");
+        const LocalServiceInfo& service = *configuration.services.at(L"Base");
+        EXPECT_EQ(service.servant->executablePath, directory.PathOf("base/b.exe"));
+        EXPECT_EQ(service.servant->crashDumpFlags, L"1");
+        EXPECT_EQ(service.servant->addressSpaceInMB, 2048u);
+        EXPECT_EQ(configuration.services.at(L"Both")->servant->executablePath, directory.PathOf("own.exe"));
+    }
+
+    const std::wstring name = L"configuration file '" + directory.PathOf("base/s.xml") + L"': ";
+    const struct
+    {
+        const char* services;
+        std::wstring error;
+    } cases[] = {
+        {"<Service Name='S'/><Service Name='S'/>", L"Duplicate service name 'S'"},
+        {"<Service/>", L"Missing Name attribute in <Service> element"},
+        {"<Service Name='S' Mode='1'/>", name + L"Invalid attribute 'Mode' in element <Service>"},
+        {"<Other/>", name + L"Invalid child element <Other> in element <Services>"},
+    };
+    for (const auto& c : cases)
+    {
+        base(c.services);
+        EXPECT_EQ(ErrorOf([&] { read("base/s.xml"); }), c.error);
+    }
+}
+
+TEST(Configuration, RefusesWhatItCannotUnderstand)
+{
+    const struct
+    {
+        std::string servant;
+        const wchar_t* error;
+    } cases[] = {
+        {"<Servant/>", L"Missing RelativePath attribute in <Servant> element"},
+        {"<Servant RelativePath='\\\\server\\share\\x.exe'/>",
+            L"<Servant RelativePath='\\\\server\\share\\x.exe'> must be a relative path"},
+        {"<Servant RelativePath='C:\\x.exe'/>", L"<Servant RelativePath='C:\\x.exe'> must be a relative path"},
+        {"<Servant RelativePath='/x'/>", L"<Servant RelativePath='/x'> must be a relative path"},
+        {"<Servant RelativePath='x' TargetPlatform='winx64'><HostRequirements>1 == 2</HostRequirements></Servant>",
+            L"Invalid target platform string 'winx64'"},
+        {"<Servant RelativePath='x' IsLargeAddressAware='1'/>",
+            L"Invalid IsLargeAddressAware string '1': value must be a boolean."},
+        {"<Servant RelativePath='x' QxServantLibraryVersion='1.2'/>",
+            L"Invalid QxServantLibraryVersion '1.2' (Invalid number of components)"},
+        {Servant("x", ""), L"Missing 'Name' attribute in <Service> element"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ErrorOf([&] { Read("<Servants>" + c.servant + "</Servants>"); }), c.error) << c.servant;
+}
+
+TEST(Configuration, FileErrorsNameThePath)
+{
+    const TemporaryDirectory directory;
+    const std::wstring missing = directory.PathOf("none.xml");
+    EXPECT_EQ(ErrorOf([&] { ReadConfiguration(missing, Host()); }).find(L"CreateFile('" + missing + L"') failed"), 0u);
+    const std::wstring itself = directory.PathOf(".");
+    EXPECT_EQ(ErrorOf([&] { ReadDistributorSettings(itself); }).find(L"CreateFile('" + itself + L"') failed"), 0u);
+
+    const std::wstring other = directory.Write("o.xml", "<Other/>");
+    EXPECT_EQ(ErrorOf([&] { ReadDistributorSettings(other); }),
+        L"Invalid configuration file: document element is <Other> instead of <QxConfiguration>");
+    const std::wstring broken = directory.Write("b.xml", "<QxConfiguration>");
+    EXPECT_EQ(ErrorOf([&] { ReadConfiguration(broken, Host()); }),
+        L"configuration file '" + broken
+            + L"': XML_ParseBuffer() failed, Expat error code = 3 (no element found), line 1, column 17");
+}
+
+TEST(Configuration, IsLocatedBesideTheApplicationUnlessConfigured)
+{
+    const std::wstring separator = qpr::WithNativeSeparators(L"/");
+    EXPECT_EQ(LocateConfigurationFile(L"conf\\c.xml"), L"conf" + separator + L"c.xml");
+    EXPECT_EQ(LocateConfigurationFile(L""),
+        qpr::JoinPath(qpr::DirectoryOf(qpr::CurrentProcess::GetExecutablePath()), L"QxConfiguration.xml"));
+}

@@ -1,0 +1,148 @@
+#include "config/XmlDocument.h"
+
+#include "config/ErrorOf.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+using qxm::XmlDocument;
+using qxm::XmlElement;
+using test::ErrorOf;
+
+namespace
+{
+
+XmlElement Read(const std::string& xml, const XmlElement* templateRoot = nullptr)
+{
+    std::istringstream input(xml);
+    return XmlDocument::Read(input, L"doc", templateRoot).root;
+}
+
+/// name[attribute=value,...]'text'(child child)
+std::wstring Dump(const XmlElement& element)
+{
+    std::wstring text = element.name;
+    for (const auto& [name, value] : element.attributes)
+        text += L"[" + name + L"=" + value + L"]";
+    if (!element.text.empty())
+        text += L"'" + element.text + L"'";
+    for (const XmlElement& child : element.children)
+        text += L"(" + Dump(child) + L")";
+    return text;
+}
+
+std::string Nested(std::size_t depth)
+{
+    std::string xml;
+    for (std::size_t i = 0; i < depth; ++i)
+        xml += "<a>";
+    for (std::size_t i = 0; i < depth; ++i)
+        xml += "</a>";
+    return xml;
+}
+
+} // namespace
+
+TEST(XmlDocument, BecomesATreeOfElementsAttributesAndText)
+{
+    const struct
+    {
+        const char* xml;
+        const wchar_t* tree;
+    } cases[] = {
+        {"<a z='1' b='2'><c>text</c><d/><c> x &lt; <![CDATA[&]]> </c></a>", L"a[z=1][b=2](c'text')(d)(c' x < & ')"},
+        {"<a>\n <b/>\t<!-- note -->\n</a>", L"a(b)"},
+        {"<a> \n </a>", L"a' \n '"},
+        {"<a b='\xC3\xA9\xF0\x9F\x98\x80'>\xE2\x82\xAC\xF0\x90\x80\x80</a>",
+            L"a[b=\u00E9\U0001F600]'\u20AC\U00010000'"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", L"a'\u00E9'"},
+        {"<!DOCTYPE a [<!ENTITY e 'v'>]><a>&e;</a>", L"a'v'"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Dump(Read(c.xml)), c.tree) << c.xml;
+}
+
+TEST(XmlDocument, TextSplitAnywhereByTheBufferStaysWhole)
+{
+    for (std::size_t padding = 8160; padding < 8200; ++padding)
+    {
+        const std::string xml = "<a>" + std::string(padding, 'x') + "\xF0\x9F\x98\x80</a>";
+        EXPECT_EQ(Read(xml).text, std::wstring(padding, L'x') + L"\U0001F600") << padding;
+    }
+}
+
+TEST(XmlDocument, OfExactlyOneBufferIsReadToItsEnd)
+{
+    EXPECT_EQ(Read("<a>" + std::string(8192 - 7, 'x') + "</a>").text.size(), 8192u - 7);
+}
+
+TEST(XmlDocument, ErrorsNameTheDocumentAndThePlace)
+{
+    const struct
+    {
+        const char* xml;
+        const wchar_t* error;
+    } cases[] = {
+        {"", L"doc: XML_ParseBuffer() failed, Expat error code = 3 (no element found), line 1, column 0"},
+        {"no xml", L"doc: XML_ParseBuffer() failed, Expat error code = 2 (syntax error), line 1, column 0"},
+        {"<a>\n <b></a>", L"doc: XML_ParseBuffer() failed, Expat error code = 7 (mismatched tag), line 2, column 6"},
+        {"<a b='1' b='2'/>",
+            L"doc: XML_ParseBuffer() failed, Expat error code = 8 (duplicate attribute), line 1, column 9"},
+        {"<a>\xFF</a>",
+            L"doc: XML_ParseBuffer() failed, Expat error code = 4 (not well-formed (invalid token)), line 1, column 3"},
+        {"<a>abc<b/></a>", L"doc: Mixing of text and markup in <a> not supported"},
+        {"<r><a><b/> abc</a></r>", L"doc: Mixing of text and markup in <a> not supported"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ErrorOf([&] { Read(c.xml); }), c.error) << c.xml;
+}
+
+TEST(XmlDocument, IsBoundedInDepth)
+{
+    EXPECT_NO_THROW(Read(Nested(XmlDocument::maxDepth)));
+    EXPECT_EQ(ErrorOf([] { Read(Nested(50000)); }), L"doc: Elements are nested more than 1000 deep");
+}
+
+TEST(XmlDocument, RefusesEntitiesThatGrowWithoutBound)
+{
+    std::string xml = "<!DOCTYPE a [<!ENTITY e0 'lol'>";
+    for (int i = 1; i < 12; ++i)
+    {
+        xml += "<!ENTITY e" + std::to_string(i) + " '";
+        for (int n = 0; n < 10; ++n)
+            xml += "&e" + std::to_string(i - 1) + ";";
+        xml += "'>";
+    }
+    EXPECT_EQ(ErrorOf([&] { Read(xml + "]><a>&e11;</a>"); }).substr(0, 57),
+        L"doc: XML_ParseBuffer() failed, Expat error code = 43 (lim");
+}
+
+TEST(XmlDocument, FailsWhenItsStreamDoes)
+{
+    std::istringstream input("<a/>");
+    input.setstate(std::ios::badbit);
+    EXPECT_EQ(ErrorOf([&] { XmlDocument::Read(input, L"doc"); }), L"doc: Reading failed");
+}
+
+TEST(XmlDocument, IsHeldToATemplate)
+{
+    XmlElement allowed;
+    allowed.name = L"r";
+    allowed.SetAttribute(L"x", L"");
+    allowed.AddChild(L"c").AddChild(L"g").SetAttribute(L"y", L"");
+
+    EXPECT_NO_THROW(Read("<r><c/><c><g y='1'/><g/></c></r>", &allowed));
+    const struct
+    {
+        const char* xml;
+        const wchar_t* error;
+    } cases[] = {
+        {"<q/>", L"doc: Invalid element <q>, should be <r>"},
+        {"<r x='1' y='2'/>", L"doc: Invalid attribute 'y' in element <r>"},
+        {"<r><g/></r>", L"doc: Invalid child element <g> in element <r>"},
+        {"<r><c/><c><g x='1'/></c></r>", L"doc: Invalid attribute 'x' in element <g>"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(ErrorOf([&] { Read(c.xml, &allowed); }), c.error) << c.xml;
+}
