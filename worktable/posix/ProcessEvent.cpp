@@ -4,9 +4,8 @@
 #include "runtime/Panic.h"
 #include "worktable/posix/SharedObject.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <cstddef>
 #include <linux/sockios.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
@@ -31,9 +30,9 @@ struct Address
     bool Set(const std::wstring& name)
     {
         const std::string text = ObjectName(name).text;
-        if (text.size() + 1 > sizeof socket.sun_path)
+        if (text.size() >= sizeof socket.sun_path)
             return false;
-        std::memcpy(socket.sun_path + 1, text.data(), text.size());
+        text.copy(socket.sun_path + 1, text.size()); // the byte before it stays 0: an abstract name
         length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
         return true;
     }

@@ -1,0 +1,293 @@
+#include "TestTable.h"
+
+#include "runtime/ChildProcess.h"
+#include "runtime/NamedPipe.h"
+#include "support/ChildMain.h"
+#include "worktable/JobManager.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+using namespace qxm;
+using test::Row;
+
+// Several real processes at one table: they tell the test what they have done by a line on their standard output, and
+// go on for a line on their standard input.
+
+namespace
+{
+
+class Child
+{
+public:
+    Child(const std::string& body, const std::vector<std::wstring>& arguments,
+        const std::map<std::wstring, std::wstring>& environment = {})
+        : m_process(Start(body, arguments, environment))
+    {
+        m_input.server.Close();
+        m_output.client.Close();
+    }
+
+    std::string ReadLine()
+    {
+        std::string line;
+        for (char character = 0; m_reader.Read(&character, 1) == 1 && character != '\n';)
+            line += character;
+        return line;
+    }
+
+    void GoOn() { m_writer.Write("\n", 1); }
+
+    void Kill() { m_process.Terminate(); }
+
+    std::uint32_t ExitCode()
+    {
+        m_process.WaitForCompletion();
+        return m_process.CollectExitStatus().exitCode;
+    }
+
+private:
+    qpr::ProcessStart Start(const std::string& body, const std::vector<std::wstring>& arguments,
+        const std::map<std::wstring, std::wstring>& environment)
+    {
+        qpr::ProcessStart start;
+        start.executablePath = qpr::FromUtf8(test::OwnPath());
+        start.arguments = {start.executablePath, L"--child", qpr::FromUtf8(body)};
+        start.arguments.insert(start.arguments.end(), arguments.begin(), arguments.end());
+        start.environment = environment;
+        start.standardInput = m_input.server.Handle();
+        start.standardOutput = m_output.client.Handle();
+        start.standardError = m_error.client.Handle();
+        return start;
+    }
+
+    qpr::PipePair m_input{false, true};
+    qpr::PipePair m_output{true, false};
+    qpr::PipePair m_error{true, false};
+    qpr::PipeReader m_reader{m_output.server.Handle()};
+    qpr::IOWriter m_writer{m_input.client.Handle()};
+    qpr::ChildProcess m_process;
+};
+
+std::vector<std::unique_ptr<Child>> StartChildren(int count, const std::string& body, const std::wstring& tableName)
+{
+    std::vector<std::unique_ptr<Child>> children;
+    for (int i = 0; i < count; ++i)
+        children.push_back(std::make_unique<Child>(body, std::vector{tableName}));
+    return children;
+}
+
+/// What a child's body works with; its heart beats when told to.
+struct ChildTable
+{
+    explicit ChildTable(const std::string& name)
+        : table(WorkTable::ScopeMode_PreferExistingGlobal, Options(name))
+        , row(table, qpr::CurrentProcess::GetId())
+    {
+    }
+
+    static WorkTableOptions Options(const std::string& name)
+    {
+        WorkTableOptions options;
+        options.baseName = qpr::FromUtf8(name);
+        options.clock = [] { return std::int64_t{1'000'000}; };
+        return options;
+    }
+
+    WorkTable table;
+    Row row;
+};
+
+void SayAndWait(const std::string& line)
+{
+    std::cout << line << std::endl;
+    std::string answer;
+    std::getline(std::cin, answer);
+}
+
+/// Is killed in the middle of a publication: it holds the table and its row is half written.
+int DieInTheTable(const std::vector<std::string>& arguments)
+{
+    ChildTable child(arguments.at(0));
+    WorkTable::Lock lock(child.table);
+    lock.Content().rows[1].activeWork = {3, {std::numeric_limits<float>::quiet_NaN(), 100}};
+    SayAndWait("holding");
+    return 1;
+}
+
+/// Is killed at any moment of its use of the table.
+int UseTheTableForEver(const std::vector<std::string>& arguments)
+{
+    ChildTable child(arguments.at(0));
+    for (std::uint32_t i = 0;; ++i)
+    {
+        {
+            WorkTable::Lock lock(child.table);
+            child.row.SumActiveWork(lock);
+            child.row.Publish(lock, {{i % 2, 1, 1}, {}});
+        }
+        if (i == 100)
+            std::cout << "busy" << std::endl;
+    }
+}
+
+/// Admits as many jobs as fit below 100 on the whole computer, one a lock period.
+int AdmitJobs(const std::vector<std::string>& arguments)
+{
+    ChildTable child(arguments.at(0));
+    SayAndWait("ready");
+    std::uint32_t own = 0;
+    for (bool hasRoom = true; hasRoom;)
+    {
+        WorkTable::Lock lock(child.table);
+        hasRoom = child.row.SumActiveWork(lock).jobs < 100;
+        if (hasRoom)
+            child.row.Publish(lock, {{++own, 1, 1}, {}});
+    }
+    SayAndWait(std::to_string(own));
+    return 0;
+}
+
+/// Waits for a change by another process.
+int WaitForAChange(const std::vector<std::string>& arguments)
+{
+    ChildTable child(arguments.at(0));
+    SayAndWait("waiting");
+    child.row.Trigger().Wait();
+    WorkTable::Lock lock(child.table);
+    return static_cast<int>(child.row.SumActiveWork(lock).jobs);
+}
+
+int TraceALifetime(const std::vector<std::string>& arguments)
+{
+    WorkTableOptions options = ChildTable::Options(arguments.at(0));
+    std::int64_t now = 1'000'000;
+    options.clock = [&] { return now; };
+    WorkTable table(WorkTable::ScopeMode_PreferExistingGlobal, options);
+    Row row(table, 12);
+    ++now;
+    row.Heartbeat();
+    WorkTable::Lock lock(table);
+    row.Publish(lock, {{1, 0.5f, 1048576}, {2, 1e10f, 3}});
+    std::cout << qpr::CurrentProcess::GetId() << std::endl;
+    return 0;
+}
+
+const test::ChildRegistration registrations[] = {
+    {"worktable-die", DieInTheTable},
+    {"worktable-use", UseTheTableForEver},
+    {"worktable-admit", AdmitJobs},
+    {"worktable-wait", WaitForAChange},
+    {"worktable-trace", TraceALifetime},
+};
+
+} // namespace
+
+TEST(WorkTableProcesses, AProcessKilledInTheTableStopsNobodyAndItsRowRunsOut)
+{
+    test::TestTable test;
+    Row own(test.table, 1);
+    Child child("worktable-die", {test.name.Text()});
+    ASSERT_EQ("holding", child.ReadLine());
+    child.Kill();
+    {
+        WorkTable::Lock lock(test.table);
+        EXPECT_EQ((Work{3, 0, 100}), own.SumActiveWork(lock));
+    }
+    test.now += 31;
+    own.Heartbeat();
+    own.Trigger().Wait(); // there is room now
+    WorkTable::Lock lock(test.table);
+    EXPECT_EQ(Work(), own.SumActiveWork(lock));
+}
+
+TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOthers)
+{
+    test::TestTable test;
+    constexpr int count = 10;
+    for (int round = 0; round < 3; ++round)
+    {
+        auto children = StartChildren(count, "worktable-use", test.name.Text());
+        for (const auto& child : children)
+            ASSERT_EQ("busy", child->ReadLine());
+        for (const auto& child : children)
+            child->Kill();
+        children.clear();
+
+        test.now += 31;
+        const Row own(test.table, 1);
+        WorkTable::Lock lock(test.table);
+        EXPECT_EQ(Work(), own.SumActiveWork(lock));
+        test.now = 1'000'000;
+    }
+    EXPECT_EQ(2u, test.name.Files().size()) << "nothing but mutex and segment";
+}
+
+TEST(WorkTableProcesses, NeverAdmitMoreThanFitsTogether)
+{
+    test::TestTable test;
+    const Row own(test.table, 1);
+    const auto children = StartChildren(6, "worktable-admit", test.name.Text());
+    for (const auto& child : children)
+        ASSERT_EQ("ready", child->ReadLine());
+    for (const auto& child : children)
+        child->GoOn();
+    int total = 0;
+    for (const auto& child : children)
+        total += std::stoi(child->ReadLine());
+    EXPECT_EQ(100, total);
+    {
+        WorkTable::Lock lock(test.table);
+        EXPECT_EQ(100u, own.SumActiveWork(lock).jobs);
+    }
+    for (const auto& child : children)
+    {
+        child->GoOn();
+        EXPECT_EQ(0u, child->ExitCode());
+    }
+}
+
+TEST(WorkTableProcesses, AChangeWakesAnotherProcess)
+{
+    test::TestTable test;
+    Row own(test.table, 1);
+    Child child("worktable-wait", {test.name.Text()});
+    ASSERT_EQ("waiting", child.ReadLine());
+    child.GoOn();
+    {
+        WorkTable::Lock lock(test.table);
+        own.Publish(lock, {{42, 1, 1}, {}});
+    }
+    EXPECT_EQ(42u, child.ExitCode());
+}
+
+TEST(WorkTableProcesses, TraceEveryLock)
+{
+    const test::UniqueName name;
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / name.Text();
+    Child child("worktable-trace", {name.Text()}, {{L"QXWORKTABLE_TRACELOG", path.wstring()}});
+    const std::string processId = child.ReadLine();
+    EXPECT_EQ(0u, child.ExitCode());
+
+    std::stringstream trace;
+    trace << std::ifstream(path).rdbuf();
+    std::filesystem::remove(path);
+    const std::string header = "Process " + processId + " at 1970-01-12 13:46:4";
+    EXPECT_EQ(header + "0\n1 ProcessId 0 -> 12\n1 LastSeenAlive 0 -> 1000000\n" // claimed
+            + header + "1\n1 LastSeenAlive 1000000 -> 1000001\n" // alive
+            + header + "1\n" // published
+            + "1 ActiveWork.Jobs 0 -> 1\n1 ActiveWork.Resources.Processors 0 -> 0.5\n"
+              "1 ActiveWork.Resources.MemoryInMB 0 -> 1.04858e+06\n1 PendingWork.Jobs 0 -> 2\n"
+              "1 PendingWork.Resources.Processors 0 -> 1e+10\n1 PendingWork.Resources.MemoryInMB 0 -> 3\n"
+            + header + "1\n1 ProcessId 12 -> 0\n1 LastSeenAlive 1000001 -> 0\n" // released
+            + "1 ActiveWork.Jobs 1 -> 0\n1 ActiveWork.Resources.Processors 0.5 -> 0\n"
+              "1 ActiveWork.Resources.MemoryInMB 1.04858e+06 -> 0\n1 PendingWork.Jobs 2 -> 0\n"
+              "1 PendingWork.Resources.Processors 1e+10 -> 0\n1 PendingWork.Resources.MemoryInMB 3 -> 0\n",
+        trace.str());
+}
