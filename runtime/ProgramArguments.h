@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qpr
+{
+
+/// The arguments that main was given, the program's name first, in UTF-8 on every system; as they came where the system
+/// does not say what they are encoded in.
+std::vector<std::string> ProgramArguments(int argc, char** argv);
+
+} // namespace qpr
