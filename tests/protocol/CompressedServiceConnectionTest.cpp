@@ -1,0 +1,96 @@
+#include "protocol/CompressedServiceConnection.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace
+{
+
+/// A connection whose servant answers with what it was sent.
+class EchoConnection : public qxmi::internal::IServiceConnectionExW
+{
+public:
+    std::istream& InputStream() override { return m_channel; }
+    std::ostream& OutputStream() override { return m_channel; }
+    std::wstring GetServiceName() const override { return L"Solve"; }
+    std::wstring GetClientIdentifier() const override { return L"host/7"; }
+    std::wstring GetServantIdentification() const override { return L"Solver 1"; }
+    bool IsLocal() const override { return true; }
+    unsigned GetNumberOfProcessorsToUse() const override { return 3; }
+    bool IsCompressed() const override { return false; }
+    bool InputPending() override { return m_channel.rdbuf()->in_avail() > 0; }
+    void CloseOutput() override { events += "close after " + std::to_string(m_channel.tellp()) + " bytes;"; }
+    std::uint64_t BytesTransferred() const override { return 99; }
+    void Abandon() noexcept override { events += "abandon;"; }
+
+    std::stringstream& Channel() { return m_channel; }
+
+    std::string events;
+
+private:
+    std::stringstream m_channel;
+};
+
+class CompressedServiceConnection : public testing::TestWithParam<const wchar_t*>
+{
+protected:
+    EchoConnection m_inner;
+    std::unique_ptr<qxmi::internal::IServiceConnectionExW> m_connection =
+        qxm::CreateCompressedServiceConnection(m_inner, GetParam());
+};
+
+} // namespace
+
+TEST_P(CompressedServiceConnection, ForwardsTheFactsAndIsCompressed)
+{
+    EXPECT_EQ(m_connection->GetServiceName(), L"Solve");
+    EXPECT_EQ(m_connection->GetClientIdentifier(), L"host/7");
+    EXPECT_EQ(m_connection->GetServantIdentification(), L"Solver 1");
+    EXPECT_TRUE(m_connection->IsLocal());
+    EXPECT_EQ(m_connection->GetNumberOfProcessorsToUse(), 3u);
+    EXPECT_EQ(m_connection->BytesTransferred(), 99u);
+    EXPECT_TRUE(m_connection->IsCompressed());
+}
+
+TEST_P(CompressedServiceConnection, ARequestLeavesWithTheFlush)
+{
+    m_connection->OutputStream() << "request" << '\n';
+    EXPECT_EQ(m_inner.Channel().str(), "");
+    EXPECT_FALSE(m_connection->InputPending());
+    m_connection->OutputStream().flush();
+    EXPECT_TRUE(m_connection->InputPending());
+    std::string line;
+    std::getline(m_connection->InputStream(), line);
+    EXPECT_EQ(line, "request");
+    EXPECT_FALSE(m_connection->InputPending());
+}
+
+TEST_P(CompressedServiceConnection, CloseOutputSendsWhatIsBufferedFirst)
+{
+    m_connection->OutputStream() << "last";
+    m_connection->CloseOutput();
+    EXPECT_EQ(m_inner.events, "close after " + std::to_string(m_inner.Channel().str().size()) + " bytes;");
+    std::string word;
+    m_connection->InputStream() >> word;
+    EXPECT_EQ(word, "last");
+}
+
+TEST_P(CompressedServiceConnection, AbandonDropsWhatIsBuffered)
+{
+    m_connection->OutputStream() << "unsent";
+    m_connection->Abandon();
+    m_connection.reset();
+    EXPECT_EQ(m_inner.Channel().str(), "");
+    EXPECT_EQ(m_inner.events, "abandon;");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryProtocol, CompressedServiceConnection, testing::Values(L"BlockedRawDeflate", L"BlockedQLZ14"));
+
+TEST(CreateCompressedServiceConnection, KnowsNoOtherProtocol)
+{
+    EchoConnection inner;
+    EXPECT_FALSE(qxm::CreateCompressedServiceConnection(inner, L"zlib"));
+    EXPECT_FALSE(qxm::CreateCompressedServiceConnection(inner, L""));
+}
