@@ -1,0 +1,317 @@
+#include "protocol/DistributorRequest.h"
+
+#include "runtime/Cancellation.h"
+#include "runtime/Errors.h"
+#include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
+#include "support/ScriptedDistributor.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using qxm::DistributorRequest;
+using test::ScriptedClient;
+using test::ScriptedDistributor;
+
+const std::string errorStart = "Error sending service request to distributor at 127.0.0.1: ";
+
+qxm::HostDescription Client()
+{
+    qxm::HostDescription client;
+    client.role = L"client";
+    client.identifier = L"here/7";
+    client.version = {15, 1, 1, 1};
+    client.hostName = L"here";
+    client.userName = L"\u00e9l\u00e8ve";
+    return client;
+}
+
+DistributorRequest MakeRequest(const ScriptedDistributor& distributor, const qpr::Cancellation* cancellation = nullptr,
+    std::optional<qpr::WaitObject> giveUpObject = std::nullopt)
+{
+    return DistributorRequest(
+        distributor.Host(), distributor.Port(), {L"Solve", {}, true, false}, Client(), cancellation, giveUpObject);
+}
+
+/// How a whole request, the log connection included, ends.
+std::string OutcomeOf(DistributorRequest& request)
+{
+    try
+    {
+        if (!request.WaitUntilReady())
+            return "given up";
+        request.OpenLogConnection();
+        return "ready";
+    }
+    catch (const std::exception& error)
+    {
+        return error.what();
+    }
+}
+
+std::string OutcomeWith(std::function<void(ScriptedClient&)> script)
+{
+    const ScriptedDistributor distributor(std::move(script));
+    DistributorRequest request = MakeRequest(distributor);
+    return OutcomeOf(request);
+}
+
+std::string ReadFrom(qpr::Socket& socket, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    std::size_t done = 0;
+    qpr::SocketReader reader(socket);
+    while (done < size)
+    {
+        const std::size_t count = reader.Read(bytes.data() + done, size - done);
+        if (count == 0)
+            break;
+        done += count;
+    }
+    bytes.resize(done);
+    return bytes;
+}
+
+TEST(DistributorRequestTest, SaysItsPartAndLeavesTheServantsBytesUnread)
+{
+    std::vector<std::string> lines;
+    const ScriptedDistributor distributor(
+        [&](ScriptedClient& client)
+        {
+            client.Send(test::DistributorGreeting());
+            lines.push_back(client.ReadLine());
+            client.Send("$ ");
+            lines.push_back(client.ReadLine());
+            client.Send("service request accepted \r\n");
+            qpr::Socket log = client.OpenLogConnection();
+            qpr::SocketWriter(log).Write("log", 3);
+            client.Send("answer");
+            lines.push_back(client.ReadLine());
+            client.Stall();
+        });
+    DistributorRequest request = MakeRequest(distributor);
+    EXPECT_EQ(OutcomeOf(request), "ready");
+    EXPECT_EQ(ReadFrom(request.LogSocket(), 3), "log");
+    EXPECT_EQ(ReadFrom(request.MainSocket(), 6), "answer");
+    qpr::SocketWriter(request.MainSocket()).Write("data\n", 5);
+    request.MainSocket().Close();
+    EXPECT_EQ(ReadFrom(request.LogSocket(), 1), "");
+    EXPECT_THAT(lines,
+        testing::ElementsAre(
+            "client here/7 Version=15.1.1.1 HostName=here ProcessId=0 UserName=\"\xc3\xa9l\xc3\xa8ve\" "
+            "OSType=UnknownOSType CpuLayout= CpuCount=0 CpuType=UnknownCpuType CpuInfo=\"\" CpuScore=0 "
+            "MemSize=0MB LAAAASpace=0MB\r\n",
+            "call Solve WithLog=true\r\n", "data\n"));
+}
+
+TEST(DistributorRequestTest, TakesAnswersByteByByteAndAllAtOnce)
+{
+    const auto script = [](ScriptedClient& client, auto&& send)
+    {
+        qpr::Socket listener = qpr::Socket::Listen(qpr::SocketAddress::Loopback(0));
+        send(test::DistributorGreeting() + "$ service request accepted\nestablish log connection to port "
+            + std::to_string(listener.GetLocalAddress().Port()) + "\nanswer");
+        client.Stall();
+    };
+    const std::function<void(ScriptedClient&)> scripts[] = {
+        [&](ScriptedClient& client) { script(client, [&](const std::string& bytes) { client.SendBytewise(bytes); }); },
+        [&](ScriptedClient& client) { script(client, [&](const std::string& bytes) { client.Send(bytes); }); },
+    };
+    for (const auto& way : scripts)
+    {
+        const ScriptedDistributor distributor(way);
+        DistributorRequest request = MakeRequest(distributor);
+        EXPECT_EQ(OutcomeOf(request), "ready");
+        EXPECT_EQ(ReadFrom(request.MainSocket(), 6), "answer");
+    }
+}
+
+TEST(DistributorRequestTest, EveryWrongAnswerIsNamed)
+{
+    const std::string greeting = test::DistributorGreeting();
+    const std::string accepted = greeting + "$ service request accepted\r\n";
+    const std::string wrongLogPort = "Expected 'establish log connection to port <log port>' but got '";
+    const struct
+    {
+        std::string answers;
+        std::string error;
+    } cases[] = {
+        {"agent elsewhere/1\r\n$ ", errorStart + "Unexpected role 'agent', expected 'distributor'"},
+        {"distributor\r\n$ ",
+            errorStart + "Invalid distributor command: Not enough positional arguments (got 1 but must be at least 2)"},
+        {"distributor x Version=13.0\r\n$ ", errorStart + "Error parsing 'Version=13.0'"},
+        {"distributor x Version=13.0.0.0\r\n! too many clients\r\n",
+            errorStart + "Client connection rejected by distributor: too many clients"},
+        {"distributor x Version=13.0.0.0\r\n$x", errorStart + "Expected prompt but received '$x'"},
+        {test::DistributorGreeting("12.9.9.9"), errorStart + "Distributor version too low"},
+        {greeting + "! busy\r\n", errorStart + "Client login rejected by distributor: busy"},
+        {greeting + "$ Service request accepted\r\n",
+            errorStart + "Service request rejected by distributor (Service request accepted)"},
+        {greeting + "$ no such service\r\n", errorStart + "Service request rejected by distributor (no such service)"},
+        {accepted + "log port 7\r\n", wrongLogPort + "log port 7'"},
+        {accepted + "establish log connection to port \r\n", wrongLogPort + "establish log connection to port'"},
+        {"distributor \xff\r\n", errorStart + "Invalid lead byte (0xFF) in UTF-8 input stream"},
+        {std::string(70'000, 'x'), errorStart + "Line of more than 65536 characters received"},
+    };
+    for (const auto& test : cases)
+    {
+        EXPECT_EQ(OutcomeWith(
+                      [&](ScriptedClient& client)
+                      {
+                          client.Send(test.answers);
+                          client.Stall();
+                      }),
+            test.error);
+    }
+}
+
+TEST(DistributorRequestTest, ALogPortThatIsNoneFailsToResolve)
+{
+    const std::string error = OutcomeWith(
+        [](ScriptedClient& client)
+        {
+            client.AcceptRequest();
+            client.Send("establish log connection to port 65536\r\n");
+            client.Stall();
+        });
+    EXPECT_THAT(error, testing::StartsWith("GetAddrInfo() failed in qpr::SocketAddress::SetRemoteAddress."));
+}
+
+TEST(DistributorRequestTest, ADistributorThatBreaksOffAnywhereIsNoticed)
+{
+    const std::string greeting = test::DistributorGreeting();
+    const std::size_t prompt = greeting.size() - 2;
+    const std::string answers = greeting + "$ service request accepted\r\nestablish log connection to port 1";
+    const std::string accepted = "service request accepted";
+    const std::size_t acceptance = greeting.size() + 2;
+    const std::size_t logLine = acceptance + accepted.size() + 2;
+    const std::size_t port = answers.size() - 1;
+    for (std::size_t cut = 0; cut < port; ++cut)
+    {
+        const std::string error = OutcomeWith(
+            [&](ScriptedClient& client)
+            {
+                client.Send(answers.substr(0, cut));
+                client.BreakOff();
+            });
+        if (cut < prompt)
+            EXPECT_THAT(error, testing::StartsWith(errorStart)) << cut;
+        else if (cut < acceptance)
+            EXPECT_THAT(error, testing::StartsWith(errorStart + "Expected prompt but received '")) << cut;
+        else if (cut < acceptance + accepted.size())
+            EXPECT_EQ(error,
+                errorStart + "Service request rejected by distributor ("
+                    + answers.substr(acceptance, cut - acceptance)
+                          .substr(0, accepted.substr(0, cut - acceptance).find_last_not_of(' ') + 1)
+                    + ")")
+                << cut;
+        else
+            EXPECT_THAT(error,
+                testing::StartsWith("Expected 'establish log connection to port <log port>' but got '"
+                    + (cut > logLine + 1 ? answers.substr(logLine, 2) : "")))
+                << cut;
+    }
+}
+
+TEST(DistributorRequestTest, AConnectionThatIsResetFailsTheRequest)
+{
+    const std::string error = OutcomeWith(
+        [](ScriptedClient& client)
+        {
+            client.Send(test::DistributorGreeting());
+            client.GetSocket().WaitForInput();
+            client.GetSocket().Close(); // with the login unread: a reset
+        });
+    EXPECT_EQ(error, errorStart + "WSARecv() failed, Winsock error number = 10054: Connection reset by peer.");
+}
+
+TEST(DistributorRequestTest, NobodyThereAndNoSuchHostAreToldApart)
+{
+    std::wstring port;
+    {
+        const ScriptedDistributor gone([](ScriptedClient&) {});
+        port = gone.Port();
+    }
+    DistributorRequest refused(L"127.0.0.1", port, {L"Solve", {}, true, false}, Client(), nullptr);
+    EXPECT_EQ(
+        OutcomeOf(refused), errorStart + "WSAConnect() failed, Winsock error number = 10061: Connection refused.");
+    DistributorRequest unresolved(L"::1", L"7", {L"Solve", {}, true, false}, Client(), nullptr);
+    EXPECT_EQ(OutcomeOf(unresolved), "No remote address found for host '::1' and service '7'");
+}
+
+/// Stalls after each prefix of a whole conversation, and gives the request up there in every way there is.
+class StalledRequestTest : public testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(StalledRequestTest, CanBeGivenUp)
+{
+    const ScriptedDistributor distributor(
+        [](ScriptedClient& client)
+        {
+            client.Send(GetParam());
+            client.Stall();
+        });
+    {
+        qpr::ThreadEvent giveUp(qpr::ThreadEvent::Kind_ManualReset);
+        DistributorRequest request = MakeRequest(distributor, nullptr, giveUp.Object());
+        std::thread switcher([&] { giveUp.Signal(); });
+        EXPECT_EQ(OutcomeOf(request), "given up");
+        EXPECT_FALSE(request.MainSocket().IsOpen());
+        switcher.join();
+    }
+    {
+        qpr::Cancellation cancellation;
+        qpr::ThreadEvent giveUp(qpr::ThreadEvent::Kind_ManualReset);
+        DistributorRequest request = MakeRequest(distributor, &cancellation, giveUp.Object());
+        std::thread canceller([&] { cancellation.Cancel(); });
+        EXPECT_THAT(OutcomeOf(request), testing::EndsWith("Call cancelled"));
+        canceller.join();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AtEachStep, StalledRequestTest,
+    testing::Values("", "distributor x Vers", "distributor x Version=13.0.0.0\r\n",
+        "distributor x Version=13.0.0.0\r\n$ ", "distributor x Version=13.0.0.0\r\n$ $ ",
+        "distributor x Version=13.0.0.0\r\n$ $ service request acc",
+        "distributor x Version=13.0.0.0\r\n$ $ service request accepted\r\n"));
+
+TEST(DistributorRequestTest, BuildsTheRequestLine)
+{
+    const struct
+    {
+        qxm::DistributorServiceRequest request;
+        std::wstring line;
+    } cases[] = {
+        {{L"Solve", {}, true, false}, L"call Solve WithLog=true"},
+        {{L"Solve", {{L"Size", L"3"}, {L"Mode", L"fast"}}, false, true},
+            L"call Solve WithLog=true ServiceRequestAttributes=\"2 Mode fast Size 3\" LoopbackToLocalMachine=false "
+            L"LogServiceExecutionInfo=true"},
+        {{L"Solve it", {}, true, true}, L"call \"Solve it\" WithLog=true LogServiceExecutionInfo=true"},
+        {{L"it's", {}, true, false}, L"call \"it's\" WithLog=true"},
+        {{L"a \"b\"", {}, true, false}, L"call 'a \"b\"' WithLog=true"},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(qxm::BuildServiceRequestLine(test.request), test.line);
+    for (const std::wstring name : {L"", L"a=b", L"a\r\nb", L"'\""})
+    {
+        try
+        {
+            qxm::BuildServiceRequestLine({name, {}, true, false});
+            ADD_FAILURE();
+        }
+        catch (const qpr::RuntimeError& error)
+        {
+            EXPECT_EQ(qpr::ErrorText(error), L"Invalid service name '" + name + L"'");
+        }
+    }
+}
+
+} // namespace
