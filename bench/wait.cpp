@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <poll.h>
 #include <sched.h>
@@ -23,7 +24,7 @@ namespace
 
 using bench::Reach;
 
-constexpr int roundCount = 41;
+constexpr int roundCount = 801; // short ones: then what else runs on the computer disturbs both sides alike
 
 class FunctionRunnable : public qpr::IRunnable
 {
@@ -106,7 +107,7 @@ std::pair<double, double> MeasureInTurns(
 
 bool CompareSetEvent()
 {
-    constexpr int count = 20000;
+    constexpr int count = 1000;
     AutoResetEvent autoReset;
     qpr::ThreadEvent manualReset(qpr::ThreadEvent::Kind_ManualReset);
     BareEvent bare;
@@ -178,7 +179,7 @@ private:
 
 bool CompareHandOff()
 {
-    constexpr int count = 5000;
+    constexpr int count = 100;
     Answerer<AutoResetEvent> ours;
     Answerer<BareEvent> bare;
     FunctionRunnable answerOurs([&] { ours.Answer(count * roundCount); });
@@ -195,7 +196,7 @@ bool CompareHandOff()
 
 bool CompareInterruptCheck()
 {
-    constexpr int count = 1000000;
+    constexpr int count = 10000;
     const auto check = []
     {
         for (int i = 0; i < count; ++i)
@@ -207,62 +208,82 @@ bool CompareInterruptCheck()
     return bench::Compare("interruption check", Median(times), "limit", 10, "ns", Reach::AtMost, 1);
 }
 
-bool CompareThreadStart()
+/// Starts a thread that does nothing and joins it in either way.
+template <class Join>
+void StartThread(qpr::IRunnable& nothing, Join join)
 {
-    constexpr int count = 200;
+    qpr::Thread thread(nothing);
+    join(thread);
+}
+
+void StartStandardThread(qpr::IRunnable& nothing)
+{
+    std::thread thread([&] { nothing.Run(); });
+    thread.join();
+}
+
+/// What it takes by hand to wait for a thread's end so that something else can end the wait.
+void StartStandardThreadAndPoll(qpr::IRunnable& nothing)
+{
+    BareEvent end;
+    std::thread thread(
+        [&]
+        {
+            nothing.Run();
+            end.Signal();
+        });
+    end.Wait();
+    thread.join();
+}
+
+template <class Join>
+bool CompareThreadStart(const char* what, Join join, const char* peerName, void (*startPeer)(qpr::IRunnable&))
+{
+    constexpr int count = 10;
     FunctionRunnable nothing([] {});
     const auto [oursNs, peerNs] = MeasureInTurns(
         count,
         [&]
         {
             for (int i = 0; i < count; ++i)
-            {
-                qpr::Thread thread(nothing);
-                thread.WaitForCompletion();
-            }
+                StartThread(nothing, join);
         },
         [&]
         {
             for (int i = 0; i < count; ++i)
-            {
-                std::thread thread([&] { nothing.Run(); });
-                thread.join();
-            }
+                startPeer(nothing);
         });
-    return bench::Compare("thread start and join", oursNs, "std::thread", peerNs, "ns", Reach::AtMost, 1.15);
+    return bench::Compare(what, oursNs, peerName, peerNs, "ns", Reach::AtMost, 1.15);
 }
 
-void PinToOneProcessor(bool pin)
+void StayOnOneProcessor()
 {
-    static cpu_set_t all;
-    if (pin)
-    {
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(sched_getcpu(), &one);
-        sched_getaffinity(0, sizeof all, &all);
-        sched_setaffinity(0, sizeof one, &one);
-    }
-    else
-    {
-        sched_setaffinity(0, sizeof all, &all);
-    }
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(sched_getcpu(), &one);
+    sched_setaffinity(0, sizeof one, &one);
 }
 
 } // namespace
 
 int main()
 {
-    bool ok = true;
+    const auto wait = [](qpr::Thread& thread) { thread.WaitForCompletion(); };
+    const auto leaveToDestructor = [](qpr::Thread&) {};
+    bool ok = CompareThreadStart("thread start and join", wait, "std::thread", StartStandardThread);
     FunctionRunnable benchmarks(
         [&]
         {
+            ok = CompareThreadStart(
+                     "thread start and join by the destructor", leaveToDestructor, "std::thread", StartStandardThread)
+                && ok;
+            ok = CompareThreadStart("thread start and interruptible join", wait, "std::thread with eventfd",
+                     StartStandardThreadAndPoll)
+                && ok;
             ok = CompareSetEvent() && ok;
             ok = CompareInterruptCheck() && ok;
-            ok = CompareThreadStart() && ok;
-            PinToOneProcessor(true);
+            StayOnOneProcessor();
             ok = CompareHandOff() && ok;
-            PinToOneProcessor(false);
         });
     {
         qpr::Thread thread(benchmarks);

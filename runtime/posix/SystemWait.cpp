@@ -22,13 +22,7 @@ namespace
 {
 
 constexpr std::size_t maxDescriptorCount = 64 + 1; // the objects and the thread's interrupt
-
-/// -1: without limit. A longer time than poll can take is waited for in several turns.
-int PollTimeout(std::uint32_t leftMs) noexcept
-{
-    constexpr std::uint32_t longest = std::numeric_limits<int>::max();
-    return leftMs == Infinite ? -1 : static_cast<int>(std::min(leftMs, longest));
-}
+constexpr std::uint32_t unlimited = std::numeric_limits<int>::max(); // as far as poll can count
 
 short PollEventsOf(WaitObject::Kind kind) noexcept
 {
@@ -65,16 +59,26 @@ struct PollSet
 {
     std::array<pollfd, maxDescriptorCount> entries;
     nfds_t count = 0;
+    std::uint32_t longestTurnMs = unlimited;
 
     void Add(int descriptor, short events) noexcept { entries[count++] = {descriptor, events, 0}; }
+
+    /// A longer time than one turn ends early.
+    int Poll(std::uint32_t timeoutMs) noexcept
+    {
+        const bool isEndless = timeoutMs == Infinite && longestTurnMs == unlimited;
+        return poll(entries.data(), count, isEndless ? -1 : static_cast<int>(std::min(timeoutMs, longestTurnMs)));
+    }
 };
 
-/// Whether a wake-up by the interrupt descriptor is one: the signal of an interrupt that a check has taken meanwhile
-/// stays behind, and goes here.
-bool IsInterrupted(InterruptState& interrupt) noexcept
+/// Adds the thread's interrupt to its wait. Without a descriptor for it the wait is cut into turns instead.
+void AddInterrupt(PollSet& set, InterruptState& interrupt) noexcept
 {
-    TakeSignal(interrupt.descriptor);
-    return interrupt.isPending.load(std::memory_order_acquire);
+    const int descriptor = interrupt.Descriptor();
+    if (descriptor >= 0)
+        set.Add(descriptor, POLLIN);
+    else
+        set.longestTurnMs = 100;
 }
 
 } // namespace
@@ -94,19 +98,21 @@ SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::
         set.Add(DescriptorOf(object.Handle()), PollEventsOf(object.GetKind()));
     }
     if (interrupt)
-        set.Add(interrupt->descriptor, POLLIN);
+        AddInterrupt(set, *interrupt);
 
     for (const Deadline deadline(timeoutMs);;)
     {
-        const int readyCount = poll(set.entries.data(), set.count, PollTimeout(deadline.LeftMs()));
+        if (interrupt && interrupt->IsRequested())
+            return {SystemWaitResult::Outcome_Woken};
+        const int readyCount = set.Poll(deadline.LeftMs());
         if (readyCount < 0 && errno != EINTR)
             return {SystemWaitResult::Outcome_Failed, 0, static_cast<std::uint32_t>(errno)};
         if (readyCount > 0)
         {
             if (const auto ready = FirstReady(objects, set.entries.data()))
                 return *ready;
-            if (interrupt && set.entries[objects.size()].revents != 0 && IsInterrupted(*interrupt))
-                return {SystemWaitResult::Outcome_Woken};
+            if (set.count > objects.size() && set.entries[objects.size()].revents != 0)
+                interrupt->TakeWakeUp();
         }
         if (deadline.HasPassed())
             return {SystemWaitResult::Outcome_TimedOut};
@@ -116,8 +122,7 @@ SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::
 bool TakeInterrupt() noexcept
 {
     InterruptState* const interrupt = currentThread.ActiveInterrupt();
-    return interrupt && interrupt->isPending.load(std::memory_order_relaxed)
-        && interrupt->isPending.exchange(false, std::memory_order_acquire);
+    return interrupt && interrupt->Take();
 }
 
 bool PutOffInterrupts(bool putOff) noexcept

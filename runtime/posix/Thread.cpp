@@ -1,73 +1,121 @@
 #include "runtime/Thread.h"
 
+#include "runtime/Deadline.h"
 #include "runtime/Errors.h"
 #include "runtime/Panic.h"
+#include "runtime/ThreadEvent.h"
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/EventDescriptor.h"
 #include "runtime/posix/InterruptState.h"
 
-#include <cerrno>
+#include <optional>
 #include <pthread.h>
-#include <unistd.h>
+
+// A descriptor costs a good part of what a thread costs, so there is none for a thread's end: the thread that waits for
+// it is woken through the descriptor of its own interrupts, and then joins.
 
 namespace qpr
 {
+namespace
+{
+
+constexpr int nobody = -1;
+
+}
 
 struct Thread::State
 {
+    class EndWaiter;
+
     explicit State(IRunnable& body) noexcept
         : runnable(body)
     {
     }
-    ~State();
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
 
-    static void* StartRoutine(void* state) noexcept;
-    bool CreateDescriptors() noexcept;
+    static void* StartRoutine(void* argument) noexcept;
+    bool WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed);
+    void Join() noexcept;
 
     IRunnable& runnable;
     InterruptState interrupt;
-    int endDescriptor = -1; ///< signalled by the thread as the last thing it does
     pthread_t thread{};
     bool joined = false; ///< the end has been observed
     std::atomic<bool> completed = false; ///< the runnable has returned
+    std::atomic<int> endWaiter = nobody; ///< the event descriptor to signal once completed
 };
 
-Thread::State::~State()
+/// Makes the current thread the one that is woken by the end.
+class Thread::State::EndWaiter
 {
-    for (const int descriptor : {endDescriptor, interrupt.descriptor})
+public:
+    explicit EndWaiter(State& state)
+        : m_state(state)
     {
-        if (descriptor >= 0 && close(descriptor) != 0)
-            Panic("CloseHandle(m_handle)", "qpr::Thread::~Thread");
+        if (InterruptState* const interrupt = currentThread.ActiveInterrupt())
+            m_descriptor = interrupt->Descriptor();
+        if (m_descriptor == nobody)
+            m_descriptor = DescriptorOf(m_substitute.emplace(ThreadEvent::Kind_AutoReset).Object().Handle());
+        m_state.endWaiter = m_descriptor;
     }
-}
 
-bool Thread::State::CreateDescriptors() noexcept
-{
-    interrupt.descriptor = CreateEventDescriptor();
-    if (interrupt.descriptor < 0)
-        return false;
-    endDescriptor = CreateEventDescriptor();
-    return endDescriptor >= 0;
-}
+    /// An ending thread may have the descriptor in hand already: it goes first.
+    ~EndWaiter()
+    {
+        m_state.endWaiter = nobody;
+        if (m_state.completed)
+            m_state.Join();
+    }
+
+    EndWaiter(const EndWaiter&) = delete;
+    EndWaiter& operator=(const EndWaiter&) = delete;
+
+    WaitObject Object() const noexcept { return {HandleOf(m_descriptor), WaitObject::Kind_AutoReset}; }
+
+private:
+    State& m_state;
+    int m_descriptor = nobody;
+    std::optional<ThreadEvent> m_substitute; ///< of a thread that cannot be interrupted now
+};
 
 void* Thread::State::StartRoutine(void* argument) noexcept
 {
     State& state = *static_cast<State*>(argument);
     currentThread.interrupt = &state.interrupt;
-    pthread_setname_np(pthread_self(), "QxThread");
     RunToEnd(state.runnable);
-    state.completed.store(true, std::memory_order_release);
-    SignalEventDescriptor(state.endDescriptor);
+    state.completed = true;
+    const int waiter = state.endWaiter;
+    if (waiter != nobody)
+        SignalEventDescriptor(waiter);
     return nullptr;
+}
+
+bool Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed)
+{
+    if (timeoutMs == Infinite && !currentThread.ActiveInterrupt())
+    {
+        Join(); // nothing else can end this wait
+        return true;
+    }
+    const EndWaiter waiter(*this);
+    for (const Deadline deadline(timeoutMs); !completed;)
+    {
+        // The signal may also be that of an interrupt, which the next turn throws.
+        if (!WaitForObject(waiter.Object(), location, deadline.LeftMs(), timeoutsAllowed))
+            return false;
+    }
+    return true;
+}
+
+void Thread::State::Join() noexcept
+{
+    if (!joined && pthread_join(thread, nullptr) != 0)
+        Panic("WaitForSingleObject(m_handle, INFINITE) == WAIT_OBJECT_0", "qpr::Thread::~Thread");
+    joined = true;
 }
 
 Thread::Thread(IRunnable& runnable)
     : m_state(std::make_unique<State>(runnable))
 {
-    if (!m_state->CreateDescriptors())
-        ThrowSystemError(L"CreateThread() failed", L"qpr::Thread::Thread");
     const int error = pthread_create(&m_state->thread, nullptr, &State::StartRoutine, m_state.get());
     if (error != 0)
         ThrowSystemErrorWithNumber(
@@ -76,31 +124,28 @@ Thread::Thread(IRunnable& runnable)
 
 Thread::~Thread()
 {
-    if (!m_state->completed.load(std::memory_order_acquire))
+    if (!m_state->completed)
         Interrupt();
-    if (pthread_join(m_state->thread, nullptr) != 0)
-        Panic("WaitForSingleObject(m_handle, INFINITE) == WAIT_OBJECT_0", "qpr::Thread::~Thread");
+    m_state->Join();
 }
 
 void Thread::Interrupt()
 {
-    m_state->interrupt.isPending.store(true, std::memory_order_release);
-    SignalEventDescriptor(m_state->interrupt.descriptor);
+    m_state->interrupt.Request();
 }
 
 bool Thread::HasCompleted()
 {
-    if (!m_state->joined)
-        m_state->joined = WaitForObject(
-            {HandleOf(m_state->endDescriptor), WaitObject::Kind_State}, L"qpr::Thread::HasCompleted", 0, true);
+    CheckInterrupt();
+    if (m_state->completed)
+        m_state->Join();
     return m_state->joined;
 }
 
 void Thread::WaitForCompletion(std::uint32_t timeoutMs)
 {
-    WaitForObject(
-        {HandleOf(m_state->endDescriptor), WaitObject::Kind_State}, L"qpr::Thread::WaitForCompletion", timeoutMs);
-    m_state->joined = true;
+    CheckInterrupt();
+    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs, false);
 }
 
 } // namespace qpr
