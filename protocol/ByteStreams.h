@@ -26,6 +26,9 @@ void AttachStreamBuffer(std::basic_ios<CharT>& stream, std::basic_streambuf<Char
     stream.exceptions(std::ios_base::badbit);
 }
 
+/// What is passed to a channel at once: system calls count in 32 bits.
+inline constexpr std::size_t largestRequest = std::size_t(1) << 30;
+
 /// Takes bytes from a Reader (IReader's two operations), which is not owned. A size of 1 never takes a byte more from
 /// the channel than was asked for.
 template <class Reader>
@@ -102,7 +105,7 @@ private:
 
     std::size_t ReadChannel(char* target, std::size_t size)
     {
-        const std::size_t count = m_reader.Read(target, size);
+        const std::size_t count = m_reader.Read(target, std::min(size, largestRequest));
         m_bytesTransferred.fetch_add(count, std::memory_order_relaxed);
         return count;
     }
@@ -171,12 +174,15 @@ private:
 
     std::size_t PutSome(const CharT* source, std::size_t size)
     {
+        if (Buffered() != 0 && this->pptr() == this->epptr())
+            WriteBuffered();
         if (Buffered() == 0 && size >= m_bufferSize)
         {
-            WriteChannel(source, size);
-            return size;
+            const std::size_t direct = std::min(size, largestRequest / sizeof(CharT));
+            WriteChannel(source, direct);
+            return direct;
         }
-        if (this->pptr() == this->epptr())
+        if (!m_buffer)
             MakeRoom();
         const std::size_t taken = std::min(size, static_cast<std::size_t>(this->epptr() - this->pptr()));
         Traits::copy(this->pptr(), source, taken);

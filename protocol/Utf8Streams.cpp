@@ -29,16 +29,6 @@ constexpr auto conversionError = static_cast<std::uint32_t>(std::errc::illegal_b
     throw RuntimeError(text + L") in UTF-8 input stream");
 }
 
-constexpr bool IsHighSurrogate(char32_t character)
-{
-    return character >= 0xD800 && character <= 0xDBFF;
-}
-
-constexpr bool IsLowSurrogate(char32_t character)
-{
-    return character >= 0xDC00 && character <= 0xDFFF;
-}
-
 constexpr bool IsCodePoint(char32_t character)
 {
     return character <= 0x10FFFF && !IsHighSurrogate(character) && !IsLowSurrogate(character);

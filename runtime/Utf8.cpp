@@ -9,16 +9,6 @@ namespace
 
 constexpr char32_t replacement = 0xFFFD;
 
-constexpr bool IsHighSurrogate(char32_t unit) noexcept
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-constexpr bool IsLowSurrogate(char32_t unit) noexcept
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
 void AppendUtf8(std::string& bytes, char32_t codePoint)
 {
     const auto append = [&bytes](char32_t byte) { bytes.push_back(static_cast<char>(byte)); };

@@ -14,6 +14,17 @@ std::string ToUtf8(std::wstring_view text);
 /// Bytes that are not UTF-8 become U+FFFD.
 std::wstring FromUtf8(std::string_view text);
 
+/// The halves of a pair that stands for one code point.
+constexpr bool IsHighSurrogate(char32_t unit) noexcept
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool IsLowSurrogate(char32_t unit) noexcept
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
 /// Appends one code point, as a surrogate pair where wide characters have 16 bits.
 void AppendCodePoint(std::wstring& text, char32_t codePoint);
 

@@ -1,0 +1,69 @@
+#include "protocol/MemoryBuffer.h"
+
+#include "runtime/Errors.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+
+#if defined(__SANITIZE_ADDRESS__)
+extern "C" const char* __asan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
+#elif defined(__SANITIZE_THREAD__)
+extern "C" const char* __tsan_default_options()
+{
+    return "allocator_may_return_null=1";
+}
+#endif
+
+TEST(MemoryBuffer, GrowsAndKeepsItsContents)
+{
+    qpr::MemoryBuffer buffer(4);
+    std::memcpy(buffer.Start(), "abcd", 4);
+    buffer.GrowTo(3);
+    EXPECT_EQ(buffer.Size(), 4U);
+    buffer.GrowTo(100000);
+    EXPECT_EQ(buffer.Size(), 100000U);
+    buffer.Start()[99999] = 'x';
+    EXPECT_EQ(std::string(buffer.Start(), 4), "abcd");
+    buffer.GrowTo(100001);
+    EXPECT_GE(buffer.Size(), 150000U) << "growing byte by byte must stay cheap";
+}
+
+TEST(MemoryBuffer, IsHandedOverByMoving)
+{
+    qpr::MemoryBuffer first(1), second(2);
+    first.Start()[0] = 'f';
+    second = std::move(first);
+    EXPECT_EQ(second.Size(), 1U);
+    EXPECT_EQ(second.Start()[0], 'f');
+    qpr::MemoryBuffer& itself = second;
+    second = std::move(itself);
+    EXPECT_EQ(second.Size(), 1U);
+}
+
+TEST(MemoryBuffer, NamesTheSizeThatCannotBeHad)
+{
+    volatile std::size_t tooMuch = std::numeric_limits<std::size_t>::max() / 2 + 1;
+    const std::string size = std::to_string(tooMuch);
+    const auto errorOf = [](auto operation) -> std::string
+    {
+        try
+        {
+            operation();
+        }
+        catch (const qpr::RuntimeError& error)
+        {
+            return error.what();
+        }
+        return "no error";
+    };
+    EXPECT_EQ(errorOf([&] { qpr::MemoryBuffer buffer(tooMuch); }),
+        "malloc(" + size + ") failed allocating qpr::MemoryBuffer");
+    qpr::MemoryBuffer buffer(4);
+    EXPECT_EQ(errorOf([&] { buffer.GrowTo(tooMuch); }), "realloc(" + size + ") failed reallocating qpr::MemoryBuffer");
+    EXPECT_EQ(buffer.Size(), 4U);
+}
