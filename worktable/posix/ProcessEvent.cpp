@@ -161,28 +161,39 @@ void ProcessEvent::Close() noexcept
 
 struct ProcessEventGroup::State
 {
+    State() noexcept { TakeFreshSocket(); }
+    void TakeFreshSocket() noexcept;
     void LeaveStaleSocket() noexcept;
 
-    FileDescriptor socket = MakeSocket();
-    std::vector<Address> addresses;
+    FileDescriptor socket;
+    int bufferSize = 0;
     unsigned sentSinceLook = 0;
+    std::vector<Address> addresses;
 };
 
+void ProcessEventGroup::State::TakeFreshSocket() noexcept
+{
+    constexpr int wantedSize = 1024 * 1024; // the system gives less
+    FileDescriptor fresh = MakeSocket();
+    if (!fresh.IsValid())
+        return;
+    setsockopt(fresh.Value(), SOL_SOCKET, SO_SNDBUF, &wantedSize, sizeof wantedSize);
+    socklen_t length = sizeof bufferSize;
+    getsockopt(fresh.Value(), SOL_SOCKET, SO_SNDBUF, &bufferSize, &length);
+    socket = std::move(fresh);
+}
+
 /// Datagrams that nobody receives (their receivers are stopped, or wait for nothing) fill the send buffer, and a full
-/// one would look like events that are all signalled. A new socket starts with an empty one.
+/// one would look like events that are all signalled. A fresh socket has an empty one.
 void ProcessEventGroup::State::LeaveStaleSocket() noexcept
 {
-    constexpr unsigned sendsBetweenLooks = 64; // their bookkeeping takes about 50 KB, the buffer has 200
-    constexpr int maximumUnreceivedBytes = 32 * 1024;
+    constexpr unsigned sendsBetweenLooks = 64; // with the system's bookkeeping they take about 50 KB
     if (++sentSinceLook < sendsBetweenLooks)
         return;
     sentSinceLook = 0;
     int unreceived = 0;
-    if (ioctl(socket.Value(), SIOCOUTQ, &unreceived) == 0 && unreceived <= maximumUnreceivedBytes)
-        return;
-    FileDescriptor fresh = MakeSocket();
-    if (fresh.IsValid())
-        socket = std::move(fresh);
+    if (ioctl(socket.Value(), SIOCOUTQ, &unreceived) != 0 || unreceived > bufferSize / 2)
+        TakeFreshSocket();
 }
 
 ProcessEventGroup::ProcessEventGroup(std::span<const std::wstring> names)
