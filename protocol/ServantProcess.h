@@ -24,6 +24,9 @@ public:
     qpr::PipeEnd& CommandPipe() noexcept { return m_commandPipe; }
     qpr::PipeEnd& AnswerPipe() noexcept { return m_answerPipe; }
 
+    /// Signalled once the servant itself has ended.
+    qpr::WaitObject EndObject() const noexcept { return m_process->Process().EndObject(); }
+
     /// Closes the command and answer channels, then as SupervisedProcess does.
     qpr::ChildProcess::ExitStatus WaitForEnd(const qpr::Cancellation& cancellation, bool hurry);
 
