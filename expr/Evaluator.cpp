@@ -2,7 +2,6 @@
 
 #include "runtime/Errors.h"
 
-#include <optional>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -15,7 +14,22 @@ namespace
 
 constexpr int MaxRecursionLevel = 1000;
 
+/// Walks both in name order, which costs one comparison of equal names where a lookup costs two.
+bool HasAllValues(const UsedVariables& variables, const ValueMap& values)
+{
+    auto value = values.begin();
+    for (const auto& variable : variables)
+    {
+        int order = -1;
+        for (; value != values.end() && order < 0; ++value)
+            order = CompareNames(value->first, variable->GetName());
+        if (order != 0)
+            return false;
+    }
+    return true;
 }
+
+} // namespace
 
 void Evaluator::AddHelperVariableDefinitions(std::wstring_view text, std::wstring_view description)
 {
@@ -58,16 +72,12 @@ bool Evaluator::UsesVariable(const Expression& expression, std::wstring_view nam
 
 Value Evaluator::Evaluate(const Expression& expression, const ValueMap& values) const
 {
-    std::optional<ValueMap> extended;
+    if (HasAllValues(expression.GetUsedVariables(), values))
+        return expression.GetRoot().Evaluate(values);
+    ValueMap extended = values;
     for (const auto& variable : expression.GetUsedVariables())
-    {
-        if ((extended ? *extended : values).contains(variable->GetName()))
-            continue;
-        if (!extended)
-            extended = values;
-        AddHelperVariableValues(*variable, *extended, 0);
-    }
-    return expression.GetRoot().Evaluate(extended ? *extended : values);
+        AddHelperVariableValues(*variable, extended, 0);
+    return expression.GetRoot().Evaluate(extended);
 }
 
 void Evaluator::AddHelperVariableValues(const VariableReference& variable, ValueMap& values, int recursionLevel) const

@@ -16,9 +16,12 @@ struct VariableNameOrder
     using is_transparent = void;
     using VariablePtr = qpr::CountedPtr<VariableReference>;
 
-    bool operator()(const VariablePtr& a, const VariablePtr& b) const { return a->GetName() < b->GetName(); }
-    bool operator()(const VariablePtr& a, std::wstring_view b) const { return a->GetName() < b; }
-    bool operator()(std::wstring_view a, const VariablePtr& b) const { return a < b->GetName(); }
+    bool operator()(const VariablePtr& a, const VariablePtr& b) const
+    {
+        return NameOrder()(a->GetName(), b->GetName());
+    }
+    bool operator()(const VariablePtr& a, std::wstring_view b) const { return NameOrder()(a->GetName(), b); }
+    bool operator()(std::wstring_view a, const VariablePtr& b) const { return NameOrder()(a, b->GetName()); }
 };
 
 /// The variables that a formula uses, one node a name, in name order.

@@ -1,7 +1,6 @@
 #include "expr/Lexer.h"
 
 #include <charconv>
-#include <cwctype>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -29,7 +28,7 @@ bool IsWordStart(wchar_t c)
 
 bool IsSpace(wchar_t c)
 {
-    return c == L' ' || (c >= L'\t' && c <= L'\r') || (c > 127 && std::iswspace(static_cast<std::wint_t>(c)));
+    return c == L' ' || (c >= L'\t' && c <= L'\r') || (c > 127 && std::isspace(c, std::locale::classic()));
 }
 
 std::size_t SkipDigits(std::wstring_view text, std::size_t offset)

@@ -4,7 +4,6 @@
 #include "expr/Lexer.h"
 #include "expr/Value.h"
 
-#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -13,7 +12,7 @@ namespace qexpr
 {
 
 /// The helper variables' formulas by name.
-using HelperDefinitions = std::map<std::wstring, ExpressionPtr, std::less<>>;
+using HelperDefinitions = std::map<std::wstring, ExpressionPtr, NameOrder>;
 
 /// Builds the tree of a formula and infers the type of every variable on the way, from literals, operators, functions,
 /// type hints and the types already known. docs/Formulas.md teaches the language.

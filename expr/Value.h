@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <iosfwd>
 #include <map>
 #include <new>
@@ -128,8 +127,24 @@ private:
     Content m_content;
 };
 
+/// Ordinal comparison of names: negative, 0 or positive. Most names differ in their first character, which spares a
+/// call.
+inline int CompareNames(std::wstring_view a, std::wstring_view b) noexcept
+{
+    if (!a.empty() && !b.empty() && a.front() != b.front())
+        return a.front() < b.front() ? -1 : 1;
+    return a.compare(b);
+}
+
+struct NameOrder
+{
+    using is_transparent = void;
+
+    bool operator()(std::wstring_view a, std::wstring_view b) const noexcept { return CompareNames(a, b) < 0; }
+};
+
 /// Variables by name, in ordinal order of the names.
-using ValueMap = std::map<std::wstring, Value, std::less<>>;
-using ValueTypeMap = std::map<std::wstring, Value::Type, std::less<>>;
+using ValueMap = std::map<std::wstring, Value, NameOrder>;
+using ValueTypeMap = std::map<std::wstring, Value::Type, NameOrder>;
 
 } // namespace qexpr
