@@ -1,0 +1,133 @@
+#include "tools/qx/Batch.h"
+
+#include "runtime/InterruptSignal.h"
+#include "tools/qx/ExitCode.h"
+
+#include <array>
+#include <iostream>
+
+namespace qx
+{
+
+namespace
+{
+
+constexpr std::uint32_t progressIntervalMs = 200;
+
+}
+
+Batch::Batch(qxmi::IServiceConnectorW& connector, JobLog& jobLog, const qpr::InterruptSignal& interrupt)
+    : m_connector(connector)
+    , m_jobLog(jobLog)
+    , m_interrupt(interrupt)
+{
+}
+
+BatchCounts Batch::Run(
+    const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes)
+{
+    m_counts.total = items.size();
+    CreateCalls(items, service, attributes);
+    while (m_counts.Ended() < m_calls.size())
+        WaitForChange();
+    m_progress.Clear();
+    std::cerr << DescribeSummary(m_counts, ElapsedSeconds()) << '\n';
+    if (m_isInterrupted)
+        throw Interrupted();
+    return m_counts;
+}
+
+void Batch::CreateCalls(
+    const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes)
+{
+    for (const BatchItem& item : items)
+    {
+        m_calls.push_back(std::make_unique<BatchCall>(item, service, attributes, *this));
+        m_calls.back()->Start(m_connector);
+        TakeEvents();
+        CancelIfInterrupted();
+        if (m_isInterrupted)
+            return;
+    }
+}
+
+void Batch::WaitForChange()
+{
+    ShowProgress();
+    const std::array objects = {m_changed.Object(), m_interrupt.Object()};
+    const std::size_t count = m_isInterrupted ? 1 : 2; // the interrupt stays signalled
+    qpr::Thread::WaitForAnyObject(
+        {objects.data(), count}, L"qx::Batch", m_progress.IsShown() ? progressIntervalMs : qpr::Infinite, true);
+    TakeEvents();
+    CancelIfInterrupted();
+}
+
+void Batch::TakeEvents()
+{
+    std::deque<Event> events;
+    {
+        const qpr::ScopedLock lock(m_lock);
+        events.swap(m_events);
+    }
+    for (const Event& event : events)
+    {
+        if (event.hasEnded)
+            CollectCall(*event.call);
+        else
+            event.call->WaitForEnd();
+    }
+}
+
+void Batch::CollectCall(BatchCall& call)
+{
+    if (!call.Collect())
+        return;
+    ++(call.IsDone() ? m_counts.done : m_counts.failed);
+    if (call.HasStarted())
+        ++m_counts.endedAfterStart;
+    if (call.HasStarted() || !m_isInterrupted)
+        m_jobLog.Write(call.Record());
+    if (!call.IsDone() && !m_isInterrupted)
+        ReportFailure(call);
+}
+
+void Batch::ReportFailure(const BatchCall& call)
+{
+    m_progress.Clear();
+    std::cerr << "qx: " << call.Record().file << ": " << call.Problem() << '\n' << call.LogTail();
+    if (!call.LogTail().empty() && !call.LogTail().ends_with('\n'))
+        std::cerr << '\n';
+}
+
+void Batch::CancelIfInterrupted()
+{
+    if (m_isInterrupted || !qpr::Thread::WaitForObject(m_interrupt.Object(), L"qx::Batch", 0, true))
+        return;
+    m_isInterrupted = true;
+    for (const auto& call : m_calls)
+        call->Cancel();
+}
+
+void Batch::ShowProgress()
+{
+    if (!m_progress.IsShown())
+        return;
+    m_counts.started = m_started;
+    m_progress.Show(DescribeProgress(m_counts, ElapsedSeconds()));
+}
+
+double Batch::ElapsedSeconds() const
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
+}
+
+void Batch::Post(Event event)
+{
+    {
+        const qpr::ScopedLock lock(m_lock);
+        m_events.push_back(event);
+    }
+    m_changed.Signal();
+}
+
+} // namespace qx

@@ -1,0 +1,114 @@
+#include "tools/qx/BatchCall.h"
+
+#include "runtime/Utf8.h"
+
+namespace qx
+{
+
+namespace
+{
+
+constexpr std::size_t maxLogTail = 2000;
+
+}
+
+BatchCall::BatchCall(
+    const BatchItem& item, const std::wstring& service, const Attributes& attributes, IBatchListener& listener)
+    : ServiceRequest(service, attributes)
+    , m_item(item)
+    , m_listener(listener)
+{
+    m_record.number = item.number;
+    m_record.file = item.file;
+}
+
+void BatchCall::Start(qxmi::IServiceConnectorW& connector)
+{
+    m_record.start = std::chrono::system_clock::now();
+    m_call.reset(connector.CreateServiceCall(*this));
+}
+
+void BatchCall::Cancel()
+{
+    if (m_call)
+        m_call->Cancel();
+}
+
+void BatchCall::WaitForEnd()
+{
+    if (m_call && !m_waiter)
+        m_waiter = std::make_unique<CallWaiter>(*m_call, [this] { m_listener.OnEnded(*this); });
+}
+
+bool BatchCall::Collect()
+{
+    if (m_isCollected)
+        return false;
+    m_isCollected = true;
+    m_call->Wait();
+    m_waiter.reset();
+    m_call.reset();
+    Conclude();
+    return true;
+}
+
+void BatchCall::Conclude()
+{
+    m_record.duration = std::chrono::system_clock::now() - m_record.start;
+    if (GetOutcome() == Outcome::Failed)
+        m_problem = ErrorText();
+    else if (GetOutcome() == Outcome::Cancelled)
+        m_problem = "interrupted";
+    else
+        Publish();
+    m_output.reset();
+    m_record.result = m_problem.empty() ? "done" : "failed: " + m_problem;
+}
+
+void BatchCall::Publish()
+{
+    try
+    {
+        m_output->Publish();
+    }
+    catch (const std::exception& error)
+    {
+        m_problem = error.what();
+    }
+}
+
+void BatchCall::Execute(qxmi::IServiceConnectionW& connection)
+{
+    m_record.start = std::chrono::system_clock::now();
+    m_hasStarted = true;
+    m_listener.OnStarted();
+    FileReader input(m_item.file);
+    m_output = std::make_unique<WholeFile>(m_item.output);
+    Exchange exchange(input, *m_output);
+    exchange.Run(connection);
+    m_output->Close();
+    m_record.bytesIn = exchange.BytesIn();
+    m_record.bytesOut = exchange.BytesOut();
+    m_listener.OnConversed(*this);
+}
+
+void BatchCall::OnCancelled()
+{
+    ServiceRequest::OnCancelled();
+    m_listener.OnEnded(*this);
+}
+
+void BatchCall::OnError(const std::exception& error)
+{
+    ServiceRequest::OnError(error);
+    m_listener.OnEnded(*this);
+}
+
+void BatchCall::WriteLog(const wchar_t* text, std::size_t length)
+{
+    m_logTail += qpr::ToUtf8({text, length});
+    if (m_logTail.size() > maxLogTail)
+        m_logTail.erase(0, m_logTail.size() - maxLogTail);
+}
+
+} // namespace qx

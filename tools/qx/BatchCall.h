@@ -1,0 +1,85 @@
+#pragma once
+
+#include "tools/qx/BatchPlan.h"
+#include "tools/qx/ByteFile.h"
+#include "tools/qx/CallWaiter.h"
+#include "tools/qx/Exchange.h"
+#include "tools/qx/JobLog.h"
+#include "tools/qx/LibraryObject.h"
+#include "tools/qx/ServiceRequest.h"
+
+#include <qxmi/IServiceCall.h>
+#include <qxmi/IServiceConnectorW.h>
+
+#include <chrono>
+#include <optional>
+
+namespace qx
+{
+
+class BatchCall;
+
+/// Hears of the calls of a batch, on any thread. Must not call back into the library.
+class IBatchListener
+{
+public:
+    virtual ~IBatchListener() = default;
+    virtual void OnStarted() = 0;
+
+    /// The conversation is over; the call may still wait for its servant.
+    virtual void OnConversed(BatchCall& call) = 0;
+
+    /// The call has ended or ends at once. Comes at least once for each call, its waiter's end included.
+    virtual void OnEnded(BatchCall& call) = 0;
+};
+
+/// One file on its way through a call. Its operations are for the thread that runs the batch; the request's
+/// notifications come on others.
+class BatchCall final : public ServiceRequest
+{
+public:
+    BatchCall(
+        const BatchItem& item, const std::wstring& service, const Attributes& attributes, IBatchListener& listener);
+
+    void Start(qxmi::IServiceConnectorW& connector);
+    void Cancel();
+
+    /// Has the listener told when the call has ended. Requires: the conversation is over.
+    void WaitForEnd();
+
+    /// Waits for the end, which is near; gives the file its output if all went well. The second time it says false and
+    /// does nothing.
+    bool Collect();
+
+    bool HasStarted() const noexcept { return m_hasStarted; }
+    bool IsDone() const noexcept { return m_record.result == "done"; }
+    const std::string& Problem() const noexcept { return m_problem; }
+
+    /// How it went. Requires: collected.
+    const JobRecord& Record() const noexcept { return m_record; }
+
+    /// The end of what the servant wrote to its log.
+    const std::string& LogTail() const noexcept { return m_logTail; }
+
+    void Execute(qxmi::IServiceConnectionW& connection) override;
+    void OnCancelled() override;
+    void OnError(const std::exception& error) override;
+    void WriteLog(const wchar_t* text, std::size_t length) override;
+
+private:
+    void Conclude();
+    void Publish();
+
+    const BatchItem& m_item;
+    IBatchListener& m_listener;
+    LibraryObject<qxmi::IServiceCall> m_call;
+    std::unique_ptr<CallWaiter> m_waiter;
+    std::atomic<bool> m_hasStarted = false;
+    bool m_isCollected = false;
+    std::unique_ptr<WholeFile> m_output;
+    std::string m_logTail;
+    std::string m_problem;
+    JobRecord m_record;
+};
+
+} // namespace qx

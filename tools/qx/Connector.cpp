@@ -1,0 +1,12 @@
+#include "tools/qx/Connector.h"
+
+#include "client/ConnectorFactory.h"
+#include "tools/qx/ConnectorOptions.h"
+
+qx::LibraryObject<qxmi::IServiceConnectorW> qx::CreateConnector(const ConnectorOptions& options)
+{
+    ReadConfigurationOf(options.Connector());
+    auto connector = QxClient::MakeConnector(options.ConnectorXml());
+    connector->AddRef();
+    return LibraryObject<qxmi::IServiceConnectorW>(connector.release());
+}

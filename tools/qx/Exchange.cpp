@@ -1,0 +1,106 @@
+#include "tools/qx/Exchange.h"
+
+#include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
+
+#include <qxmi/internal/IServiceConnectionExW.h>
+
+#include <exception>
+#include <vector>
+
+namespace qx
+{
+
+namespace
+{
+
+constexpr std::size_t pieceSize = 256 * 1024;
+
+/// What the servant has not taken by the end of its output it does not want; nobody is to send it any more.
+void AbandonOutput(qxmi::IServiceConnectionW& connection)
+{
+    if (auto* extended = dynamic_cast<qxmi::internal::IServiceConnectionExW*>(&connection))
+        extended->Abandon();
+}
+
+} // namespace
+
+/// The input's way to the servant, on a thread of its own. An input that fails ends the servant's input; the error is
+/// kept until the servant has ended its output.
+class Exchange::InputCopy final : public qpr::IRunnable
+{
+public:
+    InputCopy(Exchange& exchange, qxmi::IServiceConnectionW& connection)
+        : m_exchange(exchange)
+        , m_connection(connection)
+    {
+    }
+
+    void Run() override
+    {
+        std::vector<char> piece(pieceSize);
+        while (const std::size_t size = ReadInput(piece))
+        {
+            std::ostream& servant = m_connection.OutputStream();
+            servant.write(piece.data(), static_cast<std::streamsize>(size));
+            m_exchange.m_bytesIn += size;
+            if (!m_exchange.m_input.InputPending())
+                servant.flush();
+        }
+        m_connection.CloseOutput();
+    }
+
+    void HandleError(const std::exception&) override
+    {
+        // The servant reads no more, or the call was cancelled: its output will tell.
+    }
+
+    void ThrowIfInputFailed() const
+    {
+        if (m_inputError)
+            std::rethrow_exception(m_inputError);
+    }
+
+private:
+    std::size_t ReadInput(std::vector<char>& piece)
+    {
+        try
+        {
+            return m_exchange.m_input.Read(piece.data(), piece.size());
+        }
+        catch (const std::exception&)
+        {
+            m_inputError = std::current_exception();
+            return 0;
+        }
+    }
+
+    Exchange& m_exchange;
+    qxmi::IServiceConnectionW& m_connection;
+    std::exception_ptr m_inputError; // read after the thread's end
+};
+
+void Exchange::Run(qxmi::IServiceConnectionW& connection)
+{
+    InputCopy inputCopy(*this, connection);
+    {
+        qpr::Thread inputThread(inputCopy);
+        CopyOutput(connection);
+    }
+    AbandonOutput(connection);
+    inputCopy.ThrowIfInputFailed();
+}
+
+void Exchange::CopyOutput(qxmi::IServiceConnectionW& connection)
+{
+    std::istream& servant = connection.InputStream();
+    std::vector<char> piece(pieceSize);
+    while (servant.peek() != std::istream::traits_type::eof())
+    {
+        const std::streamsize size = servant.readsome(piece.data(), pieceSize);
+        m_output.Write(piece.data(), static_cast<std::size_t>(size));
+        m_bytesOut += static_cast<std::uint64_t>(size);
+    }
+}
+
+} // namespace qx

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qx
+{
+
+/// A number with at most this many decimals, without trailing zeros.
+std::string FormatNumber(double number, int decimals = 2);
+
+/// Columns (not bytes) that UTF-8 text takes, each character taken as one wide.
+std::size_t ColumnsOf(std::string_view utf8);
+
+/// The text without control characters, which a terminal might obey.
+std::string Printable(std::string_view utf8);
+
+/// Text in columns for people to read. Columns are as wide as their widest cell; numbers stand to the right.
+class Table
+{
+public:
+    enum Alignment
+    {
+        Alignment_Left,
+        Alignment_Right,
+    };
+
+    struct Column
+    {
+        std::string heading;
+        Alignment alignment = Alignment_Left;
+    };
+
+    explicit Table(std::vector<Column> columns);
+
+    /// Requires: a cell for each column.
+    void AddRow(std::vector<std::string> cells);
+
+    /// The heading and the rows, each without a line end.
+    std::vector<std::string> Lines() const;
+
+    /// On the standard output.
+    void Print() const;
+
+private:
+    std::string Line(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths) const;
+
+    std::vector<Column> m_columns;
+    std::vector<std::vector<std::string>> m_rows; // the heading first
+};
+
+} // namespace qx

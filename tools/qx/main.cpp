@@ -1,0 +1,16 @@
+#include "runtime/ProgramArguments.h"
+#include "runtime/StandardStreams.h"
+#include "tools/qx/Commands.h"
+#include "tools/qx/Program.h"
+
+int main(int argc, char** argv)
+{
+    qpr::ReserveStandardStreams();
+    qx::Program program;
+    qx::AddCallCommand(program);
+    qx::AddBatchCommand(program);
+    qx::AddCheckCommand(program);
+    qx::AddServicesCommand(program);
+    qx::AddTopCommand(program);
+    return program.Run(qpr::ProgramArguments(argc, argv));
+}
