@@ -12,125 +12,176 @@ namespace qpr::quicklz
 namespace
 {
 
-/// No match starts within so many bytes of the end, and none reaches into the last TailLiterals.
+/// No match starts closer to the end than this, and none reaches into the last TailLiterals: other readers of the
+/// format take only literals there.
 constexpr std::size_t LastMatchDistance = 11;
 constexpr std::size_t TailLiterals = 4;
 
-/// Packing is given up when, after so many bytes, it has not saved at least one in 32.
+/// After this much data packing is given up unless it has saved one byte in SavingDivisor.
 constexpr std::size_t TrialSize = 8192;
+constexpr std::size_t SavingDivisor = 32;
 
-std::size_t MatchLength(const std::uint8_t* a, const std::uint8_t* b, std::size_t limit)
+constexpr std::uint32_t LowThreeBytes = 0xFFFFFF;
+
+/// How many bytes are the same at a and b, at most limit.
+inline std::size_t CountEqual(const std::uint8_t* a, const std::uint8_t* b, std::size_t limit)
 {
-    std::size_t length = 0;
-    while (length + 8 <= limit)
+    std::size_t count = 0;
+    for (; count + sizeof(std::uint64_t) <= limit; count += sizeof(std::uint64_t))
     {
-        const std::uint64_t difference =
-            LoadUnaligned<std::uint64_t>(a + length) ^ LoadUnaligned<std::uint64_t>(b + length);
+        const auto difference = LoadUnaligned<std::uint64_t>(a + count) ^ LoadUnaligned<std::uint64_t>(b + count);
         if (difference != 0)
-            return length + static_cast<std::size_t>(std::countr_zero(difference)) / 8;
-        length += 8;
+            return count + static_cast<std::size_t>(std::countr_zero(difference)) / 8;
     }
-    while (length < limit && a[length] == b[length])
-        ++length;
-    return length;
+    while (count < limit && a[count] == b[count])
+        ++count;
+    return count;
 }
 
-std::size_t Pack(const std::uint8_t* data, std::size_t size, std::uint8_t* const start, std::uint32_t* table)
+/// The tokens of one packet being made. The table holds every token start so far, which the reader enters up to three
+/// positions later; entries that were never made are 0, the first position, whose bytes then tell them apart.
+class Packing
 {
-    std::uint8_t* out = start + 4;
-    std::uint8_t* controlPlace = start;
-    std::uint32_t control = ControlMarker;
-    std::size_t p = 0;
-    const std::size_t matchEnd = size - TailLiterals;
-    const std::size_t lastStart = size - LastMatchDistance;
-    std::size_t literalsFrom = 0;
-    std::size_t trial = TrialSize;
-    while (p <= lastStart)
+public:
+    Packing(const std::uint8_t* data, std::size_t size, std::uint8_t* tokens, std::uint32_t* table)
+        : m_data(data)
+        , m_size(size)
+        , m_tokens(tokens)
+        , m_table(table)
     {
-        if (control & 1)
-        {
-            StoreUnaligned(controlPlace, (control >> 1) | ControlMarker);
-            control = ControlMarker;
-            controlPlace = out;
-            out += 4;
-            if (p >= trial)
-            {
-                if (static_cast<std::size_t>(out - start) > p - (p >> 5))
-                    return size;
-                trial = size;
-            }
-        }
-        const std::uint32_t v = LoadUnaligned<std::uint32_t>(data + p);
-        std::uint32_t& entry = table[TableIndex(v)];
-        const std::size_t source = entry;
-        entry = static_cast<std::uint32_t>(p);
-        if (((LoadUnaligned<std::uint32_t>(data + source) ^ v) & 0xFFFFFF) == 0)
-        {
-            const bool run = source + 1 == p && p >= literalsFrom + 3 && p >= 4
-                && LoadUnaligned<std::uint32_t>(data + p - 3) == v && ((v ^ (v >> 8)) & 0xFFFFFF) == 0;
-            if (source + 3 <= p || run)
-            {
-                const std::size_t length =
-                    3 + MatchLength(data + p + 3, data + source + 3, std::min(MaxMatch, matchEnd - p) - 3);
-                const std::uint32_t index = TableIndex(v);
-                if (length < LongMatchThreshold)
-                {
-                    StoreUnaligned(out, static_cast<std::uint16_t>(index << 4 | (length - 2)));
-                    out += 2;
-                }
-                else
-                {
-                    StoreUnaligned(out, static_cast<std::uint16_t>(index << 4));
-                    out[2] = static_cast<std::uint8_t>(length);
-                    out += 3;
-                }
-                p += length;
-                literalsFrom = p;
-                control = control >> 1 | ControlMarker;
-                continue;
-            }
-        }
-        *out++ = data[p++];
-        control >>= 1;
     }
-    for (; p < size; ++p)
+
+    /// Returns the size of the tokens, or the size of the data when they would not be smaller.
+    std::size_t Run();
+
+private:
+    std::size_t TokensSize() const { return static_cast<std::size_t>(m_out - m_tokens); }
+
+    void TakeToken();
+    void TakeLiteral();
+    void TakeMatch(std::uint32_t index, std::size_t source);
+    bool ReaderHasSource(std::size_t source, std::uint32_t bytes) const;
+    bool IsHopeless();
+    void StoreControlWord();
+    void StartControlWord();
+
+    const std::uint8_t* const m_data;
+    const std::size_t m_size;
+    std::uint8_t* const m_tokens;
+    std::uint32_t* const m_table;
+    std::uint8_t* m_out = m_tokens;
+    std::uint8_t* m_controlPlace = nullptr;
+    std::uint32_t m_control = ControlMarker; ///< new bits come in from above; full when the marker has arrived at bit 0
+    std::size_t m_position = 0;
+    std::size_t m_matchEnd = 0;
+    std::size_t m_trialEnd = TrialSize;
+};
+
+inline void Packing::StoreControlWord()
+{
+    StoreUnaligned(m_controlPlace, m_control >> 1 | ControlMarker);
+}
+
+inline void Packing::StartControlWord()
+{
+    m_controlPlace = m_out;
+    m_out += sizeof(m_control);
+    m_control = ControlMarker;
+}
+
+inline bool Packing::IsHopeless()
+{
+    if (m_position < m_trialEnd)
+        return false;
+    m_trialEnd = m_size;
+    return TokensSize() > m_position - m_position / SavingDivisor;
+}
+
+/// The reader has not entered the two positions before this one. In a run of one byte the newest entry is the position
+/// before, and the reader finds an older one of the same run instead, if three literals have made one.
+inline bool Packing::ReaderHasSource(std::size_t source, std::uint32_t bytes) const
+{
+    if (source + MinMatch <= m_position)
+        return true;
+    return source + 1 == m_position && m_position >= m_matchEnd + 3 && m_position >= 4
+        && LoadUnaligned<std::uint32_t>(m_data + m_position - 3) == bytes
+        && ((bytes ^ bytes >> 8) & LowThreeBytes) == 0;
+}
+
+inline void Packing::TakeLiteral()
+{
+    *m_out++ = m_data[m_position++];
+    m_control >>= 1;
+}
+
+inline void Packing::TakeMatch(std::uint32_t index, std::size_t source)
+{
+    const std::size_t limit = std::min(MaxMatch, m_size - TailLiterals - m_position);
+    const std::size_t length =
+        MinMatch + CountEqual(m_data + m_position + MinMatch, m_data + source + MinMatch, limit - MinMatch);
+    const bool isLong = length >= LongMatchThreshold;
+    const std::size_t token = index << 4 | (isLong ? 0 : length - 2) | length << 16;
+    StoreUnaligned(m_out, static_cast<std::uint32_t>(token));
+    m_out += isLong ? 3 : 2;
+    m_position += length;
+    m_matchEnd = m_position;
+    m_control = m_control >> 1 | ControlMarker;
+}
+
+inline void Packing::TakeToken()
+{
+    const std::uint32_t bytes = LoadUnaligned<std::uint32_t>(m_data + m_position);
+    const std::uint32_t index = TableIndex(bytes);
+    const std::size_t source = m_table[index];
+    m_table[index] = static_cast<std::uint32_t>(m_position);
+    const std::uint32_t difference = LoadUnaligned<std::uint32_t>(m_data + source) ^ bytes;
+    if ((difference & LowThreeBytes) == 0 && ReaderHasSource(source, bytes))
+        TakeMatch(index, source);
+    else
+        TakeLiteral();
+}
+
+std::size_t Packing::Run()
+{
+    StartControlWord();
+    while (m_position + LastMatchDistance <= m_size)
     {
-        if (control & 1)
+        if ((m_control & 1) != 0)
         {
-            StoreUnaligned(controlPlace, (control >> 1) | ControlMarker);
-            control = ControlMarker;
-            controlPlace = out;
-            out += 4;
+            StoreControlWord();
+            if (IsHopeless())
+                return m_size;
+            StartControlWord();
         }
-        *out++ = data[p];
-        control >>= 1;
+        TakeToken();
     }
-    while ((control & 1) == 0)
-        control >>= 1;
-    StoreUnaligned(controlPlace, (control >> 1) | ControlMarker);
-    return static_cast<std::size_t>(out - start);
+    while (m_position < m_size)
+    {
+        if ((m_control & 1) != 0)
+        {
+            StoreControlWord();
+            StartControlWord();
+        }
+        TakeLiteral();
+    }
+    while ((m_control & 1) == 0)
+        m_control >>= 1;
+    StoreControlWord();
+    return std::min(TokensSize(), m_size);
 }
 
 } // namespace
 
 std::size_t Compressor::Compress(const std::uint8_t* data, std::size_t size, std::uint8_t* packet)
 {
-    PacketHeader header{false, HeaderSizeFor(size), 0, size};
-    std::size_t content = size;
-    if (size > LastMatchDistance)
-    {
-        std::fill(std::begin(m_table), std::end(m_table), 0u);
-        content = Pack(data, size, packet + header.headerSize, m_table);
-    }
-    header.compressed = content < size;
-    if (!header.compressed)
-    {
-        std::memcpy(packet + header.headerSize, data, size);
-        content = size;
-    }
-    header.packetSize = header.headerSize + content;
-    WriteHeader(header, packet);
-    return header.packetSize;
+    const std::size_t headerSize = HeaderSizeFor(size);
+    std::fill(std::begin(m_table), std::end(m_table), 0u);
+    const std::size_t contentSize = Packing(data, size, packet + headerSize, m_table).Run();
+    const bool compressed = contentSize < size;
+    if (!compressed)
+        std::memcpy(packet + headerSize, data, size);
+    WriteHeader({compressed, headerSize, headerSize + contentSize, size}, packet);
+    return headerSize + contentSize;
 }
 
 } // namespace qpr::quicklz

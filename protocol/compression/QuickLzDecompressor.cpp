@@ -7,8 +7,9 @@
 #include <cstring>
 #include <string>
 
-// Literals come in runs, counted in the control word and copied whole. Where both ranges have room for the longest run
-// and match, copies are rounded up to 16 bytes without further checks; near the ends every byte is checked.
+// Where both ranges have room to spare, a run of literals (counted in the control word) and the match behind it are
+// taken in one step: copies are rounded up to 16 bytes, bounds checked once a step. Near the ends every byte is
+// checked.
 
 namespace qpr::quicklz
 {
@@ -17,13 +18,31 @@ namespace
 {
 
 constexpr std::uint32_t NeverEntered = 0xFFFFFFFFu;
-constexpr std::size_t CopyStep = 16;
-constexpr std::size_t MaxLiteralRun = 31;
 
-/// What a run of literals and a match may touch beyond their start, rounded copies included.
-constexpr std::size_t InputMargin = sizeof(std::uint32_t) + 2 * CopyStep + 2 * sizeof(std::uint64_t);
+/// Where a position goes that is no token's start: behind the table, so that no branch is needed.
+constexpr std::uint32_t NoIndex = TableSize;
+
+constexpr std::size_t CopyStep = 16;
+
+/// What one step may touch: a control word, the longest run of literals, a match; copies rounded up.
+constexpr std::size_t InputMargin = 4 + 2 * CopyStep + 4;
 constexpr std::size_t OutputMargin = 2 * CopyStep + MaxMatch + CopyStep;
 
+inline void CopyRounded(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
+{
+    std::memcpy(to, from, CopyStep);
+    for (std::size_t done = CopyStep; done < size; done += CopyStep)
+        std::memcpy(to + done, from + done, CopyStep);
+}
+
+/// Ascending, so that a match may repeat what it produces.
+inline void CopyByByte(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i)
+        to[i] = from[i];
+}
+
+/// One packet being unpacked. Every position from m_entered up to m_out is a literal's and not yet in the table.
 class Unpacking
 {
 public:
@@ -36,138 +55,120 @@ public:
     {
     }
 
-    void Run()
-    {
-        RunWithRoom();
-        while (m_position < m_size)
-            UnpackToken();
-    }
+    bool HasRoom() const { return InputLeft() >= InputMargin && m_size - m_out >= OutputMargin; }
+    bool IsDone() const { return m_out == m_size; }
+
+    void TakeStep();
+    void TakeTokenChecked();
 
 private:
     std::size_t InputLeft() const { return static_cast<std::size_t>(m_inEnd - m_in); }
 
-    void RunWithRoom();
-    void UnpackToken();
     void TakeControlWord();
-    void CopyMatch(std::size_t index, std::size_t length);
+    void TakeMatchChecked();
+    std::size_t FindSource(std::uint32_t index, std::size_t length) const;
     void EnterUpTo(std::size_t end);
+    void EnterAround(std::size_t match, std::size_t source, std::uint32_t index);
 
     const std::uint8_t* m_in;
     const std::uint8_t* const m_inEnd;
     std::uint8_t* const m_data;
     const std::size_t m_size;
     std::uint32_t* const m_table;
-    std::size_t m_position = 0; ///< bytes produced
-    std::size_t m_entered = 0; ///< from here on, every position so far is a literal's, not yet in the table
+    std::size_t m_out = 0;
+    std::size_t m_entered = 0;
     std::uint32_t m_control = 1;
 };
-
-inline void CopyRounded(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
-{
-    std::size_t done = 0;
-    do
-    {
-        std::memcpy(to + done, from + done, CopyStep);
-        done += CopyStep;
-    } while (done < size);
-}
 
 inline void Unpacking::TakeControlWord()
 {
     m_control = LoadUnaligned<std::uint32_t>(m_in);
-    m_in += sizeof(std::uint32_t);
+    m_in += sizeof(m_control);
     if ((m_control & ControlMarker) == 0)
         ThrowInvalidData(L"control word without its marker");
 }
 
+inline std::size_t Unpacking::FindSource(std::uint32_t index, std::size_t length) const
+{
+    const std::size_t source = m_table[index];
+    if (source >= m_out)
+        ThrowInvalidData(L"match refers to no position");
+    if (length < MinMatch)
+        ThrowInvalidData(L"match of length " + std::to_wstring(length));
+    return source;
+}
+
+/// Requires: end is two before the next position, which exists.
 inline void Unpacking::EnterUpTo(std::size_t end)
 {
     for (; m_entered < end; ++m_entered)
-    {
-        const std::uint8_t* const at = m_data + m_entered;
-        m_table[TableIndex(at[0] | at[1] << 8 | at[2] << 16)] = static_cast<std::uint32_t>(m_entered);
-    }
+        m_table[TableIndex(LoadUnaligned<std::uint32_t>(m_data + m_entered))] = static_cast<std::uint32_t>(m_entered);
 }
 
-void Unpacking::RunWithRoom()
+/// Enters the match and the two positions before it, as far as they are literals. What is copied stands at the source
+/// too, and has the index by which that was found.
+inline void Unpacking::EnterAround(std::size_t match, std::size_t source, std::uint32_t index)
 {
-    const std::uint8_t* in = m_in;
-    const std::uint8_t* const inEnd = m_inEnd;
-    std::uint8_t* const data = m_data;
-    std::size_t p = m_position;
-    std::size_t entered = m_entered;
-    std::uint32_t control = m_control;
-    std::uint32_t* const table = m_table;
-    const auto enter = [=](std::size_t i)
-    { table[TableIndex(LoadUnaligned<std::uint32_t>(data + i))] = static_cast<std::uint32_t>(i); };
-    const std::size_t room = m_size;
-    while (static_cast<std::size_t>(inEnd - in) >= InputMargin && room - p >= OutputMargin)
-    {
-        if (control == 1)
-        {
-            control = LoadUnaligned<std::uint32_t>(in);
-            in += 4;
-            if ((control & ControlMarker) == 0)
-                ThrowInvalidData(L"control word without its marker");
-        }
-        const std::size_t literals = static_cast<std::size_t>(std::countr_zero(control));
-        CopyRounded(data + p, in, literals);
-        in += literals;
-        p += literals;
-        control >>= literals;
-        if (control == 1)
-            continue;
-        control >>= 1;
-
-        for (; entered + 2 < p; ++entered)
-            enter(entered);
-        const std::uint32_t token = LoadUnaligned<std::uint16_t>(in);
-        const std::uint32_t index = token >> 4;
-        const std::size_t code = token & 15;
-        const std::size_t length = code != 0 ? code + 2 : in[2];
-        in += code != 0 ? 2 : 3;
-
-        const std::size_t source = table[index];
-        if (source >= p)
-            ThrowInvalidData(L"match refers to no position");
-        if (length < MinMatch)
-            ThrowInvalidData(L"match of length " + std::to_wstring(length));
-        std::uint8_t* const to = data + p;
-        const std::uint8_t* const from = data + source;
-        if (p - source >= CopyStep)
-            CopyRounded(to, from, length);
-        else
-            for (std::size_t i = 0; i < length; ++i)
-                to[i] = from[i];
-        for (; entered <= p; ++entered)
-            enter(entered);
-        p += length;
-        entered = p;
-    }
-    m_in = in;
-    m_position = p;
-    m_entered = entered;
-    m_control = control;
+    const std::uint32_t bytes =
+        m_data[match - 2] | m_data[match - 1] << 8 | LoadUnaligned<std::uint16_t>(m_data + source) << 16;
+    m_table[m_entered + 2 <= match ? TableIndex(bytes) : NoIndex] = static_cast<std::uint32_t>(match - 2);
+    m_table[m_entered + 1 <= match ? TableIndex(bytes >> 8) : NoIndex] = static_cast<std::uint32_t>(match - 1);
+    m_table[index] = static_cast<std::uint32_t>(match);
 }
 
-/// One literal or match, with every byte checked.
-void Unpacking::UnpackToken()
+/// Requires: HasRoom().
+inline void Unpacking::TakeStep()
+{
+    if (m_control == 1)
+        TakeControlWord();
+    const int literals = std::countr_zero(m_control);
+    CopyRounded(m_data + m_out, m_in, static_cast<std::size_t>(literals));
+    m_in += literals;
+    m_out += static_cast<std::size_t>(literals);
+    m_control >>= literals;
+    if (m_control == 1)
+        return;
+    m_control >>= 1;
+
+    if (m_entered + 2 < m_out)
+        EnterUpTo(m_out - 2);
+    const std::uint32_t token = LoadUnaligned<std::uint16_t>(m_in);
+    const std::uint32_t index = token >> 4;
+    std::size_t length = (token & 15) + 2;
+    m_in += 2;
+    if (length == 2)
+        length = *m_in++;
+
+    const std::size_t source = FindSource(index, length);
+    if (m_out - source >= CopyStep)
+        CopyRounded(m_data + m_out, m_data + source, length);
+    else
+        CopyByByte(m_data + m_out, m_data + source, length);
+    EnterAround(m_out, source, index);
+    m_out += length;
+    m_entered = m_out;
+}
+
+/// One literal or match.
+void Unpacking::TakeTokenChecked()
 {
     if (m_control == 1)
     {
-        if (InputLeft() < sizeof(std::uint32_t))
+        if (InputLeft() < sizeof(m_control))
             ThrowInvalidData(L"control word cut off");
         TakeControlWord();
     }
     const bool isMatch = (m_control & 1) != 0;
     m_control >>= 1;
-    if (!isMatch)
-    {
-        if (InputLeft() < 1)
-            ThrowInvalidData(L"literal cut off");
-        m_data[m_position++] = *m_in++;
-        return;
-    }
+    if (isMatch)
+        return TakeMatchChecked();
+    if (InputLeft() < 1)
+        ThrowInvalidData(L"literal cut off");
+    m_data[m_out++] = *m_in++;
+}
+
+void Unpacking::TakeMatchChecked()
+{
     if (InputLeft() < 2)
         ThrowInvalidData(L"match cut off");
     const std::uint32_t token = LoadUnaligned<std::uint16_t>(m_in);
@@ -179,25 +180,15 @@ void Unpacking::UnpackToken()
             ThrowInvalidData(L"match cut off");
         length = *m_in++;
     }
-    CopyMatch(token >> 4, length);
-}
-
-void Unpacking::CopyMatch(std::size_t index, std::size_t length)
-{
-    if (m_position > 2)
-        EnterUpTo(m_position - 2);
-    const std::size_t source = m_table[index];
-    if (source >= m_position)
-        ThrowInvalidData(L"match refers to no position");
-    if (length < MinMatch)
-        ThrowInvalidData(L"match of length " + std::to_wstring(length));
-    if (length > m_size - m_position)
+    if (m_entered + 2 < m_out)
+        EnterUpTo(m_out - 2);
+    const std::size_t source = FindSource(token >> 4, length);
+    if (length > m_size - m_out)
         ThrowInvalidData(L"match passes the end");
-    for (std::size_t i = 0; i < length; ++i)
-        m_data[m_position + i] = m_data[source + i];
-    EnterUpTo(m_position + 1);
-    m_position += length;
-    m_entered = m_position;
+    CopyByByte(m_data + m_out, m_data + source, length);
+    EnterAround(m_out, source, token >> 4);
+    m_out += length;
+    m_entered = m_out;
 }
 
 } // namespace
@@ -214,7 +205,11 @@ void Decompressor::Decompress(const PacketHeader& header, std::span<const std::u
         return;
     }
     std::fill(std::begin(m_table), std::end(m_table), NeverEntered);
-    Unpacking(content, data, header.dataSize, m_table).Run();
+    Unpacking unpacking(content, data, header.dataSize, m_table);
+    while (unpacking.HasRoom())
+        unpacking.TakeStep();
+    while (!unpacking.IsDone())
+        unpacking.TakeTokenChecked();
 }
 
 } // namespace qpr::quicklz
