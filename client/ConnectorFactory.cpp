@@ -1,6 +1,7 @@
 #include "client/ConnectorFactory.h"
 
 #include "client/ConversationExecutor.h"
+#include "client/HybridServiceConnector.h"
 #include "client/LocalComputer.h"
 #include "client/LocalServiceConnector.h"
 #include "client/NetworkServiceConnector.h"
@@ -8,20 +9,23 @@
 #include "config/ConnectorSettings.h"
 #include "config/LocalHost.h"
 
+#include <stdexcept>
+
 namespace QxClient
 {
 
 namespace
 {
 
-std::unique_ptr<ServiceConnectorBase> MakeLocal(
+/// For the local and the hybrid connector, which differ in what they do with the same parts.
+template <class Connector>
+std::unique_ptr<ServiceConnectorBase> MakeForThisComputer(
     const qxm::ConnectorConfiguration& configuration, const qxm::HostDescription& host, const std::wstring& path)
 {
     const qxm::Configuration file = ReadConfiguration(path, host);
-    return std::make_unique<LocalServiceConnector>(configuration.settings, host,
+    return std::make_unique<Connector>(configuration.settings, host,
         std::make_unique<LocalComputer>(file.services, host, configuration.localExecution),
-        std::make_unique<ConversationExecutor>(
-            host, configuration.settings.logServiceExecutionInfo, qxm::DistributorSettings{}));
+        std::make_unique<ConversationExecutor>(host, configuration.settings.logServiceExecutionInfo, file.distributor));
 }
 
 std::unique_ptr<ServiceConnectorBase> MakeNetwork(
@@ -42,11 +46,11 @@ std::unique_ptr<ServiceConnectorBase> MakeConnector(const std::string& configura
     switch (parsed.kind)
     {
     case qxm::ConnectorKind::Local:
-        return MakeLocal(parsed, host, path);
+        return MakeForThisComputer<LocalServiceConnector>(parsed, host, path);
     case qxm::ConnectorKind::Network:
         return MakeNetwork(parsed, host, path);
     case qxm::ConnectorKind::Hybrid:
-        break;
+        return MakeForThisComputer<HybridServiceConnector>(parsed, host, path);
     }
     throw std::logic_error("QxClient::MakeConnector: Invalid connector kind");
 }

@@ -122,13 +122,30 @@ void ServiceConnectorBase::Finish(ServiceCallBase& call, bool interrupted)
     {
         qpr::ScopedLock lock(m_lock);
         call.m_cancelRequested |= interrupted;
-        if (!Leave(call))
+        if (!LeaveOrFail(call))
             return;
         outcome = ChooseOutcome(call);
     }
     call.NotifyRequest(outcome);
     qpr::ScopedLock lock(m_lock);
     SetEnded(call);
+}
+
+bool ServiceConnectorBase::LeaveOrFail(ServiceCallBase& call)
+{
+    try
+    {
+        return Leave(call);
+    }
+    catch (...) // no memory to queue it again
+    {
+        if (call.m_outcome == ServiceCallBase::Outcome::Open)
+        {
+            call.m_outcome = ServiceCallBase::Outcome::Failed;
+            call.m_error = std::current_exception();
+        }
+        return true;
+    }
 }
 
 ServiceCallBase::Outcome ServiceConnectorBase::ChooseOutcome(ServiceCallBase& call)

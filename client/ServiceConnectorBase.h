@@ -121,6 +121,8 @@ private:
     bool CancelLocked(ServiceCallBase& call) QX_REQUIRES(m_lock);
     void WaitLocked(ServiceCallBase& call) QX_REQUIRES(m_lock);
 
+    bool LeaveOrFail(ServiceCallBase& call) QX_REQUIRES(m_lock);
+
     /// Ends a call that could not be started.
     void Fail(ServiceCallBase& call, std::exception_ptr error) QX_REQUIRES(m_lock);
 

@@ -1,0 +1,105 @@
+#include "client/HybridServiceCall.h"
+
+#include "client/HybridServiceConnector.h"
+#include "client/ICallExecutor.h"
+#include "runtime/Errors.h"
+
+#include <string>
+
+namespace QxClient
+{
+
+namespace
+{
+
+/// The first limit that the call is beyond, as its log says it; empty when it is within all of them.
+std::wstring_view LimitExceeded(const qxm::ExpectedUsage& usage, const qxm::LocalLimits& limits)
+{
+    if (usage.processors > limits.processors)
+        return L"Expected processor usage exceeds local processor usage limit.";
+    if (usage.memoryInMB > limits.memoryInMB)
+        return L"Expected memory usage exceeds local memory usage limit.";
+    if (usage.addressSpaceExcessInMB > 0)
+        return L"Expected memory usage exceeds locally available address space.";
+    return {};
+}
+
+} // namespace
+
+HybridServiceCall::HybridServiceCall(
+    HybridServiceConnector& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
+    : ServiceCallBase(connector, request)
+    , m_connector(connector)
+    , m_executor(executor)
+{
+}
+
+void HybridServiceCall::SetService(
+    const qxm::LocalServiceInfo& service, const qxm::ExpectedUsage& usage, const qxm::LocalLimits& limits)
+{
+    m_service = &service;
+    m_usage = usage;
+    const std::wstring_view exceeded = LimitExceeded(usage, limits);
+    m_fitsLocally = exceeded.empty();
+    if (!m_fitsLocally)
+        LogDecision(std::wstring(exceeded) + L" Attempting to execute call on network first.");
+}
+
+void HybridServiceCall::LogDecision(std::wstring_view text)
+{
+    // Carriage return and line feed on every system: the line's own end comes on top of the text's.
+    Log() << L"[HybridServiceConnector] " << text << L'\r' << std::endl;
+    FlushAndDropLog();
+}
+
+CallNeeds HybridServiceCall::Needs() const
+{
+    return {m_usage.processors, m_usage.memoryInMB, CanRunLocally(), !m_hasFailedOnNetwork};
+}
+
+void HybridServiceCall::CarryOut()
+{
+    if (m_mode == Mode::Network && RunOnNetwork())
+        return;
+    m_executor.RunLocally(*this, *m_service, m_usage);
+}
+
+bool HybridServiceCall::RunOnNetwork()
+{
+    const auto execution = m_executor.PrepareNetwork(*this, GiveUpObject());
+    bool isReady = false;
+    try
+    {
+        isReady = execution->WaitUntilReady();
+    }
+    catch (const std::exception& error)
+    {
+        if (!m_service)
+            throw;
+        FallBackToLocal(error);
+        return true;
+    }
+    if (!isReady)
+    {
+        LogDecision(L"Switching waiting network call to local mode.");
+        m_connector.OnSwitched(*this);
+        return false;
+    }
+    m_connector.OnServantAssigned(*this);
+    execution->CarryOut();
+    return true;
+}
+
+std::optional<qpr::WaitObject> HybridServiceCall::GiveUpObject() const
+{
+    return m_service ? std::optional(m_connector.SwitchObject()) : std::nullopt;
+}
+
+/// The call's thread ends after this; finishing the call queues it again.
+void HybridServiceCall::FallBackToLocal(const std::exception& error)
+{
+    m_connector.OnNetworkStartFailed(*this);
+    LogDecision(L"Failed to start call on network: " + qpr::ErrorText(error) + L". Call will be executed locally.");
+}
+
+} // namespace QxClient

@@ -1,0 +1,139 @@
+#include "client/HybridServiceConnector.h"
+
+#include <utility>
+
+namespace QxClient
+{
+
+HybridServiceConnector::HybridServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
+    std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
+    : LocalExecutionConnector(settings, std::move(host), std::move(computer), std::move(executor))
+    , m_switchEvent(qpr::ThreadEvent::Kind_ManualReset)
+{
+    StartStarter();
+}
+
+HybridServiceConnector::~HybridServiceConnector()
+{
+    StopStarter();
+}
+
+qxmi::IServiceCall* HybridServiceConnector::CreateServiceCall(qxmi::IServiceRequestW& request)
+{
+    auto call = std::make_unique<HybridServiceCall>(*this, request, Executor());
+    if (const qxm::LocalServiceInfo* service = Computer().FindService(call->ServiceName()))
+        call->SetService(*service, Computer().ComputeUsage(*service, call->Attributes()), Computer().Limits());
+    else
+        call->LogDecision(L"Service not available locally. Call will be executed on network.");
+    return Enqueue(std::move(call));
+}
+
+void HybridServiceConnector::HandleError(const std::exception& error)
+{
+    ReportStarterDeath("HybridServiceConnector", error);
+}
+
+void HybridServiceConnector::StartPendingCalls()
+{
+    if (!IsRunningLimitReached(ActiveCount()))
+    {
+        if (StartOneLocally())
+            return;
+        if (!m_waiting && StartOneOnNetwork())
+            return;
+    }
+    SwitchWaitingCallIfAdmitted();
+}
+
+bool HybridServiceConnector::StartOneOnNetwork()
+{
+    PendingQueue::Walk walk(m_queue);
+    while (ServiceCallBase* next = walk.Next([](const CallNeeds& needs) { return needs.mayGoToNetwork; }))
+    {
+        auto& call = static_cast<HybridServiceCall&>(*next);
+        Unqueue(call);
+        call.SetMode(HybridServiceCall::Mode::Network);
+        if (Start(call))
+        {
+            m_waiting = &call;
+            PublishChange();
+            return true;
+        }
+        PublishChange();
+    }
+    return false;
+}
+
+void HybridServiceConnector::SwitchWaitingCallIfAdmitted()
+{
+    if (!m_waiting || !m_waiting->CanRunLocally())
+        return;
+    const LocalComputer::AdmissionPeriod period(Computer());
+    if (period.Admits(m_waiting->Needs(), m_runningLocally.Count()))
+        m_switchEvent.Signal();
+}
+
+void HybridServiceConnector::EndWaiting()
+{
+    m_switchEvent.Clear();
+    m_waiting = nullptr;
+}
+
+void HybridServiceConnector::OnSwitched(HybridServiceCall& call)
+{
+    qpr::ScopedLock lock(m_lock);
+    MoveTo(m_runningLocally, call);
+    EndWaiting();
+    PublishChangeLater();
+}
+
+void HybridServiceConnector::OnServantAssigned(HybridServiceCall& call)
+{
+    qpr::ScopedLock lock(m_lock);
+    MoveTo(m_runningOnNetwork, call);
+    EndWaiting();
+    PublishChangeLater();
+}
+
+void HybridServiceConnector::OnNetworkStartFailed(HybridServiceCall& call)
+{
+    qpr::ScopedLock lock(m_lock);
+    call.SetFailedOnNetwork();
+}
+
+bool HybridServiceConnector::Leave(ServiceCallBase& call)
+{
+    auto& hybrid = static_cast<HybridServiceCall&>(call);
+    const bool wasWaiting = m_waiting == &call;
+    Unlink(call);
+    if (wasWaiting)
+        EndWaiting();
+    const bool goesBack = wasWaiting && hybrid.HasFailedOnNetwork() && !IsCancelRequested(call);
+    if (goesBack)
+    {
+        hybrid.SetMode(HybridServiceCall::Mode::Local);
+        Append(call);
+    }
+    PublishChangeLater();
+    return !goesBack;
+}
+
+std::size_t HybridServiceConnector::ActiveCount() const
+{
+    return m_runningLocally.Count() + m_runningOnNetwork.Count() + (m_waiting ? 1 : 0);
+}
+
+qxm::WorkRecord HybridServiceConnector::Record() const
+{
+    qxm::WorkRecord record{SumOf(m_runningLocally), PendingWork()};
+    if (m_waiting && m_waiting->CanRunLocally())
+    {
+        const CallNeeds needs = m_waiting->Needs();
+        ++record.pending.jobs;
+        record.pending.processors += needs.processors;
+        record.pending.memoryInMB += needs.memoryInMB;
+    }
+    return record;
+}
+
+} // namespace QxClient

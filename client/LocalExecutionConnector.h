@@ -1,0 +1,45 @@
+#pragma once
+
+#include "client/ICallExecutor.h"
+#include "client/LocalComputer.h"
+#include "client/ServiceConnectorBase.h"
+
+#include <memory>
+
+namespace QxClient
+{
+
+/// What the connectors that can run calls on this computer have in common: the computer with its work table, in which
+/// every change of their lists is published and whose changes wake their starter, and the local pass over the queue.
+class LocalExecutionConnector : public ServiceConnectorBase
+{
+protected:
+    LocalExecutionConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
+        std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor);
+    ~LocalExecutionConnector() override;
+
+    LocalComputer& Computer() const noexcept { return *m_computer; }
+    ICallExecutor& Executor() const noexcept { return *m_executor; }
+
+    /// Starts the first queued call that can run here and that there is room for, in local mode. False when there is
+    /// none.
+    bool StartOneLocally() QX_REQUIRES(m_lock);
+
+    /// What is published of this connector's lists.
+    virtual qxm::WorkRecord Record() const QX_REQUIRES(m_lock) = 0;
+
+    void WaitForStarterEvent() final;
+    void PublishChange() final QX_REQUIRES(m_lock);
+    void PublishChangeLater() noexcept final QX_REQUIRES(m_lock);
+
+    CallList m_runningLocally QX_GUARDED_BY(m_lock);
+
+private:
+    /// The next call of the walk that is admitted, moved to the running ones and published as such; null at the end.
+    ServiceCallBase* AdmitNext(PendingQueue::Walk& walk) QX_REQUIRES(m_lock);
+
+    const std::unique_ptr<LocalComputer> m_computer;
+    const std::unique_ptr<ICallExecutor> m_executor;
+};
+
+} // namespace QxClient
