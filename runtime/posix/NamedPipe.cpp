@@ -8,6 +8,7 @@
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/SigPipeBlock.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
@@ -124,23 +125,22 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     const auto* next = static_cast<const char*>(buffer);
     ThrowIfCancelled(m_cancellation);
     const SigPipeBlock block;
-    while (left != 0)
+    for (;;)
     {
         const ssize_t count = write(DescriptorOf(m_handle), next, left);
-        if (count >= 0)
-        {
-            next += count;
-            left -= static_cast<std::size_t>(count);
-        }
-        else if (errno == EAGAIN)
-        {
-            Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
-        }
-        else if (errno != EINTR)
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && errno != EAGAIN)
         {
             block.Consume();
             ThrowSystemError(L"WriteFile/GetOverlappedResult() failed", L"qpr::IOWriter::Write", 65);
         }
+        const auto written = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        next += written;
+        left -= written;
+        if (left == 0)
+            break;
+        Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
     }
     Thread::CheckInterrupt();
 }
