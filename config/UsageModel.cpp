@@ -56,6 +56,21 @@ UsageModel::UsageModel(const ServiceInfo& service)
     if (processorCount != m_inputTypes.end() && processorCount->second != qexpr::Value::Type_Float)
         throw qpr::RuntimeError(L"Reference to input variable " + processorCountName + L" has incorrect type "
             + qexpr::Value::TypeToString(processorCount->second) + L", should be float");
+    CollectFixedVariables();
+}
+
+void UsageModel::CollectFixedVariables()
+{
+    for (const auto& variable : m_memoryUsage.expression->GetUsedVariables())
+    {
+        const std::wstring& name = variable->GetName();
+        const auto expression =
+            m_evaluator.ParseExpression(name, m_memoryUsage.sourceName, qexpr::Value::Type_Undefined);
+        if (!m_evaluator.UsesVariable(*expression, processorCountName))
+            m_fixedVariables.push_back({name, expression});
+        else if (name != processorCountName)
+            m_memoryUsesVaryingHelpers = true;
+    }
 }
 
 UsageModel::Formula UsageModel::Compile(const std::wstring& text, std::wstring sourceName)
@@ -83,30 +98,50 @@ float UsageModel::ProcessorUsage(qexpr::ValueMap& inputs, std::uint64_t processo
 {
     if (m_processorUsage.usesProcessorCount)
         inputs[processorCountName] = qexpr::Value(static_cast<float>(processorCount));
-    return Evaluate(m_processorUsage, inputs);
+    return Evaluate(m_processorUsage, inputs, inputs);
 }
 
 UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
     qexpr::ValueMap& inputs, std::uint32_t offeredProcessors, float memoryLimitInMB) const
 {
     if (!m_memoryUsage.usesProcessorCount)
-        return {0, Evaluate(m_memoryUsage, inputs)};
+        return {0, Evaluate(m_memoryUsage, inputs, inputs)};
 
     ProcessorChoice choice{1, 0.0f};
+    if (offeredProcessors == 0)
+        return choice;
     qexpr::Value& processorCount = inputs[processorCountName];
-    for (std::uint32_t n = offeredProcessors; n >= 1; --n)
+    processorCount = qexpr::Value(static_cast<float>(offeredProcessors));
+    choice = {offeredProcessors, Evaluate(m_memoryUsage, inputs, inputs)};
+    if (choice.memoryInMB <= memoryLimitInMB || offeredProcessors == 1)
+        return choice;
+
+    // Every variable has now shown, in its turn, that it has a value: the fixed ones need not be asked again.
+    qexpr::ValueMap values = FixedValues(inputs);
+    qexpr::Value& valuesProcessorCount = values[processorCountName];
+    for (std::uint32_t n = offeredProcessors - 1; n >= 1; --n)
     {
-        processorCount = qexpr::Value(static_cast<float>(n));
-        choice = {n, Evaluate(m_memoryUsage, inputs)};
+        processorCount = valuesProcessorCount = qexpr::Value(static_cast<float>(n));
+        choice = {n, Evaluate(m_memoryUsage, values, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
     }
     return choice;
 }
 
-float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
+qexpr::ValueMap UsageModel::FixedValues(const qexpr::ValueMap& inputs) const
 {
-    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, inputs));
+    qexpr::ValueMap values;
+    if (m_memoryUsesVaryingHelpers)
+        values = inputs;
+    for (const Variable& variable : m_fixedVariables)
+        values.insert_or_assign(variable.name, m_evaluator.Evaluate(*variable.expression, inputs));
+    return values;
+}
+
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const
+{
+    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, values));
     if (result < 0.0f)
         ThrowInvalidResult(formula.sourceName, result, inputs);
     return result;

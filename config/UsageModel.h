@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace qxm
 {
@@ -50,15 +51,29 @@ private:
         bool usesProcessorCount = false;
     };
 
-    explicit UsageModel(const ServiceInfo& service);
+    /// An input or helper, as a formula of its own.
+    struct Variable
+    {
+        std::wstring name;
+        qexpr::ExpressionPtr expression;
+    };
 
+    explicit UsageModel(const ServiceInfo& service);
     Formula Compile(const std::wstring& text, std::wstring sourceName);
-    float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
+    void CollectFixedVariables();
+
+    /// What the memory formula needs for any number of processors, ProcessorCount aside.
+    qexpr::ValueMap FixedValues(const qexpr::ValueMap& inputs) const;
+
+    /// values are what the formula needs of the inputs, or all; a message lists the inputs.
+    float Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const;
 
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;
     Formula m_memoryUsage;
     qexpr::ValueTypeMap m_inputTypes;
+    std::vector<Variable> m_fixedVariables; // of the memory formula, the same for every number of processors
+    bool m_memoryUsesVaryingHelpers = false;
 };
 
 } // namespace qxm
