@@ -47,8 +47,8 @@ public:
     /// how many connections may wait to be accepted.
     static Socket Listen(const SocketAddress& address, int backlog = 128);
 
-    /// The next connection that is there, or none. Wait for InputObject before.
-    std::optional<Socket> TryAccept();
+    /// The next connection that is there, or none, and where it comes from. Wait for InputObject before.
+    std::optional<Socket> TryAccept(SocketAddress* remoteAddress = nullptr);
 
     void Connect(const SocketAddress& address, const IWaiter& waiter = CancellableWaiter());
 
@@ -63,6 +63,10 @@ public:
 
     /// Sends small pieces at once instead of waiting for the peer's acknowledgement of the ones before.
     void SendWithoutDelay();
+
+    /// Lets closing the socket, also by the death of this process, reset the connection, so that the peer cannot take
+    /// what it has received for everything.
+    void SetResetOnClose(bool reset);
 
     void Shutdown(Direction direction);
     void Close();

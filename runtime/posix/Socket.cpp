@@ -85,11 +85,16 @@ Socket Socket::Listen(const SocketAddress& address, int backlog)
     return socket;
 }
 
-std::optional<Socket> Socket::TryAccept()
+std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
 {
-    const int descriptor = accept4(Descriptor(m_handle), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    NativeAddress native;
+    const int descriptor = accept4(Descriptor(m_handle), native.Get(), &native.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (descriptor != -1)
+    {
+        if (remoteAddress)
+            *remoteAddress = native.ToSocketAddress();
         return Socket(NativeHandle(descriptor));
+    }
     switch (errno)
     {
     case EMFILE:
@@ -161,6 +166,13 @@ void Socket::EnableKeepAlive()
 void Socket::SendWithoutDelay()
 {
     SetOption(m_handle, IPPROTO_TCP, TCP_NODELAY, 1);
+}
+
+void Socket::SetResetOnClose(bool reset)
+{
+    const linger option{reset ? 1 : 0, 0};
+    if (setsockopt(Descriptor(m_handle), SOL_SOCKET, SO_LINGER, &option, sizeof option) == -1)
+        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
 void Socket::Shutdown(Direction direction)

@@ -24,7 +24,7 @@ TEST(InterruptSignalTest, StandsForTheEndOfTheProcessWhileItLives)
         EXPECT_TRUE(IsSignalled(interrupt));
         EXPECT_TRUE(IsSignalled(interrupt));
     }
-    EXPECT_EXIT(std::raise(SIGTERM), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_DEATH(std::raise(SIGTERM), "");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 /// A test program that needs real processes starts itself again: bodies of children are registered by name, and the
 /// program started with "--child NAME ARGUMENT..." runs that body instead of the tests and exits with what it returns.
+/// Started as servants are, with "execute SERVICE ARGUMENT...", it runs the body named "execute".
 namespace test
 {
 

@@ -18,7 +18,16 @@ std::map<std::string, test::ChildBody>& Bodies()
 
 std::string ownPath;
 
+int RunChild(const char* name, const std::vector<std::string>& arguments)
+{
+    const auto body = Bodies().find(name);
+    if (body != Bodies().end())
+        return body->second(arguments);
+    std::fprintf(stderr, "no child body named %s\n", name);
+    return 99;
 }
+
+} // namespace
 
 test::ChildRegistration::ChildRegistration(const char* name, ChildBody body)
 {
@@ -34,15 +43,9 @@ int main(int argc, char** argv)
 {
     ownPath = argv[0];
     if (argc >= 3 && std::strcmp(argv[1], "--child") == 0)
-    {
-        const auto body = Bodies().find(argv[2]);
-        if (body == Bodies().end())
-        {
-            std::fprintf(stderr, "no child body named %s\n", argv[2]);
-            return 99;
-        }
-        return body->second(std::vector<std::string>(argv + 3, argv + argc));
-    }
+        return RunChild(argv[2], std::vector<std::string>(argv + 3, argv + argc));
+    if (argc >= 3 && std::strcmp(argv[1], "execute") == 0)
+        return RunChild("execute", std::vector<std::string>(argv + 2, argv + argc));
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "config/HostDescription.h"
+#include "protocol/SocketStreams.h"
+#include "protocol/Utf8Streams.h"
+
+#include <string>
+
+namespace qxd
+{
+
+/// The distributor's side of the lines that precede a call. Whatever fails throws, after the client has been told why
+/// where it can be.
+class ClientConversation
+{
+public:
+    /// Neither is owned; both outlive the conversation.
+    ClientConversation(qpr::Socket& socket, const qpr::IWaiter& waiter);
+
+    /// Greets the client and takes its login.
+    qxm::HostDescription LogIn(const qxm::HostDescription& distributor);
+
+    /// Greets the client and refuses the connection.
+    void Refuse(const qxm::HostDescription& distributor, const std::wstring& reason);
+
+    std::wstring ReadRequestLine();
+
+    /// What would break the line is replaced by blanks.
+    void WriteLine(std::wstring line);
+
+    /// Whether the client has sent more than it was asked for.
+    bool HasMoreInput() { return m_inputBytes.InputPending(); }
+
+private:
+    void Write(const std::wstring& text) { (m_output << text).flush(); }
+
+    qpr::SocketReader m_reader;
+    qpr::SocketInputStream m_inputBytes;
+    qpr::UTF8InputStream m_input;
+    qpr::SocketWriter m_writer;
+    qpr::SocketOutputStream m_outputBytes;
+    qpr::UTF8OutputStream m_output;
+};
+
+/// Tells a client that was promised a servant, in place of the line that it waits for, why it gets none.
+void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason);
+
+/// Ends what is sent and waits a bounded time for the client to be done too: closing a connection with unread data
+/// would reset it, and take from the client what it has not read yet.
+void PartFrom(qpr::Socket& client);
+
+} // namespace qxd

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "distributor/CallOrder.h"
+#include "distributor/SessionSurroundings.h"
+#include "distributor/SlotQueue.h"
+#include "runtime/IRunnable.h"
+#include "runtime/Socket.h"
+#include "runtime/Thread.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+namespace qxd
+{
+
+class JoinedCall;
+
+/// One client from its connection to the end of its call, on a thread of its own. Whatever the client does or fails to
+/// do ends its session and nothing else. The destructor ends the session, with its servant, wherever it is.
+class ClientSession final : private qpr::IRunnable
+{
+public:
+    /// onEnd is called last, on the session's thread, and must not throw. The surroundings outlive the session.
+    ClientSession(qpr::Socket socket, const qpr::SocketAddress& address, const SessionSurroundings& surroundings,
+        std::function<void(ClientSession&)> onEnd);
+
+    /// Interrupts a session that has no accepted request yet.
+    void GiveUpReception();
+
+private:
+    void Run() override;
+    void HandleError(const std::exception&) override { }
+
+    void Serve();
+    void Execute(const CallOrder& order);
+    std::unique_ptr<JoinedCall> StartServant(const CallOrder& order, SlotQueue::Place& place);
+    std::wstring SeeThrough(JoinedCall& call, const CallOrder& order, SlotQueue::Place& place);
+
+    qpr::Socket m_socket;
+    const qpr::SocketAddress m_address;
+    const SessionSurroundings& m_surroundings;
+    const std::function<void(ClientSession&)> m_onEnd;
+    std::wstring m_subject; ///< what the journal's line is about
+    std::atomic<bool> m_isAccepted = false;
+    qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
+};
+
+} // namespace qxd

@@ -1,0 +1,90 @@
+#include "distributor/Distributor.h"
+
+#include "distributor/ClientConversation.h"
+#include "distributor/DeadlineWaiter.h"
+#include "protocol/GraceTime.h"
+#include "runtime/Deadline.h"
+#include "runtime/Errors.h"
+
+#include <utility>
+#include <vector>
+
+namespace qxd
+{
+namespace
+{
+
+constexpr std::size_t maxClients = 1000;
+constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
+constexpr std::uint32_t refusalTimeMs = 100; // a new connection takes a few lines at once
+
+} // namespace
+
+Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, std::uint32_t slots,
+    const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal)
+    : m_host(std::move(host))
+    , m_slots(slots)
+    , m_surroundings{m_host, catalogue, slots, m_slots, starter, journal}
+    , m_listener(qpr::Socket::Listen(address))
+    , m_sessions(m_surroundings)
+{
+}
+
+void Distributor::Run(const qpr::WaitObject& stop)
+{
+    for (;;)
+    {
+        std::vector<qpr::WaitObject> objects = {stop, m_sessions.EndedObject()};
+        if (m_canAccept)
+            objects.push_back(m_listener.InputObject());
+        const std::uint32_t timeoutMs = m_canAccept ? qpr::Infinite : acceptRetryMs;
+        const int signalled = qpr::Thread::WaitForAnyObject(objects, L"qxd::Distributor::Run", timeoutMs, true);
+        if (signalled == 0)
+            return WindDown();
+        m_sessions.RemoveEnded();
+        m_canAccept = true;
+        if (signalled == 2)
+            AcceptClients();
+    }
+}
+
+void Distributor::AcceptClients()
+{
+    try
+    {
+        qpr::SocketAddress address;
+        while (std::optional<qpr::Socket> socket = m_listener.TryAccept(&address))
+            Welcome(std::move(*socket), address);
+    }
+    catch (const qpr::RuntimeError&)
+    {
+        m_canAccept = false;
+    }
+}
+
+void Distributor::Welcome(qpr::Socket socket, const qpr::SocketAddress& address)
+{
+    if (m_sessions.Size() < maxClients)
+        return m_sessions.Start(std::move(socket), address);
+    try
+    {
+        const DeadlineWaiter waiter(refusalTimeMs);
+        ClientConversation(socket, waiter).Refuse(m_host, L"Too many clients");
+    }
+    catch (const qpr::RuntimeError&)
+    {
+    }
+}
+
+void Distributor::WindDown()
+{
+    m_listener.Close();
+    m_slots.Close();
+    m_sessions.GiveUpReceptions();
+    const qpr::Deadline deadline(qxm::graceTimeMs);
+    for (m_sessions.RemoveEnded(); m_sessions.Size() != 0 && !deadline.HasPassed(); m_sessions.RemoveEnded())
+        qpr::Thread::WaitForObject(m_sessions.EndedObject(), L"qxd::Distributor::WindDown", deadline.LeftMs(), true);
+    m_sessions.EndAll();
+}
+
+} // namespace qxd

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "runtime/IReader.h"
+#include "runtime/IWriter.h"
+#include "runtime/ProcessFigures.h"
+#include "runtime/WaitObject.h"
+
+#include <cstdint>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace qpr
+{
+class Cancellation;
+}
+
+namespace qxd
+{
+
+/// How a servant has ended.
+struct ServantEnd
+{
+    bool isExitCodeKnown = false;
+    std::uint32_t exitCode = 0;
+    qpr::ProcessFigures figures;
+};
+
+/// A servant that executes one call. Destroying it ends what is left of the servant, wherever it runs. One thread uses
+/// the input, another all else.
+class IServant
+{
+public:
+    virtual ~IServant() = default;
+
+    virtual qpr::IWriter& Input() = 0;
+    virtual void CloseInput() = 0;
+    virtual qpr::IReader& Output() = 0;
+    virtual void CloseOutput() = 0;
+
+    /// Signalled once the servant has ended.
+    virtual qpr::WaitObject EndObject() const = 0;
+
+    /// Closes its channels and returns when the servant has ended and all of its log is written, by itself or, after a
+    /// grace time, by force. Requires: nobody uses its input and output any more.
+    virtual ServantEnd End() = 0;
+};
+
+/// How servants come to be: as processes of this computer today; a batch system would be another way.
+class IServantStarter
+{
+public:
+    virtual ~IServantStarter() = default;
+
+    /// Starts a servant with its command line. Its log goes to the stream, on a thread of the servant's, until it ends.
+    /// Its channels' waits join the cancellation. Both outlive the servant. Any thread may call; throws what went
+    /// wrong.
+    virtual std::unique_ptr<IServant> Start(
+        const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation) = 0;
+};
+
+} // namespace qxd

@@ -1,0 +1,87 @@
+#include "distributor/JoinedCall.h"
+
+#include "distributor/ByteCopy.h"
+#include "distributor/ClientConversation.h"
+#include "protocol/ExecutionInfoRecord.h"
+
+#include <array>
+#include <utility>
+
+namespace qxd
+{
+namespace
+{
+
+constexpr std::uint32_t dataBufferSize = 65536;
+constexpr std::size_t logBufferSize = 4096;
+
+/// A connection that is broken tells its peer as well.
+void EndSending(qpr::Socket& socket) noexcept
+{
+    try
+    {
+        socket.Shutdown(qpr::Socket::Direction::Send);
+    }
+    catch (const std::exception&)
+    {
+    }
+}
+
+} // namespace
+
+JoinedCall::JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket)
+    : m_mainSocket(mainSocket)
+    , m_logSocket(std::move(logSocket))
+    , m_logWriter(m_logSocket, &m_cancellation)
+    , m_logBytes(m_logWriter, logBufferSize)
+    , m_log(m_logBytes)
+{
+    m_logSocket.EnableKeepAlive();
+    m_mainSocket.SetReceiveBufferSize(dataBufferSize);
+    m_mainSocket.SetSendBufferSize(dataBufferSize);
+}
+
+void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> commandLine)
+{
+    m_commandLine = std::move(commandLine);
+    m_servant = starter.Start(m_commandLine, m_log, m_cancellation);
+    m_mainSocket.SetResetOnClose(true);
+    m_logSocket.SetResetOnClose(true);
+    m_inputCopier.emplace(m_mainSocket, *m_servant, m_cancellation);
+    m_clientWatch.emplace(m_logSocket, m_cancellation);
+}
+
+ServantEnd JoinedCall::WaitForEnd()
+{
+    CopyOutput();
+    m_servant->CloseOutput();
+    const std::array<qpr::WaitObject, 2> objects = {m_servant->EndObject(), m_cancellation.Object()};
+    qpr::Thread::WaitForAnyObject(objects, L"qxd::JoinedCall::WaitForEnd");
+    m_inputCopier.reset();
+    return m_servant->End();
+}
+
+void JoinedCall::CopyOutput()
+{
+    qpr::SocketWriter writer(m_mainSocket, &m_cancellation);
+    if (CopyBytes(m_servant->Output(), writer) == CopyEnd::EndOfData)
+        EndSending(m_mainSocket);
+}
+
+void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end)
+{
+    qxm::WriteExecutionInfoRecord(m_log,
+        {*order.service.info, order.attributes, host, order.clientIdentifier, m_commandLine, order.expectedUsage,
+            end.figures});
+    m_log.flush();
+}
+
+void JoinedCall::Finish()
+{
+    EndSending(m_logSocket);
+    m_logSocket.SetResetOnClose(false);
+    m_mainSocket.SetResetOnClose(false);
+    PartFrom(m_mainSocket);
+}
+
+} // namespace qxd

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "distributor/CallOrder.h"
+#include "distributor/ClientWatch.h"
+#include "distributor/IServantStarter.h"
+#include "distributor/InputCopier.h"
+#include "protocol/SocketStreams.h"
+#include "protocol/Utf8Streams.h"
+#include "runtime/Cancellation.h"
+
+#include <memory>
+#include <optional>
+
+namespace qxd
+{
+
+/// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
+/// the log connection. Used by the client's session thread; two more copy the input and watch for the client. The
+/// destructor ends what is left of the servant. From the start of the servant until the call has ended orderly, closing
+/// the connections resets them, so that the client cannot take what it has received for everything.
+class JoinedCall
+{
+public:
+    /// The main socket is not owned and outlives the call.
+    JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket);
+
+    /// Starts the servant; throws what went wrong.
+    void Start(IServantStarter& starter, std::vector<std::wstring> commandLine);
+
+    /// Requires: started. Copies the servant's output until it ends, and returns when the servant has ended, by itself
+    /// or because the client is gone.
+    ServantEnd WaitForEnd();
+
+    /// Requires: the servant has ended. Writes the record that the client has asked for to the log.
+    void WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end);
+
+    /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it.
+    void Finish();
+
+    bool ClientIsGone() const noexcept { return m_cancellation.IsCancelled(); }
+
+private:
+    void CopyOutput();
+
+    qpr::Socket& m_mainSocket; // not owned
+    qpr::Socket m_logSocket;
+    qpr::Cancellation m_cancellation;
+    qpr::SocketWriter m_logWriter;
+    qpr::SocketOutputStream m_logBytes;
+    qpr::UTF8OutputStream m_log;
+    std::vector<std::wstring> m_commandLine;
+    std::unique_ptr<IServant> m_servant;
+    std::optional<InputCopier> m_inputCopier;
+    std::optional<ClientWatch> m_clientWatch;
+};
+
+} // namespace qxd

@@ -1,0 +1,35 @@
+#include "distributor/LogListener.h"
+
+namespace qxd
+{
+namespace
+{
+
+constexpr int backlog = 4; // strangers must not keep the client out
+
+qpr::SocketAddress AnyPortOf(const qpr::SocketAddress& address)
+{
+    return qpr::SocketAddress(address.GetFamily(), address.Bytes(), 0);
+}
+
+} // namespace
+
+LogListener::LogListener(const qpr::Socket& clientSocket)
+    : m_clientAddress(clientSocket.GetRemoteAddress())
+    , m_listener(qpr::Socket::Listen(AnyPortOf(clientSocket.GetLocalAddress()), backlog))
+{
+}
+
+qpr::Socket LogListener::Accept(const qpr::IWaiter& waiter)
+{
+    for (;;)
+    {
+        m_listener.WaitForInput(waiter);
+        qpr::SocketAddress remoteAddress;
+        std::optional<qpr::Socket> socket = m_listener.TryAccept(&remoteAddress);
+        if (socket && remoteAddress.IsSameHost(m_clientAddress))
+            return std::move(*socket);
+    }
+}
+
+} // namespace qxd

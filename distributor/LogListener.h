@@ -1,0 +1,29 @@
+#pragma once
+
+#include "runtime/IWaiter.h"
+#include "runtime/Socket.h"
+
+#include <cstdint>
+
+namespace qxd
+{
+
+/// Where one client connects for its call's log: on the address that it has reached the distributor at, and for its own
+/// computer only.
+class LogListener
+{
+public:
+    /// Not owned; outlives the listener.
+    explicit LogListener(const qpr::Socket& clientSocket);
+
+    std::uint16_t Port() const { return m_listener.GetLocalAddress().Port(); }
+
+    /// Waits for the client's connection; any from elsewhere is closed at once.
+    qpr::Socket Accept(const qpr::IWaiter& waiter);
+
+private:
+    const qpr::SocketAddress m_clientAddress;
+    qpr::Socket m_listener;
+};
+
+} // namespace qxd

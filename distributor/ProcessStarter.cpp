@@ -1,0 +1,51 @@
+#include "distributor/ProcessStarter.h"
+
+#include "protocol/ServantProcess.h"
+#include "runtime/Cancellation.h"
+
+namespace qxd
+{
+namespace
+{
+
+class ProcessServant final : public IServant
+{
+public:
+    ProcessServant(
+        const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation)
+        : m_cancellation(cancellation)
+        , m_process(commandLine, log)
+        , m_input(m_process.CommandPipe().Handle(), &cancellation)
+        , m_output(m_process.AnswerPipe().Handle(), &cancellation)
+    {
+    }
+
+    qpr::IWriter& Input() override { return m_input; }
+    void CloseInput() override { m_process.CommandPipe() = {}; }
+    qpr::IReader& Output() override { return m_output; }
+    void CloseOutput() override { m_process.AnswerPipe() = {}; }
+    qpr::WaitObject EndObject() const override { return m_process.EndObject(); }
+
+    ServantEnd End() override
+    {
+        constexpr bool hurry = true;
+        const qpr::ChildProcess::ExitStatus status = m_process.WaitForEnd(m_cancellation, hurry);
+        return {status.isKnown, status.exitCode, m_process.Figures()};
+    }
+
+private:
+    const qpr::Cancellation& m_cancellation; // not owned
+    qxm::ServantProcess m_process;
+    qpr::IOWriter m_input;
+    qpr::PipeReader m_output;
+};
+
+} // namespace
+
+std::unique_ptr<IServant> ProcessStarter::Start(
+    const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation)
+{
+    return std::make_unique<ProcessServant>(commandLine, log, cancellation);
+}
+
+} // namespace qxd

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "distributor/ClientSession.h"
+#include "runtime/Mutex.h"
+#include "runtime/ThreadEvent.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace qxd
+{
+
+/// The sessions that there are. Used by the distributor's own thread; only their ends come from other threads.
+class SessionList
+{
+public:
+    /// Not owned; outlive the list.
+    explicit SessionList(const SessionSurroundings& surroundings);
+
+    /// Throws what starting a thread throws.
+    void Start(qpr::Socket socket, const qpr::SocketAddress& address);
+
+    std::size_t Size() const noexcept { return m_sessions.size(); }
+
+    /// Signalled, once, after sessions have ended.
+    qpr::WaitObject EndedObject() const noexcept { return m_someEnded.Object(); }
+
+    void RemoveEnded();
+    void GiveUpReceptions();
+
+    /// Ends those that are left, with their servants.
+    void EndAll() { m_sessions.clear(); }
+
+private:
+    void OnEnd(ClientSession& session);
+
+    const SessionSurroundings& m_surroundings;
+    qpr::Mutex m_lock;
+    std::vector<ClientSession*> m_ended QX_GUARDED_BY(m_lock);
+    qpr::ThreadEvent m_someEnded{qpr::ThreadEvent::Kind_AutoReset};
+    std::map<ClientSession*, std::unique_ptr<ClientSession>> m_sessions; // last: their threads use the rest
+};
+
+} // namespace qxd

@@ -1,0 +1,117 @@
+#include "distributor/RunningDistributor.h"
+
+#include "config/LocalHost.h"
+#include "runtime/CurrentProcess.h"
+#include "support/ChildMain.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+
+namespace test
+{
+
+void JournalLines::Write(const void* buffer, std::size_t size)
+{
+    const std::lock_guard lock(m_lock);
+    m_lines.emplace_back(static_cast<const char*>(buffer), size);
+    m_changed.notify_all();
+}
+
+std::vector<std::string> JournalLines::WaitFor(std::size_t count)
+{
+    std::unique_lock lock(m_lock);
+    m_changed.wait(lock, [&] { return m_lines.size() >= count; });
+    return m_lines;
+}
+
+TestConfiguration::TestConfiguration()
+{
+    static std::atomic<int> counter;
+    m_directory = std::filesystem::temp_directory_path()
+        / ("qx-distributor-test-" + std::to_string(qpr::CurrentProcess::GetId()) + "-" + std::to_string(++counter));
+    std::filesystem::create_directory(m_directory);
+    const std::filesystem::path servant = std::filesystem::relative(std::filesystem::absolute(OwnPath()), m_directory);
+    std::ofstream(m_directory / "QxConfiguration.xml")
+        << R"(<QxConfiguration><Servants>
+<Servant RelativePath=")"
+        << servant.string() << R"(" TargetPlatform="WinX64" QxServantLibraryVersion="15.1.1.1"><Services>
+<Service Name="Echo"/><Service Name="Hold"/><Service Name="Flood"/><Service Name="Fail"/>
+<Service Name="Arguments" CompressionMode="zlib">
+<ExpectedProcessorUsage>Size</ExpectedProcessorUsage>
+<ExpectedMemoryUsageInMB>ProcessorCount</ExpectedMemoryUsageInMB>
+</Service></Services></Servant>
+<Servant RelativePath="missing" TargetPlatform="WinX64"><Services><Service Name="Missing"/></Services></Servant>
+</Servants></QxConfiguration>)";
+}
+
+TestConfiguration::~TestConfiguration()
+{
+    std::filesystem::remove_all(m_directory);
+}
+
+qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hostName)
+{
+    qxm::HostDescription host = qxm::DescribeLocalHost(role);
+    host.hostName = hostName;
+    host.identifier = hostName + L"/7";
+    return host;
+}
+
+RunningDistributor::RunningDistributor(std::uint32_t slots)
+    : m_catalogue(m_configuration.Path(), HostNamed(L"distributor", L"there"))
+    , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), slots, m_catalogue, m_starter,
+          m_journal)
+    , m_thread(*this)
+{
+}
+
+RunningDistributor::~RunningDistributor()
+{
+    m_stop.Signal();
+}
+
+void RunningDistributor::Stop()
+{
+    m_stop.Signal();
+    m_thread.WaitForCompletion();
+}
+
+void RunningDistributor::HandleError(const std::exception& error)
+{
+    ADD_FAILURE() << "distributor: " << error.what();
+}
+
+qxm::DistributorRequest RunningDistributor::Request(qxm::DistributorServiceRequest request) const
+{
+    return qxm::DistributorRequest(Address().ToText(), std::to_wstring(Address().Port()), std::move(request),
+        HostNamed(L"client", L"here"), nullptr);
+}
+
+std::string ReadToEnd(qpr::Socket& socket)
+{
+    qpr::SocketReader reader(socket);
+    std::string all;
+    char buffer[4096];
+    while (const std::size_t count = reader.Read(buffer, sizeof buffer))
+        all.append(buffer, count);
+    return all;
+}
+
+void WriteTo(qpr::Socket& socket, const std::string& bytes)
+{
+    qpr::SocketWriter(socket).Write(bytes.data(), bytes.size());
+}
+
+std::string ReadLineFrom(qpr::Socket& socket)
+{
+    qpr::SocketReader reader(socket);
+    std::string line;
+    char byte = 0;
+    while (!line.ends_with('\n') && reader.Read(&byte, 1) != 0)
+        line += byte;
+    return line;
+}
+
+} // namespace test

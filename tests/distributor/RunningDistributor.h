@@ -1,0 +1,93 @@
+#pragma once
+
+#include "distributor/CallJournal.h"
+#include "distributor/Distributor.h"
+#include "distributor/ProcessStarter.h"
+#include "distributor/ServiceCatalogue.h"
+#include "protocol/DistributorRequest.h"
+#include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
+
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+/// Journal lines, as they come.
+class JournalLines final : public qpr::IWriter
+{
+public:
+    void Write(const void* buffer, std::size_t size) override;
+    void Flush() override { }
+
+    /// Waits until so many lines are there.
+    std::vector<std::string> WaitFor(std::size_t count);
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::vector<std::string> m_lines;
+};
+
+/// A configuration file for the test servant, in a directory of its own.
+class TestConfiguration
+{
+public:
+    TestConfiguration();
+    ~TestConfiguration();
+
+    std::wstring Path() const { return (m_directory / "QxConfiguration.xml").wstring(); }
+
+private:
+    std::filesystem::path m_directory;
+};
+
+qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hostName);
+
+/// The real distributor on a thread of this process, on a computer called "there".
+class RunningDistributor final : private qpr::IRunnable
+{
+public:
+    explicit RunningDistributor(std::uint32_t slots = 2);
+    ~RunningDistributor();
+
+    /// Returns when the distributor has wound down.
+    void Stop();
+    void AskToStop() { m_stop.Signal(); }
+
+    qpr::SocketAddress Address() const { return m_distributor.Address(); }
+    JournalLines& Journal() { return m_lines; }
+
+    /// A request of a client on a computer called "here".
+    qxm::DistributorRequest Request(qxm::DistributorServiceRequest request) const;
+    qxm::DistributorRequest Request(const std::wstring& serviceName) const
+    {
+        return Request({serviceName, {}, true, false});
+    }
+
+private:
+    void Run() override { m_distributor.Run(m_stop.Object()); }
+    void HandleError(const std::exception& error) override;
+
+    TestConfiguration m_configuration;
+    JournalLines m_lines;
+    qxd::CallJournal m_journal{m_lines};
+    qxd::ProcessStarter m_starter;
+    qpr::ThreadEvent m_stop{qpr::ThreadEvent::Kind_ManualReset};
+    qxd::ServiceCatalogue m_catalogue;
+    qxd::Distributor m_distributor;
+    qpr::Thread m_thread;
+};
+
+std::string ReadToEnd(qpr::Socket& socket);
+void WriteTo(qpr::Socket& socket, const std::string& bytes);
+
+/// Up to the line feed, that included.
+std::string ReadLineFrom(qpr::Socket& socket);
+
+} // namespace test
