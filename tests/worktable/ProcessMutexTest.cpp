@@ -21,12 +21,7 @@ TEST(ProcessMutex, OpensOnlyWhatExists)
     EXPECT_TRUE(second.TryOpen(name.Local()));
 
     first.Acquire(0);
-    std::thread(
-        [&]
-        {
-            EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { second.Acquire(0); }));
-            EXPECT_THAT(ErrorOf([&] { second.Release(); }), testing::StartsWith("ReleaseMutex() failed in qpr::Proc"));
-        })
+    std::thread([&] { EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { second.Acquire(0); })); })
         .join();
     first.Release();
     second.Acquire(0);

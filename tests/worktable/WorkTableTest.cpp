@@ -38,6 +38,11 @@ layout::Row Read(WorkTable& table, std::size_t index)
     return WorkTable::Lock(table).Content().rows[index];
 }
 
+std::uint32_t OwnerOf(WorkTable& table, std::size_t index)
+{
+    return Read(table, index).processId;
+}
+
 void Write(WorkTable& table, std::size_t index, const layout::Row& row)
 {
     WorkTable::Lock(table).Content().rows[index] = row;
@@ -76,7 +81,7 @@ TEST(WorkTable, RefusesThe41stJobManagerUntilARowIsGivenBack)
 
     rows[17].reset();
     const Row last(test.table, 42);
-    EXPECT_EQ(42u, Read(test.table, 17).processId);
+    EXPECT_EQ(42u, OwnerOf(test.table, 17));
 }
 
 TEST(WorkTable, CountsARowByItsAge)
@@ -95,7 +100,7 @@ TEST(WorkTable, CountsARowByItsAge)
         const Row own(test.table, 1);
         Write(test.table, 5, {77, lastSeenAlive, {3, {2, 100}}, {}});
         EXPECT_EQ(isInUse ? (Work{3, 2, 100}) : Work(), Sum(test.table, own)) << lastSeenAlive;
-        EXPECT_EQ(isInUse ? 77u : 0u, Read(test.table, 5).processId) << lastSeenAlive;
+        EXPECT_EQ(isInUse ? 77u : 0u, OwnerOf(test.table, 5)) << lastSeenAlive;
     }
 }
 
@@ -145,7 +150,7 @@ TEST(WorkTable, TakesBackItsRowAfterAFreeze)
     Write(test.table, 1, {2, test.now + 40, {}, {}});
     test.now += 40;
     EXPECT_EQ(Work(), Sum(test.table, other));
-    EXPECT_EQ(0u, Read(test.table, 0).processId);
+    EXPECT_EQ(0u, OwnerOf(test.table, 0));
 
     frozen.Heartbeat();
     EXPECT_EQ((Work{4, 1, 1}), Sum(test.table, other));
@@ -187,7 +192,7 @@ TEST(WorkTable, GivesTheRowBackWhenItsEventIsTaken)
     event.Create(test.name.Local() + L"JobManager0Trigger", test::ForEveryone());
     EXPECT_EQ(qpr::ToUtf8(L"Event '" + test.name.Local() + L"JobManager0Trigger' already exists"),
         ErrorOf([&] { Row(test.table, 1); }));
-    EXPECT_EQ(0u, Read(test.table, 0).processId);
+    EXPECT_EQ(0u, OwnerOf(test.table, 0));
 }
 
 TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
@@ -197,7 +202,8 @@ TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
     test.now += 10;
     own.PublishAtNextHeartbeat({{1, 2, 3}, {4, 5, 6}});
     own.Heartbeat();
-    EXPECT_EQ(1'000'010, Read(test.table, 0).lastSeenAlive);
+    const std::int64_t lastSeenAlive = Read(test.table, 0).lastSeenAlive;
+    EXPECT_EQ(1'000'010, lastSeenAlive);
     EXPECT_EQ((Work{1, 2, 3}), Sum(test.table, own));
     EXPECT_TRUE(TakeSignal(own));
 }
@@ -211,7 +217,7 @@ TEST(WorkTable, WakesTheLivingWhenADeadRowIsReclaimed)
     WorkTable::JobManager living(table);
     Write(table, 1, {77, test.now - 31, {3, {2, 100}}, {}});
     living.WaitForTrigger();
-    EXPECT_EQ(0u, Read(table, 1).processId);
+    EXPECT_EQ(0u, OwnerOf(table, 1));
 }
 
 TEST(WorkTable, NamesTheLockThatWasNotToBeHad)

@@ -35,5 +35,6 @@ TEST(WorkTableView, ShowsTheRowsInUseAndReclaimsNone)
     EXPECT_EQ(test.now, view.rows[0].lastSeenAlive);
     EXPECT_EQ(record, view.rows[0].work);
     EXPECT_EQ(record.active, view.total);
-    EXPECT_EQ(77u, WorkTable::Lock(test.table).Content().rows[1].processId);
+    const std::uint32_t ownerOfDeadRow = WorkTable::Lock(test.table).Content().rows[1].processId;
+    EXPECT_EQ(77u, ownerOfDeadRow);
 }

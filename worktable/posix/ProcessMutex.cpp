@@ -78,10 +78,21 @@ int OurKind()
     return kind;
 }
 
-timespec ToTimespec(std::chrono::steady_clock::time_point moment)
+timespec ToTimespec(std::chrono::nanoseconds sinceEpoch)
 {
-    const auto nanoseconds = std::chrono::nanoseconds(moment.time_since_epoch()).count();
-    return {nanoseconds / 1'000'000'000, nanoseconds % 1'000'000'000};
+    return {sinceEpoch.count() / 1'000'000'000, sinceEpoch.count() % 1'000'000'000};
+}
+
+/// By a clock that nobody sets, but for the thread sanitizer, which takes no notice of pthread_mutex_clocklock.
+int LockWithin(pthread_mutex_t& mutex, std::chrono::nanoseconds time)
+{
+#if defined(__SANITIZE_THREAD__)
+    const timespec end = ToTimespec(std::chrono::system_clock::now().time_since_epoch() + time);
+    return pthread_mutex_timedlock(&mutex, &end);
+#else
+    const timespec end = ToTimespec(std::chrono::steady_clock::now().time_since_epoch() + time);
+    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &end);
+#endif
 }
 
 } // namespace
@@ -135,8 +146,7 @@ int ProcessMutex::State::WaitForLock(std::uint32_t timeoutMs)
         Thread::CheckInterrupt();
         if (KindOf(shared->mutex) != kind)
             return EINVAL;
-        const timespec sliceEnd = ToTimespec(std::min(end, now + slice));
-        const int result = pthread_mutex_clocklock(&shared->mutex, CLOCK_MONOTONIC, &sliceEnd);
+        const int result = LockWithin(shared->mutex, std::min<std::chrono::nanoseconds>(end - now, slice));
         if (result != ETIMEDOUT)
             return result;
     }
