@@ -16,7 +16,7 @@ public:
     static constexpr std::size_t DefaultBufferSize = 32768;
     static constexpr int DefaultLevel = 1;
 
-    /// Throws "deflateInit2() failed".
+    /// Throws "deflateInit2() failed". Requires: a buffer of at least 7 bytes, or a flush would not end.
     explicit BlockedRawDeflateWriter(
         std::ostream& output, std::size_t bufferSize = DefaultBufferSize, int level = DefaultLevel);
     BlockedRawDeflateWriter(const BlockedRawDeflateWriter&) = delete;

@@ -11,7 +11,10 @@ namespace
 class FrameReader : private qpr::CompressedBlockReader
 {
 public:
-    using CompressedBlockReader::CompressedBlockReader;
+    explicit FrameReader(std::istream& input)
+        : CompressedBlockReader(input)
+    {
+    }
 
     std::size_t Read(void*, std::size_t) override { return 0; }
     bool InputPending() override { return false; }
