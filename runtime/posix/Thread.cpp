@@ -51,8 +51,8 @@ public:
     explicit EndWaiter(State& state)
         : m_state(state)
     {
-        if (InterruptState* const interrupt = currentThread.ActiveInterrupt())
-            m_descriptor = interrupt->Descriptor();
+        if (InterruptState* const own = currentThread.ActiveInterrupt())
+            m_descriptor = own->Descriptor();
         if (m_descriptor == nobody)
             m_descriptor = DescriptorOf(m_substitute.emplace(ThreadEvent::Kind_AutoReset).Object().Handle());
         m_state.endWaiter = m_descriptor;
