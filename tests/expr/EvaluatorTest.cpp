@@ -31,6 +31,33 @@ TEST(Evaluator, ComputesHelpersOnDemand)
     EXPECT_EQ(Evaluated(evaluator, expression, {{L"Area", Value(60.0F)}, {L"Big", Value(false)}}), 60.5F);
 }
 
+TEST(Evaluator, EvaluatesWhatIsLeftOfASpecialisedFormula)
+{
+    const struct
+    {
+        const wchar_t* formula;
+        const wchar_t* special; // with N = M = 4, T = 'x' and F = false
+    } cases[] = {
+        {L"N * 2 + sqrt(M) * P", L"add(8, mul(2, float P))"},
+        {L"if T == 'x' then P else Q", L"float P"},
+        {L"if F or P > N then N else -Q", L"if_then_else(or(false, gt(float P, 4)), 4, neg(float Q))"},
+        {L"H + N ^ 2", L"add(float H, 16)"},
+    };
+    for (const auto& c : cases)
+    {
+        Evaluator evaluator;
+        evaluator.AddHelperVariableDefinitions(L"H = float P + 1;", L"helpers");
+        const ExpressionPtr expression = evaluator.ParseExpression(c.formula, L"formula", Float);
+        const ExpressionPtr special = expression->Specialise(
+            {{L"M", Value(4.0F)}, {L"N", Value(4.0F)}, {L"T", Value(L"x")}, {L"F", Value(false)}});
+        EXPECT_EQ(special->ToText(), c.special);
+        EXPECT_EQ(Evaluated(evaluator, special, {{L"P", Value(3.0F)}, {L"Q", Value(5.0F)}}),
+            Evaluated(evaluator, expression,
+                {{L"F", Value(false)}, {L"M", Value(4.0F)}, {L"N", Value(4.0F)}, {L"P", Value(3.0F)},
+                    {L"Q", Value(5.0F)}, {L"T", Value(L"x")}}));
+    }
+}
+
 TEST(Evaluator, LeavesTheGivenValuesAlone)
 {
     Evaluator evaluator;

@@ -28,6 +28,8 @@ struct Nest
     std::wstring Formula(int count) const { return Repeated(count, prefix) + centre + Repeated(count, suffix); }
 };
 
+const std::wstring TooDeep = L"Expression nested more than 1000 deep at position ";
+
 const Nest Nests[] = {
     {L"(", L"1", L")", 1000},
     {L"+", L"1", L"", 1000},
@@ -63,12 +65,11 @@ TEST(Nesting, IsBoundedForEveryConstruct)
     {
         SCOPED_TRACE(nest.prefix + std::wstring(L"...") + nest.suffix);
         EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest)), L"no error");
-        for (const int count : {nest.deepest + 1, 1000000})
-            EXPECT_EQ(ParseOutcome(nest.Formula(count)).substr(0, 38), L"Expression nested more than 1000 deep ");
+        EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest + 1)).substr(0, TooDeep.size()), TooDeep);
     }
 }
 
-TEST(Nesting, UnclosedOrUnendedNestsAreBoundedToo)
+TEST(Nesting, OfAMillionIsAnErrorToo)
 {
     for (const wchar_t* unit : {L"(", L"-", L"sqrt(", L"if ", L"if true then ", L"min(", L"1 + (", L"true or ("})
         EXPECT_EQ(ParseOutcome(Repeated(1000000, unit)).substr(0, 38), L"Expression nested more than 1000 deep ")
