@@ -68,8 +68,6 @@ void UsageModel::CollectFixedVariables()
             m_evaluator.ParseExpression(name, m_memoryUsage.sourceName, qexpr::Value::Type_Undefined);
         if (!m_evaluator.UsesVariable(*expression, processorCountName))
             m_fixedVariables.push_back({name, expression});
-        else if (name != processorCountName)
-            m_memoryUsesVaryingHelpers = true;
     }
 }
 
@@ -98,31 +96,30 @@ float UsageModel::ProcessorUsage(qexpr::ValueMap& inputs, std::uint64_t processo
 {
     if (m_processorUsage.usesProcessorCount)
         inputs[processorCountName] = qexpr::Value(static_cast<float>(processorCount));
-    return Evaluate(m_processorUsage, inputs, inputs);
+    return Evaluate(m_processorUsage, inputs);
 }
 
 UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
     qexpr::ValueMap& inputs, std::uint32_t offeredProcessors, float memoryLimitInMB) const
 {
     if (!m_memoryUsage.usesProcessorCount)
-        return {0, Evaluate(m_memoryUsage, inputs, inputs)};
+        return {0, Evaluate(m_memoryUsage, inputs)};
 
     ProcessorChoice choice{1, 0.0f};
     if (offeredProcessors == 0)
         return choice;
     qexpr::Value& processorCount = inputs[processorCountName];
     processorCount = qexpr::Value(static_cast<float>(offeredProcessors));
-    choice = {offeredProcessors, Evaluate(m_memoryUsage, inputs, inputs)};
+    choice = {offeredProcessors, Evaluate(m_memoryUsage, inputs)};
     if (choice.memoryInMB <= memoryLimitInMB || offeredProcessors == 1)
         return choice;
 
     // Every variable has now shown, in its turn, that it has a value: the fixed ones need not be asked again.
-    qexpr::ValueMap values = FixedValues(inputs);
-    qexpr::Value& valuesProcessorCount = values[processorCountName];
+    const Formula memoryUsage{m_memoryUsage.sourceName, m_memoryUsage.expression->Specialise(FixedValues(inputs))};
     for (std::uint32_t n = offeredProcessors - 1; n >= 1; --n)
     {
-        processorCount = valuesProcessorCount = qexpr::Value(static_cast<float>(n));
-        choice = {n, Evaluate(m_memoryUsage, values, inputs)};
+        processorCount = qexpr::Value(static_cast<float>(n));
+        choice = {n, Evaluate(memoryUsage, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
     }
@@ -132,16 +129,14 @@ UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
 qexpr::ValueMap UsageModel::FixedValues(const qexpr::ValueMap& inputs) const
 {
     qexpr::ValueMap values;
-    if (m_memoryUsesVaryingHelpers)
-        values = inputs;
     for (const Variable& variable : m_fixedVariables)
-        values.insert_or_assign(variable.name, m_evaluator.Evaluate(*variable.expression, inputs));
+        values.emplace(variable.name, m_evaluator.Evaluate(*variable.expression, inputs));
     return values;
 }
 
-float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
 {
-    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, values));
+    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, inputs));
     if (result < 0.0f)
         ThrowInvalidResult(formula.sourceName, result, inputs);
     return result;

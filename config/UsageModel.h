@@ -62,18 +62,15 @@ private:
     Formula Compile(const std::wstring& text, std::wstring sourceName);
     void CollectFixedVariables();
 
-    /// What the memory formula needs for any number of processors, ProcessorCount aside.
+    /// The values in the memory formula that are the same for every number of processors.
     qexpr::ValueMap FixedValues(const qexpr::ValueMap& inputs) const;
-
-    /// values are what the formula needs of the inputs, or all; a message lists the inputs.
-    float Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const;
+    float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
 
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;
     Formula m_memoryUsage;
     qexpr::ValueTypeMap m_inputTypes;
     std::vector<Variable> m_fixedVariables; // of the memory formula, the same for every number of processors
-    bool m_memoryUsesVaryingHelpers = false;
 };
 
 } // namespace qxm

@@ -11,6 +11,9 @@
 namespace qexpr
 {
 
+class ASTNode;
+using NodePtr = qpr::CountedPtr<ASTNode>;
+
 /// A node of a formula's tree. Nodes never change once built, except that a type which the parser left undefined is
 /// fixed once; so a node may have several parents. Counts are plain: nodes are built and dropped under one lock, but
 /// evaluating and printing change no count, so several threads may do both at once.
@@ -30,6 +33,14 @@ public:
     /// Writes the canonical form, in which every operator is a function call: add(float A, mul(float B, 2)).
     virtual void Print(std::wostream& stream) const = 0;
 
+    /// A copy for many evaluations that differ in few variables: the variables that have a value here are constants in
+    /// it, and so is all that depends on nothing else. It has no node in common with this tree and changes no count in
+    /// it. Throws what Evaluate throws.
+    virtual NodePtr Specialise(const ValueMap& values) const = 0;
+
+    /// Whether it is a literal, the same in every evaluation.
+    virtual bool IsConstant() const noexcept { return false; }
+
     /// The canonical form as a text.
     std::wstring ToText() const;
 
@@ -45,7 +56,5 @@ protected:
 private:
     std::uint32_t m_depth;
 };
-
-using NodePtr = qpr::CountedPtr<ASTNode>;
 
 } // namespace qexpr

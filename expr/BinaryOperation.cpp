@@ -1,5 +1,6 @@
 #include "expr/BinaryOperation.h"
 
+#include "expr/Constant.h"
 #include "expr/OperandType.h"
 
 #include <ostream>
@@ -55,6 +56,15 @@ Value BinaryOperation<R, A0, A1, F>::Evaluate(const ValueMap& values) const
     const Value value1 = m_arg1->Evaluate(values);
     const Value value0 = m_arg0->Evaluate(values);
     return Value(m_function(static_cast<A0>(value0), static_cast<A1>(value1)));
+}
+
+template <class R, class A0, class A1, class F>
+NodePtr BinaryOperation<R, A0, A1, F>::Specialise(const ValueMap& values) const
+{
+    const NodePtr arg1 = m_arg1->Specialise(values);
+    const NodePtr arg0 = m_arg0->Specialise(values);
+    NodePtr operation = new BinaryOperation(m_name, m_function, arg0, arg1);
+    return arg0->IsConstant() && arg1->IsConstant() ? NodePtr(new Constant(operation->Evaluate({}))) : operation;
 }
 
 template <class R, class A0, class A1, class F>

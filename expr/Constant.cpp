@@ -15,6 +15,11 @@ Value Constant::Evaluate(const ValueMap&) const
     return m_value;
 }
 
+NodePtr Constant::Specialise(const ValueMap&) const
+{
+    return new Constant(m_value);
+}
+
 void Constant::Print(std::wostream& stream) const
 {
     m_value.Print(stream);

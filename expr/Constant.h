@@ -17,6 +17,8 @@ public:
     Value::Type GetValueType() const override { return m_value.GetType(); }
     void SetDefinedValueType(Value::Type type) override;
     Value Evaluate(const ValueMap& values) const override;
+    NodePtr Specialise(const ValueMap& values) const override;
+    bool IsConstant() const noexcept override { return true; }
     void Print(std::wostream& stream) const override;
 
 private:

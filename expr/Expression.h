@@ -27,6 +27,9 @@ struct VariableNameOrder
 /// The variables that a formula uses, one node a name, in name order.
 using UsedVariables = std::set<qpr::CountedPtr<VariableReference>, VariableNameOrder>;
 
+class Expression;
+using ExpressionPtr = qpr::CountedPtr<Expression>;
+
 /// A parsed formula, immutable. It stays valid without the evaluator that parsed it, but is evaluated through it.
 class Expression final : public qpr::ReferenceCounted
 {
@@ -41,6 +44,10 @@ public:
     Value::Type GetValueType() const { return m_root->GetValueType(); }
     const UsedVariables& GetUsedVariables() const noexcept { return m_usedVariables; }
 
+    /// A copy in which the variables that have a value here are constants, as ASTNode::Specialise makes it; it uses the
+    /// other variables.
+    ExpressionPtr Specialise(const ValueMap& values) const;
+
     /// The canonical form of the formula, which tells how it was read: add(float A, mul(float B, 2)).
     std::wstring ToText() const { return m_root->ToText(); }
 
@@ -48,7 +55,5 @@ private:
     NodePtr m_root;
     UsedVariables m_usedVariables;
 };
-
-using ExpressionPtr = qpr::CountedPtr<Expression>;
 
 } // namespace qexpr

@@ -32,6 +32,14 @@ Value IfThenElse::Evaluate(const ValueMap& values) const
     return static_cast<bool>(m_condition->Evaluate(values)) ? m_then->Evaluate(values) : m_else->Evaluate(values);
 }
 
+NodePtr IfThenElse::Specialise(const ValueMap& values) const
+{
+    NodePtr condition = m_condition->Specialise(values);
+    if (condition->IsConstant())
+        return (static_cast<bool>(condition->Evaluate({})) ? m_then : m_else)->Specialise(values);
+    return new IfThenElse(std::move(condition), m_then->Specialise(values), m_else->Specialise(values));
+}
+
 void IfThenElse::Print(std::wostream& stream) const
 {
     stream << L"if_then_else(";

@@ -1,5 +1,6 @@
 #include "expr/UnaryOperation.h"
 
+#include "expr/Constant.h"
 #include "expr/OperandType.h"
 
 #include <ostream>
@@ -39,6 +40,14 @@ template <class R, class A, class F>
 Value UnaryOperation<R, A, F>::Evaluate(const ValueMap& values) const
 {
     return Value(m_function(static_cast<A>(m_arg->Evaluate(values))));
+}
+
+template <class R, class A, class F>
+NodePtr UnaryOperation<R, A, F>::Specialise(const ValueMap& values) const
+{
+    const NodePtr arg = m_arg->Specialise(values);
+    NodePtr operation = new UnaryOperation(m_name, m_function, arg);
+    return arg->IsConstant() ? NodePtr(new Constant(operation->Evaluate({}))) : operation;
 }
 
 template <class R, class A, class F>

@@ -16,6 +16,7 @@ public:
     Value::Type GetValueType() const override;
     void SetDefinedValueType(Value::Type type) override;
     Value Evaluate(const ValueMap& values) const override;
+    NodePtr Specialise(const ValueMap& values) const override;
     void Print(std::wostream& stream) const override;
 
 private:

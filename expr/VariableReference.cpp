@@ -1,5 +1,6 @@
 #include "expr/VariableReference.h"
 
+#include "expr/Constant.h"
 #include "runtime/Errors.h"
 
 #include <ostream>
@@ -21,6 +22,14 @@ Value VariableReference::Evaluate(const ValueMap& values) const
     if (found == values.end())
         throw qpr::RuntimeError(L"Variable '" + m_name + L"' not set");
     return found->second;
+}
+
+NodePtr VariableReference::Specialise(const ValueMap& values) const
+{
+    const auto found = values.find(m_name);
+    if (found == values.end())
+        return new VariableReference(m_name, m_type);
+    return new Constant(found->second);
 }
 
 void VariableReference::Print(std::wostream& stream) const
