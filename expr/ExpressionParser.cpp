@@ -111,7 +111,7 @@ NodePtr ExpressionParser::ParseSymbol(Value::Type type)
     if (symbol == L'+' || symbol == L'-')
         return ParseSign(type);
     if (symbol != L'(')
-        m_lexer.ThrowError(L"Invalid token '" + std::wstring(m_lexer.Current().text) + L"'");
+        m_lexer.ThrowInvalidToken();
     const NestingLevel level(m_nesting, m_lexer);
     return ParseExpression(type, L")");
 }
@@ -149,7 +149,7 @@ NodePtr ExpressionParser::ParseFunctionCall()
 {
     const Function* const function = FindFunction(m_lexer.Current().text);
     if (!function)
-        m_lexer.ThrowError(L"Invalid token '" + std::wstring(m_lexer.Current().text) + L"'");
+        m_lexer.ThrowInvalidToken();
     const NestingLevel level(m_nesting, m_lexer);
     m_lexer.ExpectSymbol(L'(');
     NodePtr arg0 = ParseArgument(function->binary ? L"," : L")");

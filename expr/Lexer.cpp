@@ -120,6 +120,11 @@ void Lexer::ThrowExpected(std::wstring_view what) const
     ThrowError(message);
 }
 
+void Lexer::ThrowInvalidToken() const
+{
+    ThrowError(L"Invalid token '" + std::wstring(m_token.text) + L"'");
+}
+
 void Lexer::SkipWhiteSpace()
 {
     while (m_offset < m_text.size() && IsSpace(m_text[m_offset]))

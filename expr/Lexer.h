@@ -54,6 +54,9 @@ public:
     /// The same: "Expected <what> but got '<current token>'", without the last part at the end of the text.
     [[noreturn]] void ThrowExpected(std::wstring_view what) const;
 
+    /// The same: "Invalid token '<current token>'".
+    [[noreturn]] void ThrowInvalidToken() const;
+
 private:
     void SkipWhiteSpace();
     bool NextIs(wchar_t c) const;

@@ -28,7 +28,7 @@ struct Nest
     std::wstring Formula(int count) const { return Repeated(count, prefix) + centre + Repeated(count, suffix); }
 };
 
-const std::wstring TooDeep = L"Expression nested more than 1000 deep at position ";
+const std::wstring TooDeep = L"Expression nested more than 1000 deep ";
 
 const Nest Nests[] = {
     {L"(", L"1", L")", 1000},
@@ -72,8 +72,7 @@ TEST(Nesting, IsBoundedForEveryConstruct)
 TEST(Nesting, OfAMillionIsAnErrorToo)
 {
     for (const wchar_t* unit : {L"(", L"-", L"sqrt(", L"if ", L"if true then ", L"min(", L"1 + (", L"true or ("})
-        EXPECT_EQ(ParseOutcome(Repeated(1000000, unit)).substr(0, 38), L"Expression nested more than 1000 deep ")
-            << unit;
+        EXPECT_EQ(ParseOutcome(Repeated(1000000, unit)).substr(0, TooDeep.size()), TooDeep) << unit;
 }
 
 TEST(Nesting, LargeFormulasThatStayFlatAreFine)
