@@ -38,6 +38,7 @@ int TellState(const std::vector<std::string>& arguments)
     int count = 0;
     while (readdir(directory))
         ++count;
+    closedir(directory);
     std::printf("descriptors %d\n", count - 3); // ".", ".." and the directory itself
     std::fputs("to the error stream", stderr);
     return 7;
@@ -215,12 +216,12 @@ TEST(ChildProcess, GetsHandlesThatAreStandardNumbersThemselvesInAnyOrder)
 
 TEST(ChildProcess, TellsTheSignalThatEndedIt)
 {
-    PipedChild child(StartOf("EchoUntilTheEnd", {std::to_wstring(SIGSEGV)}));
+    PipedChild child(StartOf("EchoUntilTheEnd", {std::to_wstring(SIGTERM)}));
     EXPECT_FALSE(child.process->WaitForCompletion(0, true));
     EXPECT_THROW(child.process->CollectExitStatus(), std::logic_error);
     child.CloseInput();
     child.process->WaitForCompletion();
-    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 128U + SIGSEGV);
+    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 128U + SIGTERM);
 }
 
 TEST(ChildProcess, IsFoundOnThePathOnlyWhenAskedFor)
