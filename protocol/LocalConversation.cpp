@@ -40,6 +40,8 @@ void RunLocalConversation(ICallContext& call, const LocalServiceInfo& service, c
 
     ServantProcess servant(commandLine, call.Log());
     const bool used = Attempt(call, [&] { return Converse(call, servant, clientIdentifier); });
+    if (settings.logServiceExecutionInfo)
+        servant.NotePeakMemory();
     const qpr::ChildProcess::ExitStatus status = servant.WaitForEnd(call.GetCancellation(), !used);
 
     if (!used && status.isKnown && status.exitCode != 0)

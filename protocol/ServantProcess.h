@@ -27,6 +27,9 @@ public:
     /// Signalled once the servant itself has ended.
     qpr::WaitObject EndObject() const noexcept { return m_process->Process().EndObject(); }
 
+    /// For who will ask for the figures: to be called while the servant still has its channels.
+    void NotePeakMemory() noexcept { m_process->Process().NotePeakMemory(); }
+
     /// Closes the command and answer channels, then as SupervisedProcess does.
     qpr::ChildProcess::ExitStatus WaitForEnd(const qpr::Cancellation& cancellation, bool hurry);
 

@@ -19,21 +19,23 @@ qpr::ChildProcess::ExitStatus SupervisedProcess::WaitForEnd(
     const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs)
 {
     const qpr::NonInterruptibleSection section;
-    if (!WaitWithGrace(m_process.EndObject(), cancellation, hurry, graceMs))
+    if (WaitWithGrace(m_process.EndObject(), cancellation, hurry, graceMs))
+        m_process.WaitForCompletion(); // notes the time
+    else
         m_process.Terminate();
     EndGroup(cancellation, graceMs);
     return m_process.CollectExitStatus();
 }
 
-/// A child that the process forgot may hold the log channel. One that left the group too keeps it, and is left alone.
+/// A child that the process forgot may hold the log channel: it is given time to finish, one that holds nothing is not.
+/// One that left the group too keeps the channel, and is left alone.
 void SupervisedProcess::EndGroup(const qpr::Cancellation& cancellation, std::uint32_t graceMs)
 {
     constexpr bool hurry = true;
-    if (!m_logForwarder->WaitForEnd(cancellation, hurry, graceMs))
-    {
-        m_process.Terminate();
+    const bool logHasEnded = m_logForwarder->WaitForEnd(cancellation, hurry, graceMs);
+    m_process.Terminate();
+    if (!logHasEnded)
         m_logForwarder->WaitForEnd(cancellation, hurry, graceTimeMs);
-    }
     m_logForwarder.reset();
 }
 

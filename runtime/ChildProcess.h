@@ -70,10 +70,6 @@ public:
     /// has been collected.
     void Terminate() noexcept;
 
-    /// Whether the process has ended and nothing of its group is left. Requires: it has not been collected. Looks at
-    /// all processes of the computer, so not for a tight loop.
-    bool GroupHasEnded() noexcept;
-
     struct ExitStatus
     {
         bool isKnown = false; ///< not so when the application ignores or collects the processes that it starts

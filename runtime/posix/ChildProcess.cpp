@@ -3,7 +3,6 @@
 #include "runtime/Errors.h"
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/EventDescriptor.h"
-#include "runtime/posix/ProcessGroup.h"
 #include "runtime/posix/ProcessSpawn.h"
 #include "runtime/posix/ProcessStatus.h"
 
@@ -218,11 +217,6 @@ void ChildProcess::Terminate() noexcept
 {
     if (!m_state->isCollected)
         m_state->Kill();
-}
-
-bool ChildProcess::GroupHasEnded() noexcept
-{
-    return m_state->IsEnded() && !HasRunningMembers(m_state->processId);
 }
 
 ChildProcess::ExitStatus ChildProcess::CollectExitStatus()
