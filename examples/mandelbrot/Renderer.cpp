@@ -84,7 +84,7 @@ void Render(const Options& options)
 
 void AddOptions(CLI::App& commandLine, Options& options)
 {
-    const auto side = CLI::Range(1u, 65536u);
+    const auto side = CLI::Range(1u, 65536u).description("");
     commandLine.add_option("--width", options.view.pictureWidth, "Pixels across")->check(side)->capture_default_str();
     commandLine.add_option("--height", options.view.pictureHeight, "Pixels down")->check(side)->capture_default_str();
     commandLine.add_option("--tile", options.tileSide, "Side of a tile in pixels")->check(side)->capture_default_str();
@@ -92,7 +92,7 @@ void AddOptions(CLI::App& commandLine, Options& options)
     commandLine.add_option("--imaginary", options.view.centreImaginary, "Centre of the view")->capture_default_str();
     commandLine.add_option("--span", options.view.width, "Width of the view")->capture_default_str();
     commandLine.add_option("--iterations", options.view.maxIterations, "How long a point is followed")
-        ->check(CLI::Range(1u, 10000000u))
+        ->check(CLI::Range(1u, 10000000u).description(""))
         ->capture_default_str();
     commandLine.add_option("--connector", options.connector, "Connector configuration")->capture_default_str();
     commandLine.add_option("output", options.output, "The picture's file")->capture_default_str();

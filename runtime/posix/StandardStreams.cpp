@@ -23,7 +23,9 @@ const NativeHandle inputHandle(STDIN_FILENO);
 PipeEnd ReopenOutput()
 {
     struct stat facts = {};
-    if (::fstat(STDOUT_FILENO, &facts) != 0 || !(S_ISFIFO(facts.st_mode) || S_ISCHR(facts.st_mode)))
+    const bool canBlock = ::fstat(STDOUT_FILENO, &facts) == 0 && (S_ISFIFO(facts.st_mode) || S_ISCHR(facts.st_mode));
+    const bool isForWriting = (::fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_RDONLY; // not so of a placeholder
+    if (!canBlock || !isForWriting)
         return PipeEnd();
     const int descriptor = ::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     return descriptor < 0 ? PipeEnd() : PipeEnd(NativeHandle(descriptor));

@@ -82,12 +82,13 @@ void Batch::CollectCall(BatchCall& call)
 {
     if (!call.Collect())
         return;
-    ++(call.IsDone() ? m_counts.done : m_counts.failed);
+    const bool wasInterrupted = call.GetOutcome() == BatchCall::Outcome::Cancelled;
+    ++(wasInterrupted ? m_counts.interrupted : call.IsDone() ? m_counts.done : m_counts.failed);
     if (call.HasStarted())
         ++m_counts.endedAfterStart;
-    if (call.HasStarted() || !m_isInterrupted)
+    if (call.HasStarted() || !wasInterrupted)
         m_jobLog.Write(call.Record());
-    if (!call.IsDone() && !m_isInterrupted)
+    if (!call.IsDone() && !wasInterrupted)
         ReportFailure(call);
 }
 
@@ -110,8 +111,10 @@ void Batch::CancelIfInterrupted()
 
 void Batch::ShowProgress()
 {
-    if (!m_progress.IsShown())
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_progress.IsShown() || now < m_nextProgress)
         return;
+    m_nextProgress = now + std::chrono::milliseconds(progressIntervalMs);
     m_counts.started = m_started;
     m_progress.Show(DescribeProgress(m_counts, ElapsedSeconds()));
 }

@@ -55,6 +55,7 @@ private:
     JobLog& m_jobLog;
     const qpr::InterruptSignal& m_interrupt;
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_nextProgress = m_start;
     ProgressLine m_progress;
     BatchCounts m_counts;
     std::atomic<std::size_t> m_started = 0;

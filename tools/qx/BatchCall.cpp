@@ -61,7 +61,14 @@ void BatchCall::Conclude()
         m_problem = "interrupted";
     else
         Publish();
+    if (m_exchange)
+    {
+        m_record.bytesIn = m_exchange->BytesIn();
+        m_record.bytesOut = m_exchange->BytesOut();
+    }
+    m_exchange.reset();
     m_output.reset();
+    m_input.reset();
     m_record.result = m_problem.empty() ? "done" : "failed: " + m_problem;
 }
 
@@ -82,13 +89,11 @@ void BatchCall::Execute(qxmi::IServiceConnectionW& connection)
     m_record.start = std::chrono::system_clock::now();
     m_hasStarted = true;
     m_listener.OnStarted();
-    FileReader input(m_item.file);
+    m_input = std::make_unique<FileReader>(m_item.file);
     m_output = std::make_unique<WholeFile>(m_item.output);
-    Exchange exchange(input, *m_output);
-    exchange.Run(connection);
+    m_exchange = std::make_unique<Exchange>(*m_input, *m_output);
+    m_exchange->Run(connection);
     m_output->Close();
-    m_record.bytesIn = exchange.BytesIn();
-    m_record.bytesOut = exchange.BytesOut();
     m_listener.OnConversed(*this);
 }
 

@@ -52,7 +52,7 @@ public:
     bool Collect();
 
     bool HasStarted() const noexcept { return m_hasStarted; }
-    bool IsDone() const noexcept { return m_record.result == "done"; }
+    bool IsDone() const noexcept { return m_problem.empty(); }
     const std::string& Problem() const noexcept { return m_problem; }
 
     /// How it went. Requires: collected.
@@ -76,7 +76,9 @@ private:
     std::unique_ptr<CallWaiter> m_waiter;
     std::atomic<bool> m_hasStarted = false;
     bool m_isCollected = false;
+    std::unique_ptr<FileReader> m_input;
     std::unique_ptr<WholeFile> m_output;
+    std::unique_ptr<Exchange> m_exchange;
     std::string m_logTail;
     std::string m_problem;
     JobRecord m_record;

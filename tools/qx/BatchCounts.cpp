@@ -55,8 +55,11 @@ std::string DescribeProgress(const BatchCounts& counts, double elapsedSeconds)
 
 std::string DescribeSummary(const BatchCounts& counts, double elapsedSeconds)
 {
-    return DoneAndFailed(counts) + FormatNumber(elapsedSeconds, 1) + " s, "
-        + FormatNumber(RateOf(counts, elapsedSeconds), 1) + " calls/s";
+    std::string text = DoneAndFailed(counts);
+    if (counts.interrupted > 0)
+        text += std::to_string(counts.interrupted) + " interrupted, ";
+    return text + FormatNumber(elapsedSeconds, 1) + " s, " + FormatNumber(RateOf(counts, elapsedSeconds), 1)
+        + " calls/s";
 }
 
 } // namespace qx

@@ -14,8 +14,9 @@ struct BatchCounts
     std::size_t endedAfterStart = 0;
     std::size_t done = 0;
     std::size_t failed = 0;
+    std::size_t interrupted = 0;
 
-    std::size_t Ended() const noexcept { return done + failed; }
+    std::size_t Ended() const noexcept { return done + failed + interrupted; }
     std::size_t Running() const noexcept { return started - endedAfterStart; }
     std::size_t Pending() const noexcept { return total - Ended() - Running(); }
 };
@@ -23,7 +24,7 @@ struct BatchCounts
 /// "[####----] 5 done, 0 failed, 2 running, 3 pending, 1.2/s, 0:05 left"
 std::string DescribeProgress(const BatchCounts& counts, double elapsedSeconds);
 
-/// "5 done, 1 failed, 2.5 s, 2.4 calls/s"
+/// "5 done, 1 failed, 2.5 s, 2.4 calls/s"; those interrupted are told when there are any.
 std::string DescribeSummary(const BatchCounts& counts, double elapsedSeconds);
 
 } // namespace qx

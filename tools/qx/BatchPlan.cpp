@@ -43,7 +43,8 @@ std::filesystem::path OutputOf(
 std::filesystem::path Identity(const std::filesystem::path& path)
 {
     std::error_code ignored;
-    std::filesystem::path identity = std::filesystem::weakly_canonical(path, ignored);
+    std::filesystem::path identity =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(path, ignored), ignored);
     return ignored ? path : identity;
 }
 

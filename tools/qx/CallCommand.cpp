@@ -19,6 +19,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -29,7 +30,7 @@ struct Options
     std::string service;
     std::vector<std::string> attributes;
     std::string logFile;
-    double timeoutSeconds = 0; // 0: no limit
+    std::optional<double> timeout; // in seconds
 };
 
 /// The call between this process's standard streams and the servant.
@@ -63,12 +64,12 @@ enum class End
 };
 
 /// Cancels the call when it does not end by itself first; then too it has ended on return.
-End WaitForEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt, double timeoutSeconds)
+End WaitForEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt, std::optional<double> timeout)
 {
     qpr::ThreadEvent ended(qpr::ThreadEvent::Kind_ManualReset);
     const qx::CallWaiter waiter(call, [&ended] { ended.Signal(); });
     const std::array objects = {ended.Object(), interrupt.Object()};
-    const auto timeoutMs = timeoutSeconds > 0 ? static_cast<std::uint32_t>(timeoutSeconds * 1000) : qpr::Infinite;
+    const auto timeoutMs = timeout ? static_cast<std::uint32_t>(*timeout * 1000) : qpr::Infinite;
     switch (qpr::Thread::WaitForAnyObject(objects, L"qx::Call", timeoutMs, true))
     {
     case 0:
@@ -80,26 +81,31 @@ End WaitForEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt, 
     }
 }
 
-void ThrowUnlessDone(const CallRequest& request, End end, double timeoutSeconds)
+void ThrowUnlessDone(const CallRequest& request, End end, std::optional<double> timeout)
 {
     if (request.GetOutcome() == CallRequest::Outcome::Done)
         return;
     if (end == End::Interrupted)
         throw qx::Interrupted();
     if (end == End::TimedOut)
-        throw std::runtime_error("call timed out after " + qx::FormatNumber(timeoutSeconds, 3) + " s");
+        throw std::runtime_error("call timed out after " + qx::FormatNumber(timeout.value(), 3) + " s");
     throw std::runtime_error(request.ErrorText());
 }
 
+constexpr double minTimeoutSeconds = 0.001;
+constexpr double maxTimeoutSeconds = 4000000; // in milliseconds still a 32-bit number
+
 int Call(const Options& options)
 {
+    if (options.timeout && !(*options.timeout >= minTimeoutSeconds && *options.timeout <= maxTimeoutSeconds))
+        throw qx::WrongCommandLine("--timeout must be between 0.001 and 4000000 seconds");
     const qpr::InterruptSignal interrupt;
     qx::CallLog log(options.logFile);
     CallRequest request(options, log);
     const auto connector = qx::CreateConnector(options.connector);
     const qx::LibraryObject<qxmi::IServiceCall> call(connector->CreateServiceCall(request));
-    const End end = WaitForEnd(*call, interrupt, options.timeoutSeconds);
-    ThrowUnlessDone(request, end, options.timeoutSeconds);
+    const End end = WaitForEnd(*call, interrupt, options.timeout);
+    ThrowUnlessDone(request, end, options.timeout);
     log.Close();
     return qx::ExitCode_Done;
 }
@@ -115,8 +121,7 @@ void qx::AddCallCommand(Program& program)
     options->connector.AddTo(command);
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
     command.add_option("KEY=VALUE", options->attributes, "Attributes of the request")->type_name("");
-    command.add_option("--timeout", options->timeoutSeconds, "Cancel the call after this many seconds")
-        ->check(CLI::Range(0.001, 4000000.0))
+    command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")
         ->type_name("SECONDS");
     command.add_option("--log", options->logFile, "Write the call's log there, not to the standard error stream")
         ->type_name("FILE");

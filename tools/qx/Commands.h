@@ -11,6 +11,9 @@ void AddCallCommand(Program& program);
 void AddBatchCommand(Program& program);
 void AddCheckCommand(Program& program);
 void AddServicesCommand(Program& program);
+void AddExprCommand(Program& program);
+void AddUsageCommand(Program& program);
+void AddHostCommand(Program& program);
 void AddTopCommand(Program& program);
 
 } // namespace qx

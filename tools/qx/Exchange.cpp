@@ -16,11 +16,13 @@ namespace
 
 constexpr std::size_t pieceSize = 256 * 1024;
 
-/// What the servant has not taken by the end of its output it does not want; nobody is to send it any more.
+/// What the servant has not taken by the end of its output it does not want. Nobody is to send it any more, nor to take
+/// a write that failed for the call's error.
 void AbandonOutput(qxmi::IServiceConnectionW& connection)
 {
     if (auto* extended = dynamic_cast<qxmi::internal::IServiceConnectionExW*>(&connection))
         extended->Abandon();
+    connection.OutputStream().clear();
 }
 
 } // namespace

@@ -2,9 +2,11 @@
 
 #include "config/Version.h"
 #include "runtime/Errors.h"
+#include "runtime/Terminal.h"
 #include "runtime/Thread.h"
 #include "runtime/Utf8.h"
 #include "tools/qx/ExitCode.h"
+#include "tools/qx/FormulaPointer.h"
 
 #include <iostream>
 
@@ -66,7 +68,11 @@ catch (const CLI::Success& request)
 }
 catch (const CLI::ParseError& error)
 {
-    return Report(error.what(), ExitCode_WrongCommandLine);
+    // Asked for first: that no command was given is then not what is wrong.
+    const std::vector<std::string> unknown = m_commandLine.remaining();
+    const bool isUnknownCommand = m_commandLine.get_subcommands().empty() && !unknown.empty();
+    return Report(
+        isUnknownCommand ? "there is no command '" + unknown[0] + "'" : error.what(), ExitCode_WrongCommandLine);
 }
 catch (const WrongCommandLine& error)
 {
@@ -75,6 +81,13 @@ catch (const WrongCommandLine& error)
 catch (const Interrupted&)
 {
     return Report("interrupted", ExitCode_Interrupted);
+}
+catch (const qexpr::ParseError& error)
+{
+    Report(error.what(), ExitCode_Failed);
+    if (qpr::IsTerminal(qpr::StandardStream::Error))
+        std::cerr << PointAtError(error, qpr::GetTerminalSize().columns) << std::endl;
+    return ExitCode_Failed;
 }
 catch (const std::exception& error)
 {

@@ -79,9 +79,9 @@ std::vector<std::string> DescribeWorkTable(
         pending += row.work.pending.jobs;
     }
     std::vector<std::string> lines = {
-        std::string(view.isGlobal ? "Global" : "Local") + " work table: " + std::to_string(view.rows.size())
-            + " client processes, " + std::to_string(view.total.jobs) + " calls running, " + std::to_string(pending)
-            + " pending",
+        std::string(view.isGlobal ? "Global" : "Local") + " work table: client processes "
+            + std::to_string(view.rows.size()) + ", running calls " + std::to_string(view.total.jobs)
+            + ", pending calls " + std::to_string(pending),
         UsageLine("Processors", view.total.processors, host.processors, barWidth),
         UsageLine("Memory MB ", view.total.memoryInMB, host.memoryInMB, barWidth),
         "",

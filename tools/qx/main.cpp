@@ -11,6 +11,9 @@ int main(int argc, char** argv)
     qx::AddBatchCommand(program);
     qx::AddCheckCommand(program);
     qx::AddServicesCommand(program);
+    qx::AddExprCommand(program);
+    qx::AddUsageCommand(program);
+    qx::AddHostCommand(program);
     qx::AddTopCommand(program);
     return program.Run(qpr::ProgramArguments(argc, argv));
 }

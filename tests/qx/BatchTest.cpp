@@ -1,0 +1,116 @@
+#include "ToolFixture.h"
+
+#include "runtime/Utf8.h"
+
+#include <fstream>
+#include <set>
+
+using test::ProgramEnd;
+
+class BatchTest : public test::ToolFixture
+{
+protected:
+    std::string Content(const std::filesystem::path& path) const
+    {
+        std::ifstream file(directory.Path() / path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::set<std::string> FilesIn(const char* name) const
+    {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(directory.Path() / name))
+            names.insert(entry.path().filename().string());
+        return names;
+    }
+
+    /// The result column by file name, and how many lines there are in all.
+    std::vector<std::string> JobLines() const
+    {
+        std::ifstream log(directory.Path() / "jobs", std::ios::binary);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(log, line);)
+            lines.push_back(line);
+        return lines;
+    }
+
+    std::wstring Output() const { return directory.PathOf("out"); }
+    std::wstring JobLog() const { return directory.PathOf("jobs"); }
+};
+
+TEST_F(BatchTest, GivesEachFileItsOutput)
+{
+    std::string list;
+    for (int i = 0; i < 20; ++i)
+    {
+        const std::string name = "in" + std::to_string(i);
+        list += qpr::ToUtf8(directory.Write(name.c_str(), std::string(i * 10000, 'a'))) + (i % 2 ? "\r\n" : "\n");
+    }
+    const ProgramEnd end =
+        Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--suffix", L".copy", L"-"}, list);
+    EXPECT_EQ(end.exitCode, 0u) << end;
+    EXPECT_EQ(end.errors.find("20 done, 0 failed, "), 0u) << end;
+    EXPECT_EQ(FilesIn("out").size(), 20u);
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(Content("out/in" + std::to_string(i) + ".copy") == std::string(i * 10000, 'a'));
+}
+
+TEST_F(BatchTest, ReportsAFailedFileAndGoesOn)
+{
+    const std::wstring good = directory.Write("good", "data");
+    const std::wstring missing = directory.PathOf("absent");
+    const ProgramEnd end =
+        Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", JobLog(), missing, good});
+    EXPECT_EQ(end.exitCode, 1u);
+    EXPECT_EQ(
+        end.errors.find("qx: " + qpr::ToUtf8(missing) + ": CreateFile('" + qpr::ToUtf8(missing) + "') failed"), 0u)
+        << end;
+    EXPECT_NE(end.errors.find("\n1 done, 1 failed, "), std::string::npos) << end;
+    EXPECT_TRUE(end.errors.ends_with("\nqx: 1 of 2 calls failed\n")) << end;
+    EXPECT_EQ(FilesIn("out"), std::set<std::string>{"good.out"});
+    const std::vector<std::string> lines = JobLines();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "seq\tfile\tstart\tduration\tin\tout\tresult");
+}
+
+TEST_F(BatchTest, LeavesNoPartOfAnOutputThatFailed)
+{
+    std::filesystem::create_directories(directory.Path() / "out" / "in.out" / "in the way");
+    const ProgramEnd end =
+        Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), directory.Write("in", "x")});
+    EXPECT_EQ(end.exitCode, 1u);
+    EXPECT_EQ(FilesIn("out"), std::set<std::string>{"in.out"});
+}
+
+TEST_F(BatchTest, ResumesWhereTheJobLogEnds)
+{
+    const std::string done = qpr::ToUtf8(directory.Write("done", "1"));
+    const std::string failed = qpr::ToUtf8(directory.Write("failed", "2"));
+    const std::string torn = qpr::ToUtf8(directory.Write("torn", "3"));
+    const std::string before = "seq\tfile\tstart\tduration\tin\tout\tresult\n"
+                               "1\t"
+        + done
+        + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t1\tdone\n"
+          "2\t"
+        + failed + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t0\tfailed: no luck\n";
+    directory.Write("jobs", before + "3\t" + torn + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t1\tdo");
+    const ProgramEnd end = Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", JobLog(),
+        L"--resume", L"@" + directory.Write("list", done + "\n" + failed + "\n" + torn + "\n")});
+    EXPECT_EQ(end.exitCode, 0u) << end;
+    EXPECT_EQ(FilesIn("out"), (std::set<std::string>{"failed.out", "torn.out"}));
+    EXPECT_TRUE(Content("jobs").starts_with(before));
+    const std::vector<std::string> lines = JobLines();
+    ASSERT_EQ(lines.size(), 5u);
+    const std::set<std::string> added = {lines[3].substr(0, 2 + failed.size()), lines[4].substr(0, 2 + torn.size())};
+    EXPECT_TRUE(lines[3].ends_with("\t1\t1\tdone") && lines[4].ends_with("\t1\t1\tdone")) << Content("jobs");
+}
+
+TEST_F(BatchTest, DoesNotTakeAnotherFileForAJobLog)
+{
+    const std::string text = "this is my only copy\n";
+    const std::wstring file = directory.Write("jobs", text);
+    EXPECT_EQ(Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", file, L"--resume",
+                  directory.Write("in", "x")}),
+        (ProgramEnd{1, "", "qx: job log '" + qpr::ToUtf8(file) + "' is not a job log\n"}));
+    EXPECT_EQ(Content("jobs"), text);
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "config/TemporaryDirectory.h"
+#include "support/ProgramRun.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+/// Runs the tool with a configuration of the test servant's services. Its calls need so little that other tests and
+/// programs on this computer do not keep them waiting.
+class ToolFixture : public testing::Test
+{
+protected:
+    ToolFixture()
+    {
+        // Servant paths are relative to the configuration; the test's directory is elsewhere, maybe far away.
+        const auto servant = std::filesystem::relative(ProgramPath(L"qx-test-servant"), directory.Path());
+        configuration = directory.Write("qx.xml",
+            "<QxConfiguration><Servants><Servant TargetPlatform='WinX64' RelativePath='" + servant.string()
+                + "'><Services><Service Name='Echo'/><Service Name='AnswerFirst'/><Service Name='FirstLine'/>"
+                  "<Service Name='Break'/><Service Name='Log'/><Service Name='Hang'/></Services></Servant>"
+                  "<Servant TargetPlatform='WinX64' RelativePath='missing'><Services><Service Name='Missing'/>"
+                  "</Services></Servant></Servants></QxConfiguration>");
+    }
+
+    /// Without a configuration or a connector of its own.
+    static ProgramEnd RunBare(const std::vector<std::wstring>& arguments, const std::string& input = {})
+    {
+        return RunProgram({L"qx", arguments, input, {{L"QX_CONFIGURATION", L""}}});
+    }
+
+    /// A command that makes calls.
+    ProgramEnd Run(std::vector<std::wstring> arguments, const std::string& input = {}) const
+    {
+        const std::vector<std::wstring> connector = {L"--config", configuration, L"--connector",
+            L"<LocalServiceConnector MaxLocalServants='1000' ProcessorUtilizationLimit='500%'"
+            L" PhysicalMemoryUtilizationLimit='500%'/>"};
+        arguments.insert(arguments.begin() + 1, connector.begin(), connector.end());
+        return RunBare(arguments, input);
+    }
+
+    TemporaryDirectory directory;
+    std::wstring configuration;
+};
+
+} // namespace test
