@@ -28,11 +28,19 @@ constexpr std::size_t CopyStep = 16;
 constexpr std::size_t InputMargin = 4 + 2 * CopyStep + 4;
 constexpr std::size_t OutputMargin = 2 * CopyStep + MaxMatch + CopyStep;
 
+inline void CopyPiece(std::uint8_t* to, const std::uint8_t* from)
+{
+    StoreUnaligned(to, LoadUnaligned<std::uint64_t>(from));
+    StoreUnaligned(to + sizeof(std::uint64_t), LoadUnaligned<std::uint64_t>(from + sizeof(std::uint64_t)));
+}
+
+/// In words of 8 bytes, one after the other: right for ranges at least that far apart, and a word that is soon read
+/// back comes from one store, which is fast.
 inline void CopyRounded(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
 {
-    std::memcpy(to, from, CopyStep);
+    CopyPiece(to, from);
     for (std::size_t done = CopyStep; done < size; done += CopyStep)
-        std::memcpy(to + done, from + done, CopyStep);
+        CopyPiece(to + done, from + done);
 }
 
 /// Ascending, so that a match may repeat what it produces.
@@ -107,27 +115,29 @@ inline void Unpacking::EnterUpTo(std::size_t end)
 
 /// Enters the match and the two positions before it, as far as they are literals. What is copied stands at the source
 /// too, and has the index by which that was found.
+
 inline void Unpacking::EnterAround(std::size_t match, std::size_t source, std::uint32_t index)
 {
-    const std::uint32_t bytes =
-        m_data[match - 2] | m_data[match - 1] << 8 | LoadUnaligned<std::uint16_t>(m_data + source) << 16;
-    m_table[m_entered + 2 <= match ? TableIndex(bytes) : NoIndex] = static_cast<std::uint32_t>(match - 2);
-    m_table[m_entered + 1 <= match ? TableIndex(bytes >> 8) : NoIndex] = static_cast<std::uint32_t>(match - 1);
+    if (m_entered != match)
+    {
+        const std::uint32_t bytes =
+            m_data[match - 2] | m_data[match - 1] << 8 | LoadUnaligned<std::uint16_t>(m_data + source) << 16;
+        m_table[m_entered + 2 <= match ? TableIndex(bytes) : NoIndex] = static_cast<std::uint32_t>(match - 2);
+        m_table[TableIndex(bytes >> 8)] = static_cast<std::uint32_t>(match - 1);
+    }
     m_table[index] = static_cast<std::uint32_t>(match);
 }
 
 /// Requires: HasRoom().
 inline void Unpacking::TakeStep()
 {
-    if (m_control == 1)
-        TakeControlWord();
     const int literals = std::countr_zero(m_control);
     CopyRounded(m_data + m_out, m_in, static_cast<std::size_t>(literals));
     m_in += literals;
     m_out += static_cast<std::size_t>(literals);
     m_control >>= literals;
     if (m_control == 1)
-        return;
+        return TakeControlWord();
     m_control >>= 1;
 
     if (m_entered + 2 < m_out)
@@ -140,7 +150,7 @@ inline void Unpacking::TakeStep()
         length = *m_in++;
 
     const std::size_t source = FindSource(index, length);
-    if (m_out - source >= CopyStep)
+    if (m_out - source >= sizeof(std::uint64_t))
         CopyRounded(m_data + m_out, m_data + source, length);
     else
         CopyByByte(m_data + m_out, m_data + source, length);
