@@ -49,6 +49,12 @@ void Evaluator::GetInputVariableTypes(ValueTypeMap& types) const
             types.emplace(name, type);
 }
 
+Value::Type Evaluator::GetVariableType(std::wstring_view name) const
+{
+    const auto known = m_knownVariableTypes.find(name);
+    return known == m_knownVariableTypes.end() ? Value::Type_Undefined : known->second;
+}
+
 bool Evaluator::UsesVariable(const Expression& expression, std::wstring_view name) const
 {
     // Each helper is looked into once: helpers that use each other have more ways through them than one can walk.

@@ -30,6 +30,9 @@ public:
     /// Adds every variable that a formula or definition so far refers to and no definition gives a value.
     void GetInputVariableTypes(ValueTypeMap& types) const;
 
+    /// Of an input or a helper; undefined when nothing refers to the name.
+    Value::Type GetVariableType(std::wstring_view name) const;
+
     /// Whether the expression refers to the name, itself or through helpers.
     bool UsesVariable(const Expression& expression, std::wstring_view name) const;
 

@@ -109,7 +109,7 @@ void Lexer::ExpectSymbol(wchar_t symbol)
 
 void Lexer::ThrowError(std::wstring_view message) const
 {
-    throw ParseError(message, m_token.position, m_description);
+    throw ParseError(message, m_text, m_token.position, m_description);
 }
 
 void Lexer::ThrowExpected(std::wstring_view what) const

@@ -13,8 +13,9 @@ std::wstring Place(int position)
 
 } // namespace
 
-ParseError::ParseError(std::wstring_view message, int position, std::wstring_view source)
+ParseError::ParseError(std::wstring_view message, std::wstring_view text, int position, std::wstring_view source)
     : qpr::RuntimeError(std::wstring(message) + Place(position) + L" of " + std::wstring(source))
+    , m_text(text)
     , m_position(position)
     , m_source(source)
 {

@@ -13,7 +13,7 @@ TEST_F(FormulaTest, ExprPrintsADocument)
 {
     EXPECT_EQ(RunBare({L"expr", L"--json", L"A + B * 2", L"A=1", L"B=2"}),
         (ProgramEnd{0,
-            R"({
+            R"json({
   "canonical": "add(float A, mul(float B, 2))",
   "type": "float",
   "variables": {
@@ -22,7 +22,7 @@ TEST_F(FormulaTest, ExprPrintsADocument)
   },
   "value": 5.0
 }
-)",
+)json",
             ""}));
 }
 
@@ -64,7 +64,7 @@ TEST_F(FormulaTest, UsageSupposesAComputer)
                   L"<LocalServiceConnector PhysicalMemoryUtilizationLimit='50%'/>", L"--processors", L"8",
                   L"--memory-mb", L"900", L"--json", L"S", L"Size=100"}),
         (ProgramEnd{0,
-            R"({
+            R"json({
   "service": "S",
   "expectedProcessorUsage": 4.0,
   "expectedMemoryUsageInMB": 400.0,
@@ -73,7 +73,7 @@ TEST_F(FormulaTest, UsageSupposesAComputer)
   "processorLimit": 8.0,
   "memoryLimitInMB": 450.0
 }
-)",
+)json",
             ""}));
     EXPECT_EQ(RunBare({L"usage", L"--config", configuration, L"T"}),
         (ProgramEnd{1, "", "qx: Service 'T' not available on local computer\n"}));
