@@ -31,3 +31,10 @@ TEST(GzipPosixTest, TheConfigurationOfTheExamplesWorksWhereItStands)
     EXPECT_EQ(end.exitCode, 0u) << end.errors;
     EXPECT_EQ(Unzip(end.output), "hello\n");
 }
+
+TEST(GzipPosixTest, HelloFindsTheConfigurationBesideItself)
+{
+    const test::ProgramEnd end = test::RunProgram({L"hello", {}});
+    EXPECT_EQ(end.errors, "");
+    EXPECT_EQ(Unzip(end.output), "hello\n");
+}
