@@ -189,6 +189,7 @@ TEST(Parser, ErrorsCarryThePositionForTools)
     }
     catch (const ParseError& error)
     {
+        EXPECT_EQ(error.GetText(), L"1 + ?");
         EXPECT_EQ(error.GetPosition(), 5);
         EXPECT_EQ(error.GetSource(), L"formula");
     }
