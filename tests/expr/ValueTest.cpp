@@ -42,7 +42,8 @@ TEST(Value, CopiesOwnTheirText)
     Value second = first;
     first = Value(L"changed");
     EXPECT_EQ(Printed(second), L"'first'");
-    second = second;
+    const Value& itself = second;
+    second = itself;
     EXPECT_EQ(Printed(second), L"'first'");
     const Value moved = std::move(second);
     EXPECT_EQ(Printed(moved), L"'first'");
