@@ -54,3 +54,12 @@ TEST_F(CallTest, CancelsACallThatTakesTooLong)
     EXPECT_EQ(end.exitCode, 1u);
     EXPECT_NE(end.errors.find("qx: call timed out after 0.25 s\n"), std::string::npos) << end;
 }
+
+TEST_F(CallTest, FailsWhenNobodyTakesItsOutput)
+{
+    test::RunningProgram program(Start({L"call", L"Echo"}, std::string(5000000, 'x')));
+    program.CloseOutput();
+    const ProgramEnd end = program.WaitForEnd();
+    EXPECT_EQ(end.exitCode, 1u);
+    EXPECT_NE(end.errors.find("qx: WriteFile"), std::string::npos) << end;
+}

@@ -36,13 +36,17 @@ protected:
     }
 
     /// A command that makes calls.
-    ProgramEnd Run(std::vector<std::wstring> arguments, const std::string& input = {}) const
+    ProgramStart Start(std::vector<std::wstring> arguments, const std::string& input = {}) const
     {
         const std::vector<std::wstring> connector = {L"--config", configuration, L"--connector",
             L"<LocalServiceConnector MaxLocalServants='1000' ProcessorUtilizationLimit='500%'"
             L" PhysicalMemoryUtilizationLimit='500%'/>"};
         arguments.insert(arguments.begin() + 1, connector.begin(), connector.end());
-        return RunBare(arguments, input);
+        return {L"qx", arguments, input};
+    }
+    ProgramEnd Run(const std::vector<std::wstring>& arguments, const std::string& input = {}) const
+    {
+        return RunProgram(Start(arguments, input));
     }
 
     TemporaryDirectory directory;

@@ -3,9 +3,11 @@
 #include "runtime/ChildProcess.h"
 #include "runtime/NamedPipe.h"
 #include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
 #include "support/ChildMain.h"
 
 #include <filesystem>
+#include <mutex>
 #include <ostream>
 
 namespace test
@@ -18,32 +20,66 @@ namespace
 class Collector final : public qpr::IRunnable
 {
 public:
-    Collector(qpr::NativeHandle handle, std::string& text)
-        : m_reader(handle)
-        , m_text(text)
+    explicit Collector(qpr::PipeEnd end)
+        : m_end(std::move(end))
+        , m_thread(*this)
     {
+    }
+
+    void WaitForText(const std::string& text)
+    {
+        while (!HoldsOrHasEnded(text))
+            m_changed.Wait();
+    }
+
+    /// All of it, once there can be no more.
+    std::string Finish()
+    {
+        m_thread.WaitForCompletion();
+        return m_text;
     }
 
     void Run() override
     {
+        qpr::PipeReader reader(m_end.Handle());
         char piece[65536];
-        while (const std::size_t size = m_reader.Read(piece, sizeof piece))
-            m_text.append(piece, size);
+        while (const std::size_t size = reader.Read(piece, sizeof piece))
+            Append({piece, size}, false);
+        Append({}, true);
     }
-    void HandleError(const std::exception& error) override { m_text += error.what(); }
+    void HandleError(const std::exception& error) override { Append(error.what(), true); }
 
 private:
-    qpr::PipeReader m_reader;
-    std::string& m_text;
+    bool HoldsOrHasEnded(const std::string& text)
+    {
+        const std::lock_guard lock(m_lock);
+        return m_hasEnded || m_text.find(text) != std::string::npos;
+    }
+
+    void Append(std::string_view piece, bool isEnd)
+    {
+        const std::lock_guard lock(m_lock);
+        m_text += piece;
+        m_hasEnded = isEnd;
+        m_changed.Signal();
+    }
+
+    qpr::PipeEnd m_end;
+    std::mutex m_lock;
+    std::string m_text;
+    bool m_hasEnded = false;
+    qpr::ThreadEvent m_changed{qpr::ThreadEvent::Kind_AutoReset};
+    qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
 };
 
 /// Gives the input; a program that does not take it all is no error.
 class Feeder final : public qpr::IRunnable
 {
 public:
-    Feeder(qpr::PipeEnd end, const std::string& input)
+    Feeder(qpr::PipeEnd end, std::string input)
         : m_end(std::move(end))
-        , m_input(input)
+        , m_input(std::move(input))
+        , m_thread(*this)
     {
     }
 
@@ -56,8 +92,23 @@ public:
 
 private:
     qpr::PipeEnd m_end;
-    const std::string& m_input;
+    const std::string m_input;
+    qpr::Thread m_thread;
 };
+
+std::unique_ptr<qpr::ChildProcess> StartProcess(
+    const ProgramStart& start, qpr::NativeHandle input, qpr::NativeHandle output, qpr::NativeHandle errors)
+{
+    qpr::ProcessStart process;
+    process.executablePath = ProgramPath(start.program);
+    process.arguments = start.arguments;
+    process.arguments.insert(process.arguments.begin(), start.program);
+    process.environment = start.environment;
+    process.standardInput = input;
+    process.standardOutput = output;
+    process.standardError = errors;
+    return std::make_unique<qpr::ChildProcess>(process);
+}
 
 } // namespace
 
@@ -74,37 +125,57 @@ std::ostream& operator<<(std::ostream& stream, const ProgramEnd& end)
     return stream << "exit code " << end.exitCode << "\noutput:\n" << end.output << "\nerrors:\n" << end.errors;
 }
 
-ProgramEnd RunProgram(const ProgramStart& start)
+struct RunningProgram::State
+{
+    std::unique_ptr<qpr::ChildProcess> process;
+    std::unique_ptr<Feeder> input;
+    std::unique_ptr<Collector> output;
+    std::unique_ptr<Collector> errors;
+};
+
+RunningProgram::RunningProgram(const ProgramStart& start)
+    : m_state(std::make_unique<State>())
 {
     qpr::PipePair input(false, true);
     qpr::PipePair output(true, false);
     qpr::PipePair errors(true, false);
+    m_state->process = StartProcess(start, input.server.Handle(), output.client.Handle(), errors.client.Handle());
+    m_state->input = std::make_unique<Feeder>(std::move(input.client), start.input);
+    m_state->output = std::make_unique<Collector>(std::move(output.server));
+    m_state->errors = std::make_unique<Collector>(std::move(errors.server));
+}
 
-    qpr::ProcessStart process;
-    process.executablePath = ProgramPath(start.program);
-    process.arguments = start.arguments;
-    process.arguments.insert(process.arguments.begin(), start.program);
-    process.environment = start.environment;
-    process.standardInput = input.server.Handle();
-    process.standardOutput = output.client.Handle();
-    process.standardError = errors.client.Handle();
-    qpr::ChildProcess child(process);
-    input.server.Close();
-    output.client.Close();
-    errors.client.Close();
+RunningProgram::~RunningProgram() = default;
 
+std::uint32_t RunningProgram::ProcessId() const
+{
+    return m_state->process->ProcessId();
+}
+
+void RunningProgram::WaitForErrors(const std::string& text)
+{
+    m_state->errors->WaitForText(text);
+}
+
+void RunningProgram::CloseOutput()
+{
+    m_state->output.reset();
+}
+
+ProgramEnd RunningProgram::WaitForEnd()
+{
     ProgramEnd end;
-    Feeder feeder(std::move(input.client), start.input);
-    Collector outputCollector(output.server.Handle(), end.output);
-    Collector errorCollector(errors.server.Handle(), end.errors);
-    qpr::Thread feederThread(feeder);
-    qpr::Thread outputThread(outputCollector);
-    qpr::Thread errorThread(errorCollector);
-    outputThread.WaitForCompletion();
-    errorThread.WaitForCompletion();
-    child.WaitForCompletion();
-    end.exitCode = child.CollectExitStatus().exitCode;
+    if (m_state->output)
+        end.output = m_state->output->Finish();
+    end.errors = m_state->errors->Finish();
+    m_state->process->WaitForCompletion();
+    end.exitCode = m_state->process->CollectExitStatus().exitCode;
     return end;
+}
+
+ProgramEnd RunProgram(const ProgramStart& start)
+{
+    return RunningProgram(start).WaitForEnd();
 }
 
 } // namespace test

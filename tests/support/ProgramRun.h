@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,29 @@ struct ProgramEnd
 
 std::ostream& operator<<(std::ostream& stream, const ProgramEnd& end);
 
-/// Runs a program to its end, its three standard streams connected to pipes.
+/// A program that runs, its three standard streams connected to pipes. Ended by force when it is not waited for.
+class RunningProgram
+{
+public:
+    explicit RunningProgram(const ProgramStart& start);
+    ~RunningProgram();
+
+    std::uint32_t ProcessId() const;
+
+    /// Returns when the program has written this to its error stream, or has ended.
+    void WaitForErrors(const std::string& text);
+
+    /// From now on nobody reads the program's output.
+    void CloseOutput();
+
+    ProgramEnd WaitForEnd();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+/// Runs a program to its end.
 ProgramEnd RunProgram(const ProgramStart& start);
 
 } // namespace test

@@ -55,8 +55,9 @@ int Log(qxservant::Connection& connection)
     return 0;
 }
 
-int Hang(qxservant::Connection&)
+int Hang(qxservant::Connection& connection)
 {
+    connection.Log() << "hanging" << std::endl;
     std::this_thread::sleep_for(std::chrono::hours(1)); // the kit ends the process when the client is gone
     return 0;
 }

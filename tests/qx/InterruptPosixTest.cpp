@@ -1,0 +1,40 @@
+#include "ToolFixture.h"
+
+#include <csignal>
+
+using test::ProgramEnd;
+
+class InterruptPosixTest : public test::ToolFixture
+{
+protected:
+    /// Interrupts the program once its servant runs.
+    static ProgramEnd Interrupt(const test::ProgramStart& start, int signal, const std::string& runs = "hanging")
+    {
+        test::RunningProgram program(start);
+        program.WaitForErrors(runs);
+        kill(static_cast<pid_t>(program.ProcessId()), signal);
+        return program.WaitForEnd();
+    }
+};
+
+TEST_F(InterruptPosixTest, CancelsTheCallFirst)
+{
+    for (const int signal : {SIGINT, SIGTERM})
+    {
+        const ProgramEnd end = Interrupt(Start({L"call", L"Hang"}), signal);
+        EXPECT_EQ(end.exitCode, 130u);
+        EXPECT_TRUE(end.errors.ends_with("qx: interrupted\n")) << end;
+    }
+}
+
+TEST_F(InterruptPosixTest, LeavesNoOutputOfAnInterruptedBatch)
+{
+    const std::wstring output = directory.PathOf("out");
+    // The first file's call fails, which is told; the others run then.
+    const ProgramEnd end = Interrupt(Start({L"batch", L"--service", L"Hang", L"--output-dir", output, L"missing",
+                                         directory.Write("a", "a"), directory.Write("b", "b")}),
+        SIGINT, "qx: missing: ");
+    EXPECT_EQ(end.exitCode, 130u);
+    EXPECT_NE(end.errors.find("\n0 done, 1 failed, 2 interrupted, "), std::string::npos) << end;
+    EXPECT_TRUE(std::filesystem::is_empty(output));
+}
