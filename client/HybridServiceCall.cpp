@@ -82,7 +82,7 @@ bool HybridServiceCall::RunOnNetwork()
     if (!isReady)
     {
         LogDecision(L"Switching waiting network call to local mode.");
-        m_connector.OnSwitched(*this);
+        m_connector.OnSwitched();
         return false;
     }
     m_connector.OnServantAssigned(*this);

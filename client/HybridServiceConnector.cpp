@@ -66,11 +66,19 @@ bool HybridServiceConnector::StartOneOnNetwork()
 
 void HybridServiceConnector::SwitchWaitingCallIfAdmitted()
 {
-    if (!m_waiting || !m_waiting->CanRunLocally())
+    if (!m_waiting || IsSwitching() || !m_waiting->CanRunLocally())
         return;
-    const LocalComputer::AdmissionPeriod period(Computer());
-    if (period.Admits(m_waiting->Needs(), m_runningLocally.Count()))
-        m_switchEvent.Signal();
+    LocalComputer::AdmissionPeriod period(Computer());
+    if (!period.Admits(m_waiting->Needs(), m_runningLocally.Count()))
+        return;
+    MoveTo(m_runningLocally, *m_waiting);
+    period.Publish(Record());
+    m_switchEvent.Signal();
+}
+
+bool HybridServiceConnector::IsSwitching() const
+{
+    return m_waiting && IsIn(m_runningLocally, *m_waiting);
 }
 
 void HybridServiceConnector::EndWaiting()
@@ -79,11 +87,10 @@ void HybridServiceConnector::EndWaiting()
     m_waiting = nullptr;
 }
 
-void HybridServiceConnector::OnSwitched(HybridServiceCall& call)
+void HybridServiceConnector::OnSwitched()
 {
     qpr::ScopedLock lock(m_lock);
-    MoveTo(m_runningLocally, call);
-    EndWaiting();
+    EndWaiting(); // it has its place here since it was admitted
     PublishChangeLater();
 }
 
@@ -120,13 +127,13 @@ bool HybridServiceConnector::Leave(ServiceCallBase& call)
 
 std::size_t HybridServiceConnector::ActiveCount() const
 {
-    return m_runningLocally.Count() + m_runningOnNetwork.Count() + (m_waiting ? 1 : 0);
+    return m_runningLocally.Count() + m_runningOnNetwork.Count() + (m_waiting && !IsSwitching() ? 1 : 0);
 }
 
 qxm::WorkRecord HybridServiceConnector::Record() const
 {
     qxm::WorkRecord record{SumOf(m_runningLocally), PendingWork()};
-    if (m_waiting && m_waiting->CanRunLocally())
+    if (m_waiting && !IsSwitching() && m_waiting->CanRunLocally())
     {
         const CallNeeds needs = m_waiting->Needs();
         ++record.pending.jobs;

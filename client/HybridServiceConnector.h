@@ -23,7 +23,7 @@ public:
 
     /// Signalled when the waiting call is to come back to this computer.
     qpr::WaitObject SwitchObject() const noexcept { return m_switchEvent.Object(); }
-    void OnSwitched(HybridServiceCall& call) QX_EXCLUDES(m_lock);
+    void OnSwitched() QX_EXCLUDES(m_lock);
     void OnServantAssigned(HybridServiceCall& call) QX_EXCLUDES(m_lock);
     void OnNetworkStartFailed(HybridServiceCall& call) QX_EXCLUDES(m_lock);
 
@@ -35,7 +35,11 @@ private:
 
     /// Sends the first queued call that may go to the network there, where it waits. False when there is none.
     bool StartOneOnNetwork() QX_REQUIRES(m_lock);
+
+    /// Calls the waiting call back when there is room for it here. The room is taken, and published, at once: until the
+    /// call has come back it is both waiting and running here.
     void SwitchWaitingCallIfAdmitted() QX_REQUIRES(m_lock);
+    bool IsSwitching() const QX_REQUIRES(m_lock);
     void EndWaiting() QX_REQUIRES(m_lock);
     std::size_t ActiveCount() const QX_REQUIRES(m_lock);
 

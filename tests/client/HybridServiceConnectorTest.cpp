@@ -39,6 +39,35 @@ TEST_F(HybridServiceConnectorTest, FillsTheComputerThenTheNetworkThenWaits)
     EXPECT_EQ(LastRequest().Notifications(), "");
 }
 
+TEST_F(HybridServiceConnectorTest, NoOtherCallTakesTheRoomOfOneThatIsOnItsWayBack)
+{
+    /// Holds its call while that logs the switch.
+    struct HoldingRequest : test::RecordingRequest
+    {
+        using RecordingRequest::RecordingRequest;
+        void WriteLog(const wchar_t*, std::size_t) override
+        {
+            switching.Signal();
+            goOn.Wait();
+        }
+        qpr::ThreadEvent switching{qpr::ThreadEvent::Kind_AutoReset};
+        qpr::ThreadEvent goOn{qpr::ThreadEvent::Kind_AutoReset};
+    };
+    HoldingRequest request(L"Work", {{L"Id", L"2"}, {L"P", L"4"}, {L"M", L"1"}});
+    auto& connector = Make();
+    Call(connector, L"1", L"4", L"1");
+    m_executor->Await("local 1");
+    auto* waiting = connector.CreateServiceCall(request);
+    m_executor->Await("network 2");
+    m_executor->LetGo("1");
+    request.switching.Wait();
+    Call(connector, L"3", L"4", L"1");
+    request.goOn.Signal();
+    m_executor->Await("network 3"); // the computer is full
+    EXPECT_FALSE(m_executor->Happened("local 3"));
+    waiting->Release();
+}
+
 TEST_F(HybridServiceConnectorTest, CallsTooLargeForTheComputerGoToTheNetworkAndStayHereWhenItFails)
 {
     auto& connector = Make();
