@@ -8,6 +8,7 @@
 #include <locale>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <streambuf>
 #include <string>
 
@@ -135,6 +136,11 @@ public:
     /// Drops what has not been passed to the writer.
     void Abandon() noexcept { this->setp(m_buffer.get(), this->epptr()); }
 
+    /// The channel has ended: whatever is written from now on throws and never reaches the writer, whose handle may be
+    /// another one's by then.
+    void Close() noexcept { m_isClosed = true; }
+    bool IsClosed() const noexcept { return m_isClosed; }
+
     /// Bytes given to the channel so far. Any thread may ask.
     std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
 
@@ -208,6 +214,8 @@ private:
 
     void WriteChannel(const CharT* source, std::size_t size)
     {
+        if (m_isClosed)
+            throw std::runtime_error("Write after the end of the output");
         m_writer.Write(source, size);
         m_bytesTransferred.fetch_add(size * sizeof(CharT), std::memory_order_relaxed);
     }
@@ -216,6 +224,7 @@ private:
     const std::size_t m_bufferSize;
     std::unique_ptr<CharT[]> m_buffer;
     std::atomic<std::uint64_t> m_bytesTransferred = 0;
+    bool m_isClosed = false;
 };
 
 /// A byte stream that owns such a buffer; the reader outlives it.
@@ -250,6 +259,8 @@ public:
     }
 
     void Abandon() noexcept { m_buffer.Abandon(); }
+    void Close() noexcept { m_buffer.Close(); }
+    bool IsClosed() const noexcept { return m_buffer.IsClosed(); }
     std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
 
 private:

@@ -60,7 +60,10 @@ public:
 
     void CloseOutput() override
     {
+        if (m_outputStream.IsClosed())
+            return;
         m_outputStream.flush();
+        m_outputStream.Close();
         m_closeOutput();
     }
 

@@ -110,6 +110,9 @@ TEST_F(LocalCallTest, HandsTheConnectionOver)
             EXPECT_EQ(connection.BytesTransferred(), 20u);
             EXPECT_TRUE(connection.InputPending()); // the end
             EXPECT_THROW(connection.GetNumberOfProcessorsToUse(), std::runtime_error);
+            connection.CloseOutput(); // is closed
+            EXPECT_THROW(connection.OutputStream() << "more" << std::flush, std::runtime_error);
+            connection.OutputStream().clear();
         });
     Run(request);
     EXPECT_EQ(facts, L"Echo here/1 me local");
