@@ -9,6 +9,24 @@
 namespace QxClient
 {
 
+namespace
+{
+
+/// What the application's own notifications throw concerns nobody else.
+template <class Notification>
+void Quietly(Notification notify) noexcept
+{
+    try
+    {
+        notify();
+    }
+    catch (...)
+    {
+    }
+}
+
+} // namespace
+
 ServiceCallBase::ServiceCallBase(ServiceConnectorBase& connector, qxmi::IServiceRequestW& request)
     : m_connector(connector)
     , m_request(request)
@@ -100,42 +118,29 @@ void ServiceCallBase::FlushAndDropLog()
 
 void ServiceCallBase::NotifyRequest(Outcome outcome) noexcept
 {
-    try
-    {
-        FlushAndDropLog();
-        if (outcome == Outcome::Cancelled)
-            m_request.OnCancelled();
-    }
-    catch (...) // the application's own
-    {
-    }
+    Quietly([this] { FlushAndDropLog(); });
+    if (outcome == Outcome::Cancelled)
+        Quietly([this] { m_request.OnCancelled(); });
     if (outcome == Outcome::Failed)
         NotifyRequestOfError();
 }
 
 void ServiceCallBase::NotifyRequestOfError() noexcept
 {
-    const auto notify = [this](const std::exception& error)
-    {
-        try
-        {
-            m_request.OnError(error);
-        }
-        catch (...) // the application's own
-        {
-        }
-    };
     try
     {
         std::rethrow_exception(m_error);
     }
     catch (const std::exception& error)
     {
-        notify(error);
+        Quietly([&] { m_request.OnError(error); });
     }
     catch (...)
     {
-        notify(qpr::RuntimeError(L"The service request threw something that is no std::exception"));
+        Quietly(
+            [this] {
+                m_request.OnError(qpr::RuntimeError(L"The service request threw something that is no std::exception"));
+            });
     }
 }
 
