@@ -23,15 +23,23 @@ constexpr std::size_t SavingDivisor = 32;
 
 constexpr std::uint32_t LowThreeBytes = 0xFFFFFF;
 
+constexpr std::size_t Word = sizeof(std::uint64_t);
+
+/// How many of the first bytes of two words are the same, given in what bits the words differ; they do.
+inline std::size_t EqualBytes(std::uint64_t difference)
+{
+    return static_cast<std::size_t>(std::countr_zero(difference)) / 8;
+}
+
 /// How many bytes are the same at a and b, at most limit.
 inline std::size_t CountEqual(const std::uint8_t* a, const std::uint8_t* b, std::size_t limit)
 {
     std::size_t count = 0;
-    for (; count + sizeof(std::uint64_t) <= limit; count += sizeof(std::uint64_t))
+    for (; count + Word <= limit; count += Word)
     {
         const auto difference = LoadUnaligned<std::uint64_t>(a + count) ^ LoadUnaligned<std::uint64_t>(b + count);
         if (difference != 0)
-            return count + static_cast<std::size_t>(std::countr_zero(difference)) / 8;
+            return count + EqualBytes(difference);
     }
     while (count < limit && a[count] == b[count])
         ++count;
@@ -58,8 +66,9 @@ private:
     std::size_t TokensSize() const { return static_cast<std::size_t>(m_out - m_tokens); }
 
     void TakeToken();
-    void TakeLiteral();
-    void TakeMatch(std::uint32_t index, std::size_t source);
+    void TakeLiteral(std::uint8_t byte);
+    void TakeMatch(std::uint32_t index, std::size_t length);
+    std::size_t MatchLength(std::size_t source, std::uint64_t difference) const;
     bool ReaderHasSource(std::size_t source, std::uint32_t bytes) const;
     bool IsHopeless();
     void StoreControlWord();
@@ -108,17 +117,15 @@ inline bool Packing::ReaderHasSource(std::size_t source, std::uint32_t bytes) co
         && ((bytes ^ bytes >> 8) & LowThreeBytes) == 0;
 }
 
-inline void Packing::TakeLiteral()
+inline void Packing::TakeLiteral(std::uint8_t byte)
 {
-    *m_out++ = m_data[m_position++];
+    *m_out++ = byte;
+    ++m_position;
     m_control >>= 1;
 }
 
-inline void Packing::TakeMatch(std::uint32_t index, std::size_t source)
+inline void Packing::TakeMatch(std::uint32_t index, std::size_t length)
 {
-    const std::size_t limit = std::min(MaxMatch, m_size - TailLiterals - m_position);
-    const std::size_t length =
-        MinMatch + CountEqual(m_data + m_position + MinMatch, m_data + source + MinMatch, limit - MinMatch);
     const bool isLong = length >= LongMatchThreshold;
     const std::size_t token = index << 4 | (isLong ? 0 : length - 2) | length << 16;
     StoreUnaligned(m_out, static_cast<std::uint32_t>(token));
@@ -128,17 +135,27 @@ inline void Packing::TakeMatch(std::uint32_t index, std::size_t source)
     m_control = m_control >> 1 | ControlMarker;
 }
 
+/// Requires: the words here and at the source differ as given, but not in their first three bytes.
+inline std::size_t Packing::MatchLength(std::size_t source, std::uint64_t difference) const
+{
+    const std::size_t limit = std::min(MaxMatch, m_size - TailLiterals - m_position);
+    const std::size_t length = difference != 0
+        ? EqualBytes(difference)
+        : Word + CountEqual(m_data + m_position + Word, m_data + source + Word, std::max(limit, Word) - Word);
+    return std::min(length, limit);
+}
+
 inline void Packing::TakeToken()
 {
-    const std::uint32_t bytes = LoadUnaligned<std::uint32_t>(m_data + m_position);
-    const std::uint32_t index = TableIndex(bytes);
+    const auto bytes = LoadUnaligned<std::uint64_t>(m_data + m_position);
+    const std::uint32_t index = TableIndex(static_cast<std::uint32_t>(bytes));
     const std::size_t source = m_table[index];
     m_table[index] = static_cast<std::uint32_t>(m_position);
-    const std::uint32_t difference = LoadUnaligned<std::uint32_t>(m_data + source) ^ bytes;
-    if ((difference & LowThreeBytes) == 0 && ReaderHasSource(source, bytes))
-        TakeMatch(index, source);
+    const std::uint64_t difference = LoadUnaligned<std::uint64_t>(m_data + source) ^ bytes;
+    if ((difference & LowThreeBytes) == 0 && ReaderHasSource(source, static_cast<std::uint32_t>(bytes)))
+        TakeMatch(index, MatchLength(source, difference));
     else
-        TakeLiteral();
+        TakeLiteral(static_cast<std::uint8_t>(bytes));
 }
 
 std::size_t Packing::Run()
@@ -162,7 +179,7 @@ std::size_t Packing::Run()
             StoreControlWord();
             StartControlWord();
         }
-        TakeLiteral();
+        TakeLiteral(m_data[m_position]);
     }
     while ((m_control & 1) == 0)
         m_control >>= 1;
