@@ -140,7 +140,9 @@ void qx::AddExprCommand(Program& program)
     CLI::App& command = program.AddCommand("expr", "Reads a formula, and evaluates it over the values given",
         "qx expr 'Size * 0.5 + (if Fast then 200 else 100)' Size=10 Fast=true",
         [options] { return TryFormula(*options); });
-    command.add_option("FORMULA", options->formula, "The formula")->required()->type_name("");
+    command.add_option("FORMULA", options->formula, "The formula; one that begins with - stands behind --")
+        ->required()
+        ->type_name("");
     command.add_option("NAME=VALUE", options->values, "Values of its variables")->type_name("");
     command.add_option("--type", options->type, "The type it must have")
         ->check(CLI::IsMember({"float", "string", "bool"}));

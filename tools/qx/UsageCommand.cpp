@@ -12,6 +12,7 @@
 #include "tools/qx/TextArgument.h"
 
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -27,6 +28,13 @@ struct Options
     std::optional<std::uint64_t> memoryInMB;
     bool json = false;
 };
+
+/// For an option of that type; the help shows no range.
+template <class T>
+CLI::Validator AtLeastOne(const std::optional<T>&)
+{
+    return CLI::Range(T(1), std::numeric_limits<T>::max()).description("");
+}
 
 qxm::LocalLimits LimitsOf(const Options& options, const qxm::LocalExecutionSettings& settings)
 {
@@ -91,8 +99,10 @@ void qx::AddUsageCommand(Program& program)
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
     command.add_option("KEY=VALUE", options->attributes, "Attributes of the request")->type_name("");
     command.add_option("--processors", options->processors, "Suppose a computer with this many processors")
-        ->check(CLI::PositiveNumber);
+        ->check(AtLeastOne(options->processors))
+        ->type_name("N");
     command.add_option("--memory-mb", options->memoryInMB, "Suppose a computer with this much memory")
-        ->check(CLI::PositiveNumber);
+        ->check(AtLeastOne(options->memoryInMB))
+        ->type_name("N");
     command.add_flag("--json", options->json, "Print one JSON document");
 }
