@@ -1,6 +1,5 @@
 #include "runtime/Thread.h"
 
-#include "runtime/Errors.h"
 #include "runtime/SystemWait.h"
 #include "runtime/Utf8.h"
 
@@ -42,7 +41,7 @@ int Wait(std::span<const WaitObject> objects, const wchar_t* callFailed, const w
         Thread::CheckInterrupt();
         throw RuntimeError(Executing(L"Spurious IO completion", location));
     case SystemWaitResult::Outcome_AbandonedMutex:
-        throw RuntimeError(Executing(L"Abandoned mutex encountered", location));
+        throw AbandonedMutexError(Executing(L"Abandoned mutex encountered", location));
     case SystemWaitResult::Outcome_Failed:
         ThrowSystemErrorWithNumber(callFailed, location, result.error, line);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/Errors.h"
 #include "runtime/IRunnable.h"
 #include "runtime/WaitObject.h"
 
@@ -25,6 +26,13 @@ public:
 private:
     std::wstring m_text;
     std::string m_utf8Text;
+};
+
+/// The owner of a mutex ended without releasing it. The mutex is free again, whoever sees this does not own it.
+class AbandonedMutexError : public RuntimeError
+{
+public:
+    using RuntimeError::RuntimeError;
 };
 
 /// Unwinds an interrupted thread up to its start routine. Deliberately no std::exception: nothing on the way takes it

@@ -42,8 +42,8 @@ private:
     std::unique_ptr<State> m_state; // null until created or opened
 };
 
-/// Signals events of other processes by their number in a fixed list of names, at the least cost: nothing is opened and
-/// nothing allocated for a signal. One thread at a time.
+/// Signals events of other processes by their number in a fixed list of names, at the least cost that does not
+/// keep an event alive. One thread at a time.
 class ProcessEventGroup
 {
 public:

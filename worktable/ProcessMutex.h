@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Errors.h"
+#include "runtime/Thread.h"
 #include "worktable/SecurityDescriptor.h"
 
 #include <cstdint>
@@ -9,13 +9,6 @@
 
 namespace qpr
 {
-
-/// The owner of a mutex ended without releasing it. The mutex is free again, whoever sees this does not own it.
-class AbandonedMutexError : public RuntimeError
-{
-public:
-    using RuntimeError::RuntimeError;
-};
 
 /// A named lock between processes (and between the threads of one, which may share the object); not recursive, released
 /// by the thread that acquired it. What it guards may be half written after an AbandonedMutexError.

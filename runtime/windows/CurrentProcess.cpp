@@ -1,0 +1,42 @@
+#include "runtime/CurrentProcess.h"
+
+#include "runtime/Errors.h"
+#include "runtime/windows/SystemHeaders.h"
+
+#include <iterator>
+
+#include <lmcons.h>
+
+namespace qpr::CurrentProcess
+{
+
+std::wstring GetExecutablePath()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;)
+    {
+        const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0)
+            ThrowSystemError(L"GetModuleFileName() failed", L"qpr::CurrentProcess::GetExecutablePath");
+        if (length < path.size())
+        {
+            path.resize(length);
+            return path;
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
+std::uint32_t GetId() noexcept
+{
+    return GetCurrentProcessId();
+}
+
+std::wstring GetUserName()
+{
+    wchar_t name[UNLEN + 1];
+    DWORD size = std::size(name);
+    return GetUserNameW(name, &size) ? std::wstring(name) : std::wstring();
+}
+
+} // namespace qpr::CurrentProcess

@@ -1,0 +1,185 @@
+#include "runtime/NamedPipe.h"
+
+#include "runtime/Cancellation.h"
+#include "runtime/CheckedIntCast.h"
+#include "runtime/Errors.h"
+#include "runtime/Panic.h"
+#include "runtime/Thread.h"
+#include "runtime/windows/Handle.h"
+#include "runtime/windows/OverlappedOperation.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cwchar>
+#include <iterator>
+#include <limits>
+
+namespace qpr
+{
+
+namespace
+{
+
+void ThrowIfCancelled(const Cancellation* cancellation)
+{
+    if (cancellation)
+        cancellation->ThrowIfCancelled();
+}
+
+/// Nobody else has the name: the pair is at its address and the thread is busy with it.
+std::wstring PipeName(const PipePair* pair)
+{
+    wchar_t name[100];
+    std::swprintf(name, std::size(name), L"\\\\.\\pipe\\FerndelPipes.%lu.%lu.0x%016llX", GetCurrentProcessId(),
+        GetCurrentThreadId(), static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(pair)));
+    return name;
+}
+
+PipeEnd CreateServerEnd(const std::wstring& name, bool overlapped)
+{
+    const HANDLE handle = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | (overlapped ? FILE_FLAG_OVERLAPPED : 0),
+        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    return PipeEnd(NativeHandleOf(handle));
+}
+
+PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
+{
+    const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
+        overlapped ? FILE_FLAG_OVERLAPPED : 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        ThrowSystemError(L"CreateFile('" + name + L"') failed", L"qpr::ClientPipeEnd::ClientPipeEnd", 209);
+    return PipeEnd(NativeHandleOf(handle));
+}
+
+/// The writer has closed its end, or the file is over.
+bool IsEndOfData(DWORD error) noexcept
+{
+    return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
+}
+
+} // namespace
+
+PipeEnd::~PipeEnd()
+{
+    if (IsOpen() && !CloseHandle(SystemHandleOf(m_handle)))
+        Panic("CloseHandle(m_handle)", "qpr::PipeEnd::~PipeEnd");
+}
+
+void PipeEnd::Close()
+{
+    const NativeHandle handle = std::exchange(m_handle, {});
+    if (!handle.IsValid())
+        ThrowSystemErrorWithNumber(L"CloseHandle() failed", L"qpr::PipeEnd::Close", ERROR_INVALID_HANDLE);
+    if (!CloseHandle(SystemHandleOf(handle)))
+        ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
+}
+
+PipePair::PipePair(bool serverEndOverlapped, bool clientEndOverlapped)
+{
+    const std::wstring name = PipeName(this);
+    server = CreateServerEnd(name, serverEndOverlapped);
+    client = OpenClientEnd(name, clientEndOverlapped);
+}
+
+struct IOReader::Overlapped
+{
+    OverlappedOperation operation;
+};
+
+IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
+    : m_handle(handle)
+    , m_cancellation(cancellation)
+    , m_overlapped(std::make_unique<Overlapped>())
+{
+}
+
+IOReader::~IOReader() = default;
+
+std::size_t IOReader::Read(void* buffer, std::size_t size)
+{
+    Thread::CheckInterrupt();
+    ThrowIfCancelled(m_cancellation);
+    const HANDLE handle = SystemHandleOf(m_handle);
+    const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
+    OverlappedOperation& operation = m_overlapped->operation;
+    for (;;)
+    {
+        DWORD count = 0;
+        bool isDone = ReadFile(handle, buffer, wanted, &count, operation.Begin());
+        if (!isDone && GetLastError() == ERROR_IO_PENDING)
+        {
+            const auto wait = [&]
+            { Cancellation::WaitForObject(m_cancellation, operation.Object(), L"qpr::IOReader::Read"); };
+            operation.WaitForEnd(handle, wait, "qpr::IOReader::Read", __LINE__);
+            isDone = operation.TakeResult(handle, count);
+        }
+        if (!isDone && IsEndOfData(GetLastError()))
+            return 0;
+        if (!isDone)
+            ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
+        if (count > 0 || wanted == 0)
+            return count; // a writer may also have written nothing, which is not the end
+    }
+}
+
+bool PipeReader::InputPending()
+{
+    Thread::CheckInterrupt();
+    DWORD available = 0;
+    if (PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr))
+        return available > 0;
+    if (GetLastError() != ERROR_BROKEN_PIPE)
+        ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);
+    return true;
+}
+
+struct IOWriter::Overlapped
+{
+    OverlappedOperation operation;
+};
+
+IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
+    : m_handle(handle)
+    , m_cancellation(cancellation)
+    , m_overlapped(std::make_unique<Overlapped>())
+{
+}
+
+IOWriter::~IOWriter() = default;
+
+void IOWriter::Write(const void* buffer, std::size_t size)
+{
+    const auto wanted = CheckedIntCast<std::uint32_t>(size);
+    ThrowIfCancelled(m_cancellation);
+    if (wanted == 0)
+        return; // a reader would take it for the end of the data
+    const auto requireAll = [size](const wchar_t* call, DWORD count)
+    {
+        if (count != size)
+            throw RuntimeError(L"Incomplete " + std::wstring(call) + L": " + std::to_wstring(size) + L" requested, "
+                + std::to_wstring(count) + L" written");
+    };
+
+    const HANDLE handle = SystemHandleOf(m_handle);
+    OverlappedOperation& operation = m_overlapped->operation;
+    DWORD count = 0;
+    if (WriteFile(handle, buffer, wanted, &count, operation.Begin()))
+    {
+        requireAll(L"WriteFile()", count);
+        Thread::CheckInterrupt();
+        return;
+    }
+    if (GetLastError() == ERROR_IO_PENDING)
+    {
+        const auto wait = [&]
+        { Cancellation::WaitForObject(m_cancellation, operation.Object(), L"qpr::IOWriter::Write"); };
+        operation.WaitForEnd(handle, wait, "qpr::IOWriter::Write", 48);
+        if (operation.TakeResult(handle, count))
+            return requireAll(L"GetOverlappedResult() after WriteFile()", count);
+    }
+    ThrowSystemError(L"WriteFile/GetOverlappedResult() failed", L"qpr::IOWriter::Write", 65);
+}
+
+} // namespace qpr

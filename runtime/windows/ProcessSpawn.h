@@ -1,0 +1,20 @@
+#pragma once
+
+#include "runtime/ChildProcess.h"
+#include "runtime/windows/Handle.h"
+#include "runtime/windows/ProcessGroup.h"
+
+namespace qpr
+{
+
+struct SpawnedProcess
+{
+    OwnedHandle process;
+    std::uint32_t processId = 0;
+};
+
+/// Starts the process in the group, with the three handles as its only ones, without a console of its own. Throws
+/// "CreateProcess('<path>') failed".
+SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group);
+
+} // namespace qpr

@@ -1,0 +1,36 @@
+#include "runtime/SystemErrors.h"
+
+#include "runtime/Errors.h"
+#include "runtime/windows/SystemHeaders.h"
+
+#include <iterator>
+
+namespace qpr
+{
+
+std::uint32_t LastSystemError()
+{
+    return GetLastError();
+}
+
+std::uint32_t LastSocketError()
+{
+    return static_cast<std::uint32_t>(WSAGetLastError());
+}
+
+SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule)
+{
+    wchar_t text[1024];
+    const auto lookUp = [&](DWORD source, const void* module) {
+        return FormatMessageW(source | FORMAT_MESSAGE_IGNORE_INSERTS, module, error, 0, text, std::size(text), nullptr);
+    };
+
+    DWORD length = messageModule ? lookUp(FORMAT_MESSAGE_FROM_HMODULE, messageModule) : 0;
+    if (length == 0)
+        length = lookUp(FORMAT_MESSAGE_FROM_SYSTEM, nullptr);
+    if (length == 0)
+        return {{}, GetLastError()};
+    return {std::wstring(text, length), 0};
+}
+
+} // namespace qpr

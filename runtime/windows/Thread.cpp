@@ -1,0 +1,83 @@
+#include "runtime/Thread.h"
+
+#include "runtime/Errors.h"
+#include "runtime/Panic.h"
+#include "runtime/windows/Handle.h"
+#include "runtime/windows/InterruptState.h"
+
+namespace qpr
+{
+
+struct Thread::State
+{
+    explicit State(IRunnable& body) noexcept
+        : runnable(body)
+    {
+    }
+
+    static DWORD WINAPI StartRoutine(void* argument) noexcept;
+    bool WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed);
+    void Join() noexcept;
+
+    OwnedHandle handle;
+    IRunnable& runnable;
+    InterruptState interrupt;
+    bool joined = false; ///< the end has been observed
+    std::atomic<bool> completed = false; ///< the runnable has returned
+};
+
+DWORD WINAPI Thread::State::StartRoutine(void* argument) noexcept
+{
+    State& state = *static_cast<State*>(argument);
+    currentThread.interrupt = &state.interrupt;
+    RunToEnd(state.runnable);
+    state.completed = true;
+    return 0;
+}
+
+bool Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed)
+{
+    joined = WaitForObject({handle.Native(), WaitObject::Kind_State}, location, timeoutMs, timeoutsAllowed) || joined;
+    return joined;
+}
+
+void Thread::State::Join() noexcept
+{
+    if (!joined && WaitForSingleObject(handle.Value(), INFINITE) != WAIT_OBJECT_0)
+        Panic("WaitForSingleObject(m_handle, INFINITE) == WAIT_OBJECT_0", "qpr::Thread::~Thread");
+    joined = true;
+}
+
+Thread::Thread(IRunnable& runnable)
+    : m_state(std::make_unique<State>(runnable))
+{
+    m_state->handle = OwnedHandle(CreateThread(nullptr, 0, &State::StartRoutine, m_state.get(), 0, nullptr));
+    if (!m_state->handle.IsValid())
+        ThrowSystemError(L"CreateThread() failed", L"qpr::Thread::Thread", __LINE__);
+}
+
+Thread::~Thread()
+{
+    if (!m_state->completed)
+        Interrupt();
+    m_state->Join();
+    if (!m_state->handle.Close())
+        Panic("CloseHandle(m_handle)", "qpr::Thread::~Thread");
+}
+
+void Thread::Interrupt()
+{
+    m_state->interrupt.Request(m_state->handle.Value());
+}
+
+bool Thread::HasCompleted()
+{
+    return m_state->WaitForEnd(L"qpr::Thread::HasCompleted", 0, true);
+}
+
+void Thread::WaitForCompletion(std::uint32_t timeoutMs)
+{
+    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs, false);
+}
+
+} // namespace qpr

@@ -1,0 +1,95 @@
+#include "worktable/SharedMemorySegment.h"
+
+#include "runtime/Errors.h"
+#include "runtime/Panic.h"
+#include "runtime/windows/Handle.h"
+#include "worktable/windows/SecurityDescriptorBuffer.h"
+
+namespace qpr
+{
+
+struct SharedMemorySegment::FileMapping
+{
+    OwnedHandle handle;
+    DWORD access;
+};
+
+namespace
+{
+
+constexpr wchar_t mappingFunction[] = L"qpr::SharedMemorySegment::FileMapping::FileMapping";
+
+OwnedHandle OpenOrCreateMapping(const std::wstring& name, std::size_t size, const SecurityDescriptor& security)
+{
+    OwnedHandle handle(CreateFileMappingW(INVALID_HANDLE_VALUE, AttributesOf(security), PAGE_READWRITE,
+        static_cast<DWORD>(static_cast<std::uint64_t>(size) >> 32), static_cast<DWORD>(size), name.c_str()));
+    if (!handle.IsValid())
+        ThrowSystemError(L"CreateFileMapping() failed", mappingFunction);
+    return handle;
+}
+
+/// Of the view at the address, in whole pages.
+std::size_t RegionSize(const void* address)
+{
+    MEMORY_BASIC_INFORMATION info;
+    if (VirtualQuery(address, &info, sizeof info) != sizeof info)
+        Panic("VirtualQuery(m_buffer, &info, sizeof(info)) == sizeof(info)",
+            "qpr::SharedMemorySegment::SharedMemorySegment");
+    return info.RegionSize;
+}
+
+void Unmap(const void* address) noexcept
+{
+    if (!UnmapViewOfFile(address))
+        Panic("UnmapViewOfFile(m_address)", "qpr::SharedMemorySegment::FileView::~FileView");
+}
+
+} // namespace
+
+SharedMemorySegment::SharedMemorySegment(
+    const std::wstring& name, std::size_t minimumSize, const SecurityDescriptor& security)
+    : SharedMemorySegment(std::make_unique<FileMapping>(
+                              FileMapping{OpenOrCreateMapping(name, minimumSize, security), FILE_MAP_ALL_ACCESS}),
+        name, minimumSize)
+{
+}
+
+std::unique_ptr<const SharedMemorySegment> SharedMemorySegment::TryOpenReadOnly(
+    const std::wstring& name, std::size_t minimumSize)
+{
+    OwnedHandle handle(OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+    if (!handle.IsValid())
+    {
+        if (GetLastError() == ERROR_FILE_NOT_FOUND)
+            return nullptr;
+        ThrowSystemError(L"CreateFileMapping() failed", mappingFunction);
+    }
+    return std::unique_ptr<const SharedMemorySegment>(new SharedMemorySegment(
+        std::make_unique<FileMapping>(FileMapping{std::move(handle), FILE_MAP_READ}), name, minimumSize));
+}
+
+SharedMemorySegment::SharedMemorySegment(
+    std::unique_ptr<FileMapping> mapping, const std::wstring& name, std::size_t minimumSize)
+    : m_mapping(std::move(mapping))
+{
+    void* const address = MapViewOfFile(m_mapping->handle.Value(), m_mapping->access, 0, 0, 0);
+    if (!address)
+        ThrowSystemError(L"MapViewOfFile() failed", L"qpr::SharedMemorySegment::FileView::FileView");
+    const std::size_t size = RegionSize(address);
+    if (size < minimumSize)
+    {
+        Unmap(address);
+        throw RuntimeError(L"Existing shared memory segment '" + name + L"' too small (minimum size = "
+            + std::to_wstring(minimumSize) + L", actual size = " + std::to_wstring(size) + L")");
+    }
+    m_address = address;
+}
+
+SharedMemorySegment::~SharedMemorySegment()
+{
+    Unmap(m_address);
+    if (!m_mapping->handle.Close())
+        Panic("CloseHandle(m_handle)", "qpr::SharedMemorySegment::FileMapping::~FileMapping");
+}
+
+} // namespace qpr
