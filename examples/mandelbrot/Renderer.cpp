@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <qxmi/QxClient.h>
 
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -38,26 +39,40 @@ std::string DefaultConnector()
         + std::to_string(std::max(1u, std::thread::hardware_concurrency())) + "\"/>";
 }
 
+using TileCalls = std::vector<std::unique_ptr<TileCall>>;
+
+/// Waits for all calls; when one fails, cancels the others and passes the error on.
+void WaitForAll(qxmi::IServiceConnectorW& connector, const TileCalls& calls)
+try
+{
+    for (const auto& call : calls)
+        call->Wait();
+}
+catch (...)
+{
+    std::vector<qxmi::IServiceCall*> all;
+    for (const auto& call : calls)
+        all.push_back(call->Call());
+    connector.CancelServiceCalls(all);
+    throw;
+}
+
 /// The number of tiles that this computer rendered.
 std::size_t RenderTiles(const Options& options, const std::vector<Tile>& tiles, Picture& picture)
 {
     const Connector connector(qxmi::CreateServiceConnectorW(options.connector));
     ProgressBar progress(tiles.size());
-    std::vector<std::unique_ptr<TileCall>> calls;
+    TileCalls calls;
     for (const Tile& tile : tiles)
     {
         calls.push_back(
             std::make_unique<TileCall>(TileOrder{options.view, tile}, picture, [&progress] { progress.Advance(); }));
         calls.back()->Start(*connector);
     }
-    std::size_t localTiles = 0;
-    for (const auto& call : calls)
-    {
-        call->Wait();
-        localTiles += call->WasLocal();
-    }
+    WaitForAll(*connector, calls);
     progress.Clear();
-    return localTiles;
+    return static_cast<std::size_t>(
+        std::count_if(calls.begin(), calls.end(), [](const auto& call) { return call->WasLocal(); }));
 }
 
 void PrintSummary(const Options& options, std::size_t tiles, std::size_t localTiles, double seconds)

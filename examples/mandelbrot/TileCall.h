@@ -24,6 +24,8 @@ public:
 
     void Start(qxmi::IServiceConnectorW& connector);
 
+    qxmi::IServiceCall* Call() const { return m_call.get(); }
+
     /// Waits for the call's end. Throws std::runtime_error when the tile could not be rendered.
     void Wait();
 

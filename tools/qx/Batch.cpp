@@ -23,6 +23,11 @@ Batch::Batch(qxmi::IServiceConnectorW& connector, JobLog& jobLog, const qpr::Int
 {
 }
 
+Batch::~Batch()
+{
+    CancelAll(); // all at once: each release would wait for its own
+}
+
 BatchCounts Batch::Run(
     const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes)
 {
@@ -105,6 +110,11 @@ void Batch::CancelIfInterrupted()
     if (m_isInterrupted || !qpr::Thread::WaitForObject(m_interrupt.Object(), L"qx::Batch", 0, true))
         return;
     m_isInterrupted = true;
+    CancelAll();
+}
+
+void Batch::CancelAll()
+{
     for (const auto& call : m_calls)
         call->Cancel();
 }

@@ -25,6 +25,9 @@ public:
     /// None is owned.
     Batch(qxmi::IServiceConnectorW& connector, JobLog& jobLog, const qpr::InterruptSignal& interrupt);
 
+    /// Ends what still runs.
+    ~Batch() override;
+
     /// Reports each failed call as it ends. Throws Interrupted when all calls have been cancelled and have ended.
     BatchCounts Run(
         const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes);
@@ -43,6 +46,7 @@ private:
     void CollectCall(BatchCall& call);
     void ReportFailure(const BatchCall& call);
     void CancelIfInterrupted();
+    void CancelAll();
     void ShowProgress();
     double ElapsedSeconds() const;
 

@@ -72,8 +72,6 @@ private:
 
     const BatchItem& m_item;
     IBatchListener& m_listener;
-    LibraryObject<qxmi::IServiceCall> m_call;
-    std::unique_ptr<CallWaiter> m_waiter;
     std::atomic<bool> m_hasStarted = false;
     bool m_isCollected = false;
     std::unique_ptr<FileReader> m_input;
@@ -82,6 +80,8 @@ private:
     std::string m_logTail;
     std::string m_problem;
     JobRecord m_record;
+    LibraryObject<qxmi::IServiceCall> m_call; // a call that still runs uses what stands above
+    std::unique_ptr<CallWaiter> m_waiter;
 };
 
 } // namespace qx
