@@ -121,8 +121,7 @@ void qx::AddCallCommand(Program& program)
     options->connector.AddTo(command);
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
     command.add_option("KEY=VALUE", options->attributes, "Attributes of the request")->type_name("");
-    command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")
-        ->type_name("SECONDS");
+    command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")->type_name("SECONDS");
     command.add_option("--log", options->logFile, "Write the call's log there, not to the standard error stream")
         ->type_name("FILE");
 }
