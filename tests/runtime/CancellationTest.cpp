@@ -1,7 +1,6 @@
 #include "runtime/Cancellation.h"
 
 #include "runtime/Errors.h"
-#include "runtime/FunctionRunnable.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +8,6 @@ namespace
 {
 
 using namespace qpr;
-
-constexpr std::uint32_t patienceMs = 60000;
 
 /// How the thread of a call and one that the application made learn of the cancel.
 std::string OutcomeOfWait(Cancellation* cancellation, const WaitObject& object)
@@ -43,36 +40,6 @@ TEST(CancellationTest, CancelWinsOverAnObjectThatIsSignalled)
     cancellation.AdoptCurrentThread();
     EXPECT_EQ("interrupted", OutcomeOfWait(&cancellation, event.Object()));
     EXPECT_TRUE(cancellation.IsCancelled());
-}
-
-TEST(CancellationTest, CancelEndsTheWaitsOfAllThreads)
-{
-    Cancellation cancellation;
-    ThreadEvent never(ThreadEvent::Kind_AutoReset);
-    ThreadEvent started(ThreadEvent::Kind_AutoReset);
-    std::string outcomes[2];
-    test::FunctionRunnable own(
-        [&]
-        {
-            cancellation.AdoptCurrentThread();
-            started.Signal();
-            outcomes[0] = OutcomeOfWait(&cancellation, never.Object());
-        });
-    test::FunctionRunnable other(
-        [&]
-        {
-            started.Signal();
-            outcomes[1] = OutcomeOfWait(&cancellation, never.Object());
-        });
-    Thread ownThread(own);
-    started.Wait(patienceMs);
-    Thread otherThread(other);
-    started.Wait(patienceMs);
-    cancellation.Cancel();
-    ownThread.WaitForCompletion(patienceMs);
-    otherThread.WaitForCompletion(patienceMs);
-    EXPECT_EQ("interrupted", outcomes[0]);
-    EXPECT_EQ("Call cancelled", outcomes[1]);
 }
 
 } // namespace

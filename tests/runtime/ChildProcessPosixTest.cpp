@@ -1,9 +1,10 @@
 #include "runtime/ChildProcess.h"
 
-#include "runtime/Errors.h"
 #include "runtime/NamedPipe.h"
 #include "runtime/Utf8.h"
 #include "support/ChildMain.h"
+#include "support/ErrorOf.h"
+#include "support/PipedChild.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <optional>
 #include <regex>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -76,71 +76,13 @@ int UseMemory(const std::vector<std::string>&)
 const test::ChildRegistration children[] = {{"TellState", TellState}, {"LeaveGrandchild", LeaveGrandchild},
     {"EchoUntilTheEnd", EchoUntilTheEnd}, {"UseMemory", UseMemory}};
 
-qpr::ProcessStart StartOf(const char* body, const std::vector<std::wstring>& arguments = {})
-{
-    qpr::ProcessStart start;
-    start.executablePath = std::filesystem::absolute(test::OwnPath()).wstring();
-    start.arguments = {start.executablePath, L"--child", qpr::FromUtf8(body)};
-    start.arguments.insert(start.arguments.end(), arguments.begin(), arguments.end());
-    return start;
-}
-
-/// A child with a pipe at each of its standard streams.
-class PipedChild
-{
-public:
-    explicit PipedChild(qpr::ProcessStart start)
-    {
-        start.standardInput = m_input.server.Handle();
-        start.standardOutput = m_output.client.Handle();
-        start.standardError = m_error.client.Handle();
-        process.emplace(start);
-        m_input.server.Close();
-        m_output.client.Close();
-        m_error.client.Close();
-    }
-
-    void Write(const std::string& text) { qpr::IOWriter(m_input.client.Handle()).Write(text.data(), text.size()); }
-    void CloseInput() { m_input.client.Close(); }
-    std::string ReadOutput() { return ReadAll(m_output); }
-    std::string ReadError() { return ReadAll(m_error); }
-    char ReadByte()
-    {
-        char byte = 0;
-        qpr::PipeReader(m_output.server.Handle()).Read(&byte, 1);
-        return byte;
-    }
-
-    std::optional<qpr::ChildProcess> process;
-
-private:
-    static std::string ReadAll(qpr::PipePair& pipe)
-    {
-        qpr::PipeReader reader(pipe.server.Handle());
-        std::string text;
-        char piece[1000];
-        while (const std::size_t count = reader.Read(piece, sizeof piece))
-            text.append(piece, count);
-        return text;
-    }
-
-    qpr::PipePair m_input{false, true};
-    qpr::PipePair m_output{true, false};
-    qpr::PipePair m_error{true, false};
-};
+using test::PipedChild;
 
 /// The error without its line number.
-std::wstring StartError(const qpr::ProcessStart& start)
+std::string StartError(const qpr::ProcessStart& start)
 {
-    try
-    {
-        PipedChild child(start);
-    }
-    catch (const qpr::RuntimeError& error)
-    {
-        return std::regex_replace(qpr::ErrorText(error), std::wregex(L"(ChildProcess)\\.[0-9]+"), L"$1");
-    }
-    return L"no error";
+    return std::regex_replace(
+        test::ErrorOf([&] { PipedChild child(start); }), std::regex("(ChildProcess)\\.[0-9]+"), "$1");
 }
 
 int DescriptorCount()
@@ -169,7 +111,7 @@ TEST(ChildProcess, GetsItsArgumentsEnvironmentDirectoryAndNothingElse)
     std::signal(SIGUSR2, SIG_IGN);
     const int inheritable = open("/dev/null", O_RDONLY);
 
-    qpr::ProcessStart start = StartOf("TellState", {L"", L"two words", L"\"\x00E4\x20AC\""});
+    qpr::ProcessStart start = test::StartOfChild("TellState", {L"", L"two words", L"\"\x00E4\x20AC\""});
     start.workingDirectory = L"/usr";
     start.environment = {{L"QX_TEST_NEW", L"a=b \x20AC"}, {L"QX_TEST_REMOVED", L""}};
     PipedChild child(start);
@@ -195,7 +137,7 @@ TEST(ChildProcess, GetsHandlesThatAreStandardNumbersThemselvesInAnyOrder)
     dup2(static_cast<int>(error.client.Handle().Value()), 0);
     dup2(static_cast<int>(input.server.Handle().Value()), 1);
     dup2(static_cast<int>(output.client.Handle().Value()), 2);
-    qpr::ProcessStart start = StartOf("EchoUntilTheEnd");
+    qpr::ProcessStart start = test::StartOfChild("EchoUntilTheEnd");
     start.standardInput = qpr::NativeHandle(1);
     start.standardOutput = qpr::NativeHandle(2);
     start.standardError = qpr::NativeHandle(0);
@@ -216,7 +158,7 @@ TEST(ChildProcess, GetsHandlesThatAreStandardNumbersThemselvesInAnyOrder)
 
 TEST(ChildProcess, TellsTheSignalThatEndedIt)
 {
-    PipedChild child(StartOf("EchoUntilTheEnd", {std::to_wstring(SIGTERM)}));
+    PipedChild child(test::StartOfChild("EchoUntilTheEnd", {std::to_wstring(SIGTERM)}));
     EXPECT_FALSE(child.process->WaitForCompletion(0, true));
     EXPECT_THROW(child.process->CollectExitStatus(), std::logic_error);
     child.CloseInput();
@@ -230,37 +172,37 @@ TEST(ChildProcess, IsFoundOnThePathOnlyWhenAskedFor)
     start.executablePath = L"true";
     start.arguments = {L"true"};
     EXPECT_EQ(StartError(start),
-        L"CreateProcess('true') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file or "
-        L"directory");
+        "CreateProcess('true') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file or "
+        "directory");
     start.searchPath = true;
-    EXPECT_EQ(StartError(start), L"no error");
+    EXPECT_EQ(StartError(start), "no error");
 }
 
 TEST(ChildProcess, NamesWhatCannotBeStarted)
 {
-    qpr::ProcessStart noFile, notExecutable, noDirectory, cutArgument = StartOf("TellState");
+    qpr::ProcessStart noFile, notExecutable, noDirectory, cutArgument = test::StartOfChild("TellState");
     noFile.executablePath = L"/nowhere/at all";
     notExecutable.executablePath = L"/etc/passwd";
-    noDirectory = StartOf("TellState");
+    noDirectory = test::StartOfChild("TellState");
     noDirectory.workingDirectory = L"/etc/passwd";
     cutArgument.arguments.push_back(std::wstring(L"a\0b", 3));
     EXPECT_EQ(StartError(noFile),
-        L"CreateProcess('/nowhere/at all') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file "
-        L"or directory");
+        "CreateProcess('/nowhere/at all') failed in qpr::ChildProcess::ChildProcess, error number = 0x2: No such file "
+        "or directory");
     EXPECT_EQ(StartError(notExecutable),
-        L"CreateProcess('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0xd: Permission "
-        L"denied");
+        "CreateProcess('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0xd: Permission "
+        "denied");
     EXPECT_EQ(StartError(noDirectory),
-        L"SetCurrentDirectory('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0x14: Not a "
-        L"directory");
+        "SetCurrentDirectory('/etc/passwd') failed in qpr::ChildProcess::ChildProcess, error number = 0x14: Not a "
+        "directory");
     EXPECT_EQ(StartError(cutArgument),
-        L"CreateProcess('" + cutArgument.executablePath
-            + L"') failed in qpr::ChildProcess::ChildProcess, error number = 0x16: Invalid argument");
+        "CreateProcess('" + qpr::ToUtf8(cutArgument.executablePath)
+            + "') failed in qpr::ChildProcess::ChildProcess, error number = 0x16: Invalid argument");
 }
 
 TEST(ChildProcess, LeavesNothingBehindWhenDescriptorsRunOut)
 {
-    qpr::ProcessStart start = StartOf("EchoUntilTheEnd");
+    qpr::ProcessStart start = test::StartOfChild("EchoUntilTheEnd");
     qpr::PipePair input(false, true), output(true, false), error(true, false);
     start.standardInput = input.server.Handle();
     start.standardOutput = output.client.Handle();
@@ -272,17 +214,9 @@ TEST(ChildProcess, LeavesNothingBehindWhenDescriptorsRunOut)
     const rlimit exhausted{static_cast<rlim_t>(lowest), limit.rlim_max};
     close(lowest);
     setrlimit(RLIMIT_NOFILE, &exhausted);
-    std::wstring text;
-    try
-    {
-        qpr::ChildProcess child(start);
-    }
-    catch (const qpr::RuntimeError& failure)
-    {
-        text = qpr::ErrorText(failure);
-    }
+    const std::string failure = test::ErrorOf([&] { qpr::ChildProcess child(start); });
     setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_TRUE(text.ends_with(L"error number = 0x18: Too many open files")) << qpr::ToUtf8(text);
+    EXPECT_TRUE(failure.ends_with("error number = 0x18: Too many open files")) << failure;
     EXPECT_EQ(DescriptorCount(), before);
     output.client.Close();
     char byte;
@@ -291,16 +225,16 @@ TEST(ChildProcess, LeavesNothingBehindWhenDescriptorsRunOut)
 
 TEST(ChildProcess, IsEndedWithItsGroup)
 {
-    PipedChild child(StartOf("LeaveGrandchild"));
+    PipedChild child(test::StartOfChild("LeaveGrandchild"));
     child.process->WaitForCompletion();
     child.process->Terminate();
     EXPECT_EQ(child.ReadOutput(), "") << "returns once the grandchild has let go of the pipe";
     EXPECT_EQ(child.process->CollectExitStatus().exitCode, 0U);
 
-    PipedChild alone(StartOf("EchoUntilTheEnd"));
+    PipedChild alone(test::StartOfChild("EchoUntilTheEnd"));
     alone.process->Terminate();
     EXPECT_EQ(alone.process->CollectExitStatus().exitCode, 128U + SIGKILL);
-    const std::uint32_t abandonedId = PipedChild(StartOf("EchoUntilTheEnd")).process->ProcessId();
+    const std::uint32_t abandonedId = PipedChild(test::StartOfChild("EchoUntilTheEnd")).process->ProcessId();
     EXPECT_FALSE(Exists(abandonedId));
 }
 
@@ -308,18 +242,18 @@ TEST(ChildProcess, HasNoExitCodeWhereTheApplicationIgnoresItsChildren)
 {
     std::signal(SIGCHLD, SIG_IGN);
     {
-        PipedChild child(StartOf("EchoUntilTheEnd"));
+        PipedChild child(test::StartOfChild("EchoUntilTheEnd"));
         child.CloseInput();
         child.process->WaitForCompletion();
         EXPECT_FALSE(child.process->CollectExitStatus().isKnown);
-        PipedChild abandoned(StartOf("EchoUntilTheEnd"));
+        PipedChild abandoned(test::StartOfChild("EchoUntilTheEnd"));
     }
     std::signal(SIGCHLD, SIG_DFL);
 }
 
 TEST(ChildProcess, RunsAtIdlePriority)
 {
-    PipedChild child(StartOf("EchoUntilTheEnd"));
+    PipedChild child(test::StartOfChild("EchoUntilTheEnd"));
     child.process->SetPriorityLevel(qpr::PriorityLevel::Idle);
     EXPECT_EQ(sched_getscheduler(static_cast<pid_t>(child.process->ProcessId())), SCHED_IDLE);
 }
@@ -327,7 +261,7 @@ TEST(ChildProcess, RunsAtIdlePriority)
 TEST(ChildProcess, CountsItsOwnMemoryAndTimeNotTheClients)
 {
     std::vector<char> ofTheClient(200 << 20, 'c');
-    PipedChild child(StartOf("UseMemory"));
+    PipedChild child(test::StartOfChild("UseMemory"));
     EXPECT_EQ(child.ReadByte(), ofTheClient[1] == 'c' ? 'x' : 'y');
     child.process->NotePeakMemory();
     child.CloseInput();

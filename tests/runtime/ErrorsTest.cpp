@@ -1,6 +1,8 @@
 #include "runtime/Errors.h"
 
 #include "runtime/SystemErrors.h"
+#include "runtime/Utf8.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -10,20 +12,6 @@ namespace
 {
 
 using namespace qpr;
-
-template <class Action>
-std::wstring TextOfError(Action action)
-{
-    try
-    {
-        action();
-    }
-    catch (const RuntimeError& error)
-    {
-        return ErrorText(error);
-    }
-    return L"no error";
-}
 
 /// What an application's global locale may do to numbers.
 struct GroupingNumbers : std::numpunct<wchar_t>
@@ -37,8 +25,8 @@ TEST(ErrorsTest, SystemErrorNamesCallPlaceNumberAndDescription)
     const std::wstring description(WithoutLineEnd(DescribeSystemError(5, nullptr).text));
     ASSERT_FALSE(description.empty());
     EXPECT_EQ(L"CreateEvent() failed in qpr::ThreadEvent::ThreadEvent.13, error number = 0x5: " + description,
-        TextOfError(
-            [] { ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ThreadEvent::ThreadEvent", 5, 13); }));
+        FromUtf8(test::ErrorOf(
+            [] { ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ThreadEvent::ThreadEvent", 5, 13); })));
 }
 
 TEST(ErrorsTest, OnlySystemError64ComesWithoutThePlace)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/IRunnable.h"
+#include "runtime/Thread.h"
 
 #include <functional>
 #include <string>
@@ -9,7 +10,7 @@
 namespace test
 {
 
-/// A thread's body from a function, keeping the text of the error that ended it.
+/// A thread's body from a function, remembering how it ended: "", "interrupted" or the error's text.
 class FunctionRunnable : public qpr::IRunnable
 {
 public:
@@ -18,15 +19,26 @@ public:
     {
     }
 
-    void Run() override { m_body(); }
-    void HandleError(const std::exception& error) override { m_error = error.what(); }
+    void Run() override
+    {
+        try
+        {
+            m_body();
+        }
+        catch (const qpr::InterruptException&)
+        {
+            m_outcome = "interrupted";
+            throw;
+        }
+    }
+    void HandleError(const std::exception& error) override { m_outcome = error.what(); }
 
-    /// "" when there was none. Requires: the thread has ended.
-    const std::string& Error() const noexcept { return m_error; }
+    /// Requires: the thread has ended.
+    const std::string& Outcome() const noexcept { return m_outcome; }
 
 private:
     std::function<void()> m_body;
-    std::string m_error;
+    std::string m_outcome;
 };
 
 } // namespace test

@@ -1,31 +1,13 @@
 #include "runtime/NamedPipe.h"
 
-#include "runtime/Errors.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <functional>
-
-namespace
-{
 
 using qpr::PipePair;
-
-std::wstring ErrorOf(const std::function<void()>& operation)
-{
-    try
-    {
-        operation();
-    }
-    catch (const std::exception& error)
-    {
-        return qpr::ErrorText(error);
-    }
-    return L"no error";
-}
-
-} // namespace
+using test::ErrorOf;
 
 TEST(NamedPipePosix, ABrokenPipeIsAnErrorAndNoSignal)
 {
@@ -38,7 +20,7 @@ TEST(NamedPipePosix, ABrokenPipeIsAnErrorAndNoSignal)
         PipePair pipe(true, true);
         pipe.server.Close();
         EXPECT_EQ(ErrorOf([&] { qpr::IOWriter(pipe.client.Handle()).Write("abc", 3); }),
-            L"WriteFile/GetOverlappedResult() failed in qpr::IOWriter::Write.65, error number = 0x20: Broken pipe");
+            "WriteFile/GetOverlappedResult() failed in qpr::IOWriter::Write.65, error number = 0x20: Broken pipe");
         sigset_t pending;
         sigpending(&pending);
         EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
@@ -53,6 +35,6 @@ TEST(NamedPipePosix, ReportsOperationsOnAClosedEnd)
     qpr::PipeReader reader(pipe.server.Handle());
     pipe.server.Close();
     EXPECT_EQ(ErrorOf([&] { reader.InputPending(); }),
-        L"PeekNamedPipe() failed in qpr::PipeReader::InputPending.265, error number = 0x9: Bad file descriptor");
-    EXPECT_TRUE(ErrorOf([&] { pipe.server.Close(); }).starts_with(L"CloseHandle() failed in qpr::PipeEnd::Close."));
+        "PeekNamedPipe() failed in qpr::PipeReader::InputPending.265, error number = 0x9: Bad file descriptor");
+    EXPECT_TRUE(ErrorOf([&] { pipe.server.Close(); }).starts_with("CloseHandle() failed in qpr::PipeEnd::Close."));
 }

@@ -1,13 +1,12 @@
 #include "runtime/NamedPipe.h"
 
 #include "runtime/Cancellation.h"
-#include "runtime/Errors.h"
+#include "runtime/FunctionRunnable.h"
 #include "runtime/Thread.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +15,8 @@ namespace
 {
 
 using qpr::PipePair;
+using test::ErrorOf;
+using test::FunctionRunnable;
 
 /// Takes data until the writer is gone.
 std::string ReadAll(qpr::IReader& reader, std::size_t pieceSize)
@@ -27,57 +28,8 @@ std::string ReadAll(qpr::IReader& reader, std::size_t pieceSize)
     return data;
 }
 
-/// Fills the pipe until a write would block, so that the next one does.
-void FillUp(const PipePair& pipe)
-{
-    qpr::IOWriter writer(pipe.client.Handle());
-    const std::string piece(4096, 'f');
-    const qpr::WaitObject room(pipe.client.Handle(), qpr::WaitObject::Kind_Writable);
-    while (qpr::Thread::WaitForObject(room, L"FillUp", 0, true))
-        writer.Write(piece.data(), piece.size());
-}
-
-class BlockedOperation : public qpr::IRunnable
-{
-public:
-    explicit BlockedOperation(std::function<void()> body)
-        : m_body(std::move(body))
-    {
-    }
-
-    void Run() override
-    {
-        try
-        {
-            m_body();
-        }
-        catch (const qpr::InterruptException&)
-        {
-            wasInterrupted = true;
-            throw;
-        }
-    }
-    void HandleError(const std::exception& exception) override { error = qpr::ErrorText(exception); }
-
-    std::atomic<bool> wasInterrupted = false;
-    std::wstring error;
-
-private:
-    std::function<void()> m_body;
-};
-
-std::wstring ErrorOf(const std::function<void()>& operation)
-{
-    try
-    {
-        operation();
-    }
-    catch (const std::exception& error)
-    {
-        return qpr::ErrorText(error);
-    }
-    return L"no error";
-}
+/// More than a pipe takes while nobody reads.
+const std::string tooMuch(1 << 20, 'x');
 
 } // namespace
 
@@ -115,32 +67,31 @@ TEST(NamedPipe, TellsPendingInputAndTheEndOfTheData)
 TEST(NamedPipe, InterruptsABlockedWriterAndABlockedReader)
 {
     PipePair full(true, true);
-    FillUp(full);
     PipePair empty(true, true);
-    BlockedOperation write([&] { qpr::IOWriter(full.client.Handle()).Write("abc", 3); });
-    BlockedOperation read(
+    FunctionRunnable write([&] { qpr::IOWriter(full.client.Handle()).Write(tooMuch.data(), tooMuch.size()); });
+    FunctionRunnable read(
         [&]
         {
             char byte;
             qpr::PipeReader(empty.server.Handle()).Read(&byte, 1);
         });
-    for (BlockedOperation* operation : {&write, &read})
+    for (FunctionRunnable* operation : {&write, &read})
     {
         qpr::Thread thread(*operation);
         thread.Interrupt();
         thread.WaitForCompletion(30000);
-        EXPECT_TRUE(operation->wasInterrupted);
+        EXPECT_EQ(operation->Outcome(), "interrupted");
     }
 }
 
-TEST(NamedPipe, CancelEndsBlockedOperationsOnAnyThread)
+TEST(NamedPipe, CancelEndsFunctionRunnablesOnAnyThread)
 {
     PipePair full(true, true);
-    FillUp(full);
     PipePair empty(true, true);
     qpr::Cancellation cancellation;
-    BlockedOperation write([&] { qpr::IOWriter(full.client.Handle(), &cancellation).Write("abc", 3); });
-    BlockedOperation read(
+    FunctionRunnable write(
+        [&] { qpr::IOWriter(full.client.Handle(), &cancellation).Write(tooMuch.data(), tooMuch.size()); });
+    FunctionRunnable read(
         [&]
         {
             cancellation.AdoptCurrentThread();
@@ -154,8 +105,8 @@ TEST(NamedPipe, CancelEndsBlockedOperationsOnAnyThread)
         writer.WaitForCompletion(30000);
         reader.WaitForCompletion(30000);
     }
-    EXPECT_EQ(write.error, L"Call cancelled");
-    EXPECT_TRUE(read.wasInterrupted);
+    EXPECT_EQ(write.Outcome(), "Call cancelled");
+    EXPECT_EQ(read.Outcome(), "interrupted");
 }
 
 TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
@@ -167,6 +118,6 @@ TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
     writer.Write("abc", 3);
     cancellation.Cancel();
     char byte;
-    EXPECT_EQ(ErrorOf([&] { writer.Write("d", 1); }), L"Call cancelled");
-    EXPECT_EQ(ErrorOf([&] { reader.Read(&byte, 1); }), L"Call cancelled");
+    EXPECT_EQ(ErrorOf([&] { writer.Write("d", 1); }), "Call cancelled");
+    EXPECT_EQ(ErrorOf([&] { reader.Read(&byte, 1); }), "Call cancelled");
 }

@@ -1,8 +1,9 @@
 #include "runtime/Socket.h"
 
 #include "runtime/Cancellation.h"
-#include "runtime/Errors.h"
+#include "runtime/FunctionRunnable.h"
 #include "runtime/Thread.h"
+#include "support/ErrorOf.h"
 #include "support/SocketPair.h"
 
 #include <gmock/gmock.h>
@@ -20,50 +21,8 @@ using qpr::Socket;
 using qpr::SocketAddress;
 using qpr::SocketReader;
 using qpr::SocketWriter;
+using test::ErrorOf;
 using test::SocketPair;
-
-std::string ErrorOf(const std::function<void()>& action)
-{
-    try
-    {
-        action();
-    }
-    catch (const std::exception& error)
-    {
-        return error.what();
-    }
-    return "no error";
-}
-
-/// Runs an action on a thread of the runtime and remembers how it ended.
-class InterruptibleAction final : public qpr::IRunnable
-{
-public:
-    explicit InterruptibleAction(std::function<void()> action)
-        : m_action(std::move(action))
-    {
-    }
-
-    void Run() override
-    {
-        try
-        {
-            m_action();
-        }
-        catch (const qpr::InterruptException&)
-        {
-            wasInterrupted = true;
-            throw;
-        }
-    }
-    void HandleError(const std::exception& error) override { errorText = error.what(); }
-
-    bool wasInterrupted = false;
-    std::string errorText;
-
-private:
-    std::function<void()> m_action;
-};
 
 std::string ReadAll(Socket& socket, std::size_t pieceSize)
 {
@@ -215,11 +174,11 @@ TEST(SocketTest, AnInterruptEndsEveryWait)
     };
     for (const auto& test : cases)
     {
-        InterruptibleAction action(test.action);
+        test::FunctionRunnable action(test.action);
         {
             qpr::Thread thread(action);
         }
-        EXPECT_TRUE(action.wasInterrupted) << test.name << ": " << action.errorText;
+        EXPECT_EQ(action.Outcome(), "interrupted") << test.name;
     }
 }
 

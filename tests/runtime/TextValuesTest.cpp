@@ -1,6 +1,7 @@
 #include "runtime/TextValues.h"
 
-#include "runtime/Errors.h"
+#include "runtime/Utf8.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -13,15 +14,7 @@ using namespace qpr;
 template <class Parse>
 std::wstring ErrorOf(Parse parse, std::wstring_view text, std::wstring_view description = L"Width")
 {
-    try
-    {
-        parse(text, description);
-    }
-    catch (const RuntimeError& error)
-    {
-        return ErrorText(error);
-    }
-    return L"no error";
+    return FromUtf8(test::ErrorOf([&] { parse(text, description); }));
 }
 
 std::uint64_t ParseMemory(std::wstring_view text, std::wstring_view description)

@@ -4,6 +4,7 @@
 #include "runtime/Errors.h"
 #include "runtime/FunctionRunnable.h"
 #include "runtime/ThreadEvent.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@ namespace
 {
 
 using namespace qpr;
+using test::ErrorOf;
 using test::FunctionRunnable;
 
 /// Longer than anything here takes; a wait that ends by it is a failure.
@@ -49,7 +51,7 @@ void RunWithPendingInterrupt(std::function<void()> body)
     thread.Interrupt();
     interrupted.Signal();
     thread.WaitForCompletion(patienceMs);
-    EXPECT_EQ("", runnable.Error());
+    EXPECT_EQ("", runnable.Outcome());
 }
 
 TEST(ThreadTest, InterruptEndsEveryKindOfWait)
@@ -77,18 +79,17 @@ TEST(ThreadTest, InterruptEndsEveryKindOfWait)
     for (const auto& wait : waits)
     {
         ThreadEvent started(ThreadEvent::Kind_AutoReset);
-        bool interrupted = false;
         FunctionRunnable runnable(
             [&]
             {
                 started.Signal();
-                interrupted = IsInterruptedIn(wait);
+                wait();
             });
         Thread thread(runnable);
         started.Wait(patienceMs);
         thread.Interrupt();
         thread.WaitForCompletion(patienceMs);
-        EXPECT_TRUE(interrupted) << "wait " << &wait - waits;
+        EXPECT_EQ("interrupted", runnable.Outcome()) << "wait " << &wait - waits;
     }
 }
 
@@ -171,7 +172,7 @@ TEST(ThreadTest, WhatLeavesTheRunnableEndsItsThreadOnly)
     } const cases[] = {
         {[] { throw RuntimeError(L"Gr\u00FC\u00DFe"); }, "Gr\xC3\xBC\xC3\x9F\x65"},
         {[] { throw 1; }, "Unknown exception"},
-        {[] { throw InterruptException(); }, ""},
+        {[] { throw InterruptException(); }, "interrupted"},
         {[] {}, ""},
     };
     for (const auto& [body, error] : cases)
@@ -180,7 +181,7 @@ TEST(ThreadTest, WhatLeavesTheRunnableEndsItsThreadOnly)
         Thread thread(runnable);
         thread.WaitForCompletion(patienceMs);
         EXPECT_TRUE(thread.HasCompleted());
-        EXPECT_EQ(error, runnable.Error());
+        EXPECT_EQ(error, runnable.Outcome());
     }
 }
 
@@ -199,18 +200,17 @@ TEST(ThreadTest, FailingErrorHandlerEndsItsThreadOnly)
 TEST(ThreadTest, DestructorInterruptsAndWaits)
 {
     ThreadEvent started(ThreadEvent::Kind_AutoReset);
-    bool unwound = false;
     FunctionRunnable runnable(
         [&]
         {
             started.Signal();
-            unwound = IsInterruptedIn([] { Thread::Sleep(Infinite); });
+            Thread::Sleep(Infinite);
         });
     {
         const Thread thread(runnable);
         started.Wait(patienceMs);
     }
-    EXPECT_TRUE(unwound);
+    EXPECT_EQ("interrupted", runnable.Outcome());
 }
 
 TEST(ThreadTest, CompletionIsSeenWhenItIsThere)
@@ -219,16 +219,7 @@ TEST(ThreadTest, CompletionIsSeenWhenItIsThere)
     FunctionRunnable runnable([&] { end.Wait(patienceMs); });
     Thread thread(runnable);
     EXPECT_FALSE(thread.HasCompleted());
-    try
-    {
-        thread.WaitForCompletion(0);
-        ADD_FAILURE() << "no timeout";
-    }
-    catch (const TimeoutException& error)
-    {
-        EXPECT_EQ(L"Timeout executing qpr::Thread::WaitForCompletion", error.Text());
-        EXPECT_STREQ("Timeout executing qpr::Thread::WaitForCompletion", error.what());
-    }
+    EXPECT_EQ("Timeout executing qpr::Thread::WaitForCompletion", ErrorOf([&] { thread.WaitForCompletion(0); }));
     end.Signal();
     thread.WaitForCompletion(patienceMs);
     EXPECT_TRUE(thread.HasCompleted());
@@ -251,17 +242,10 @@ TEST(ThreadTest, LowestOfSeveralSignalledObjectsIsTaken)
 TEST(ThreadTest, WaitsAreCheckedForWhatTheyWaitFor)
 {
     const WaitObject nothing(NativeHandle(), WaitObject::Kind_State);
-    try
-    {
-        Thread::WaitForObject(nothing, L"qpr::Test::Wait", Infinite, false, 7);
-        ADD_FAILURE() << "no error";
-    }
-    catch (const RuntimeError& error)
-    {
-        EXPECT_TRUE(
-            ErrorText(error).starts_with(L"WaitForSingleObjectEx() failed in qpr::Test::Wait.7, error number = 0x"))
-            << error.what();
-    }
+    EXPECT_TRUE(ErrorOf(
+        [&] {
+            Thread::WaitForObject(nothing, L"qpr::Test::Wait", Infinite, false, 7);
+        }).starts_with("WaitForSingleObjectEx() failed in qpr::Test::Wait.7, error number = 0x"));
     EXPECT_THROW(Thread::WaitForAnyObject({}, L"test"), std::logic_error);
     EXPECT_THROW(Thread::WaitForAnyObject(std::vector<WaitObject>(65, nothing), L"test"), std::logic_error);
 }

@@ -36,26 +36,6 @@ TEST(Utf8Test, EveryLengthGoesThereAndBack)
     }
 }
 
-TEST(Utf8Test, BytesThatAreNotUtf8BecomeReplacementCharacters)
-{
-    struct
-    {
-        std::string_view bytes;
-        std::wstring_view text;
-    } const cases[] = {
-        {"a\x80z", L"a\uFFFDz"}, // a tail without a lead
-        {"a\xC3", L"a\uFFFD"}, // cut off
-        {"\xE2\x82z", L"\uFFFDz"},
-        {"\xC0\xAF", L"\uFFFD\uFFFD"}, // overlong
-        {"\xE0\x80\x80", L"\uFFFD\uFFFD\uFFFD"},
-        {"\xED\xA0\x80", L"\uFFFD\uFFFD\uFFFD"}, // a surrogate
-        {"\xF4\x90\x80\x80", L"\uFFFD\uFFFD\uFFFD\uFFFD"}, // beyond U+10FFFF
-        {"\xFF\xC3\xBC", L"\uFFFD\u00FC"},
-    };
-    for (const auto& [bytes, text] : cases)
-        EXPECT_EQ(text, FromUtf8(bytes));
-}
-
 TEST(Utf8Test, SurrogatesArePairedOrReplaced)
 {
     const wchar_t high = 0xD83D;

@@ -3,6 +3,7 @@
 #include "runtime/CurrentProcess.h"
 #include "runtime/ThreadEvent.h"
 #include "runtime/Utf8.h"
+#include "support/ErrorOf.h"
 #include "worktable/RowInWorkTable.h"
 #include "worktable/WorkTable.h"
 
@@ -82,21 +83,6 @@ inline const qpr::SecurityDescriptor& ForEveryone()
         Security() { GrantAllAccess(); }
     } security;
     return security;
-}
-
-/// The text of the exception that the action ends with.
-template <class Action>
-std::string ErrorOf(Action action)
-{
-    try
-    {
-        action();
-    }
-    catch (const std::exception& error)
-    {
-        return error.what();
-    }
-    return "no error";
 }
 
 } // namespace test
