@@ -1,7 +1,5 @@
 #include "client/ConnectorFixture.h"
 
-#include <thread>
-
 namespace
 {
 
@@ -32,16 +30,6 @@ TEST_F(LocalServiceConnectorTest, FillsTheComputerAndLetsSmallerCallsOvertake)
     m_executor->LetGo("2");
     tooLarge->Wait();
     EXPECT_EQ(Request(1).Notifications(), "");
-}
-
-TEST_F(LocalServiceConnectorTest, AnIdleComputerTakesAnyCall)
-{
-    auto& connector = Make();
-    auto* call = Call(connector, L"1", L"400", L"99999");
-    m_executor->Await("local 1");
-    m_executor->LetGo("1");
-    call->Wait();
-    EXPECT_EQ(LastRequest().Notifications(), "");
 }
 
 TEST_F(LocalServiceConnectorTest, SharesTheComputerWithAnotherConnector)
@@ -144,36 +132,6 @@ TEST_F(LocalServiceConnectorTest, ACallWhoseNeedsCannotBeKnownIsNotQueued)
     test::RecordingRequest request(L"Work", {{L"Id", L"1"}, {L"P", L"many"}, {L"M", L"1"}});
     EXPECT_THROW(connector.CreateServiceCall(request), std::runtime_error);
     EXPECT_EQ(request.Notifications(), "");
-}
-
-TEST_F(LocalServiceConnectorTest, ManyThreadsCreateCancelAndReleaseAtOnce)
-{
-    m_localSettings.noWaitCallMemoryUsageLimitInMB = 0;
-    auto& connector = Make();
-    std::atomic<int> ended = 0;
-    const auto work = [&](int thread)
-    {
-        for (int i = 0; i < 50; ++i)
-        {
-            const std::wstring id = std::to_wstring(thread * 1000 + i);
-            test::RecordingRequest request(L"Work", {{L"Id", id}, {L"P", L"1"}, {L"M", L"1"}});
-            auto* call = connector.CreateServiceCall(request);
-            if (i % 3 == 0)
-                m_executor->LetGo(std::string(id.begin(), id.end()));
-            else if (i % 3 == 1)
-                call->Cancel();
-            if (i % 3 != 2)
-                call->Wait();
-            call->Release();
-            const bool isDone = i % 3 == 0;
-            ended += request.Notifications() == (isDone ? "" : "cancelled;");
-        }
-    };
-    std::vector<std::jthread> threads;
-    for (int thread = 1; thread <= 4; ++thread)
-        threads.emplace_back(work, thread);
-    threads.clear();
-    EXPECT_EQ(ended, 200);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "protocol/LineConversation.h"
 
-#include "runtime/Errors.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -25,15 +25,7 @@ TEST(LineConversationTest, RefusesALineThatDoesNotEnd)
     const std::wstring longest(qxm::maxLineLength, L'x');
     std::wistringstream input(longest + L"\n" + longest + L"x");
     EXPECT_EQ(qxm::ReadLine(input), longest);
-    try
-    {
-        qxm::ReadLine(input);
-        FAIL();
-    }
-    catch (const qpr::RuntimeError& error)
-    {
-        EXPECT_STREQ(error.what(), "Line of more than 65536 characters received");
-    }
+    EXPECT_EQ(test::ErrorOf([&] { qxm::ReadLine(input); }), "Line of more than 65536 characters received");
 }
 
 TEST(LineConversationTest, ReadsPrompts)
@@ -57,18 +49,10 @@ TEST(LineConversationTest, ReadsPrompts)
         {L"$", "Expected prompt but received '$'"},
         {L"", "Expected prompt but received ''"},
     };
-    for (const auto& test : cases)
+    for (const auto& c : cases)
     {
-        std::wistringstream input(test.input);
-        try
-        {
-            qxm::ReadPrompt(input, reason);
-            ADD_FAILURE() << test.error;
-        }
-        catch (const qpr::RuntimeError& error)
-        {
-            EXPECT_STREQ(error.what(), test.error);
-        }
+        std::wistringstream input(c.input);
+        EXPECT_EQ(test::ErrorOf([&] { qxm::ReadPrompt(input, reason); }), c.error);
     }
 }
 

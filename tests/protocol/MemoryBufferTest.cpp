@@ -1,6 +1,6 @@
 #include "protocol/MemoryBuffer.h"
 
-#include "runtime/Errors.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -49,21 +49,10 @@ TEST(MemoryBuffer, NamesTheSizeThatCannotBeHad)
 {
     volatile std::size_t tooMuch = std::numeric_limits<std::size_t>::max() / 2 + 1;
     const std::string size = std::to_string(tooMuch);
-    const auto errorOf = [](auto operation) -> std::string
-    {
-        try
-        {
-            operation();
-        }
-        catch (const qpr::RuntimeError& error)
-        {
-            return error.what();
-        }
-        return "no error";
-    };
-    EXPECT_EQ(errorOf([&] { qpr::MemoryBuffer buffer(tooMuch); }),
+    EXPECT_EQ(test::ErrorOf([&] { qpr::MemoryBuffer buffer(tooMuch); }),
         "malloc(" + size + ") failed allocating qpr::MemoryBuffer");
     qpr::MemoryBuffer buffer(4);
-    EXPECT_EQ(errorOf([&] { buffer.GrowTo(tooMuch); }), "realloc(" + size + ") failed reallocating qpr::MemoryBuffer");
+    EXPECT_EQ(
+        test::ErrorOf([&] { buffer.GrowTo(tooMuch); }), "realloc(" + size + ") failed reallocating qpr::MemoryBuffer");
     EXPECT_EQ(buffer.Size(), 4U);
 }

@@ -1,6 +1,7 @@
 #include "protocol/Utf8Streams.h"
 
 #include "runtime/Errors.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -94,15 +95,7 @@ TEST(Utf8Streams, RefusesToWriteWhatIsNoText)
     {
         std::ostringstream target;
         qpr::UTF8OutputStream stream(target);
-        try
-        {
-            stream << text;
-            ADD_FAILURE() << "written";
-        }
-        catch (const qpr::RuntimeError& error)
-        {
-            EXPECT_TRUE(std::string(error.what()).starts_with(notEncoded)) << error.what();
-        }
+        EXPECT_TRUE(test::ErrorOf([&] { stream << text; }).starts_with(notEncoded));
         EXPECT_EQ(target.str(), "");
     }
 }

@@ -104,16 +104,6 @@ TEST(WorkTable, CountsARowByItsAge)
     }
 }
 
-TEST(WorkTable, SumsOwnAndOthersRunningWork)
-{
-    TestTable test;
-    Row first(test.table, 1);
-    Row second(test.table, 1);
-    Publish(test.table, first, {{2, 1.5f, 100}, {9, 9, 9}});
-    Publish(test.table, second, {{1, 0.25f, 50}, {}});
-    EXPECT_EQ((Work{3, 1.75f, 150}), Sum(test.table, second));
-}
-
 TEST(WorkTable, TakesNothingFromRowsThatNoHonestOwnerWrites)
 {
     TestTable test;
@@ -174,17 +164,6 @@ TEST(WorkTable, ReportsAStolenRowAndLeavesItToTheThief)
     EXPECT_EQ(0, std::memcmp(&stolen, &row, sizeof row));
 }
 
-TEST(WorkTable, GivesItsRowBackEmpty)
-{
-    TestTable test;
-    {
-        Row own(test.table, 1);
-        Publish(test.table, own, {{1, 1, 1}, {1, 1, 1}});
-    }
-    const layout::Row row = Read(test.table, 0);
-    EXPECT_EQ(0, std::memcmp(&row, std::vector<char>(36).data(), 36));
-}
-
 TEST(WorkTable, GivesTheRowBackWhenItsEventIsTaken)
 {
     TestTable test;
@@ -228,20 +207,4 @@ TEST(WorkTable, NamesTheLockThatWasNotToBeHad)
     WorkTable impatient(WorkTable::ScopeMode_PreferExistingGlobal, options);
     const WorkTable::Lock held(test.table);
     EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { WorkTable::Lock lock(impatient); }));
-}
-
-TEST(WorkTable, RefusesASegmentThatIsTooSmall)
-{
-    const test::UniqueName name;
-    std::filesystem::path path;
-    {
-        const qpr::SharedMemorySegment segment(name.Local(), 1440, test::ForEveryone());
-        path = name.Files().at(0);
-    }
-    std::filesystem::resize_file(path, 0);
-    WorkTableOptions options;
-    options.baseName = name.Text();
-    EXPECT_EQ("Existing shared memory segment '" + qpr::ToUtf8(name.Local())
-            + "' too small (minimum size = 1440, actual size = 0)",
-        ErrorOf([&] { WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, options); }));
 }
