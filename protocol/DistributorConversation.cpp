@@ -2,6 +2,7 @@
 
 #include "config/Arguments.h"
 #include "protocol/LineConversation.h"
+#include "protocol/PeekingReader.h"
 #include "protocol/SocketStreams.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
@@ -65,6 +66,7 @@ public:
     {
         WriteLine(BuildServiceRequestLine(request));
         const std::wstring reply = ReadLine(m_input);
+        m_reader.Settle();
         if (reply != serviceRequestAcceptedLine)
             throw qpr::RuntimeError(L"Service request rejected by distributor (" + reply + L")");
     }
@@ -72,8 +74,8 @@ public:
 private:
     void WriteLine(const std::wstring& line) { (m_output << line << L"\r\n").flush(); }
 
-    qpr::SocketReader m_reader;
-    qpr::SocketInputStream m_inputBytes{m_reader, 1};
+    qpr::PeekingReader m_reader;
+    qpr::PeekingInputStream m_inputBytes{m_reader, 1};
     qpr::UTF8InputStream m_input{m_inputBytes};
     qpr::SocketWriter m_writer;
     qpr::SocketOutputStream m_outputBytes{m_writer, outputBufferSize};

@@ -1,7 +1,7 @@
 #include "protocol/LogConnection.h"
 
 #include "protocol/LineConversation.h"
-#include "protocol/SocketStreams.h"
+#include "protocol/PeekingReader.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
 
@@ -12,10 +12,11 @@ namespace qxm
 
 void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::IWaiter& waiter)
 {
-    qpr::SocketReader reader(mainSocket, waiter);
-    qpr::SocketInputStream bytes(reader, 1);
+    qpr::PeekingReader reader(mainSocket, waiter);
+    qpr::PeekingInputStream bytes(reader, 1);
     qpr::UTF8InputStream text(bytes);
     const std::wstring line = ReadLine(text);
+    reader.Settle();
 
     // Lines are trimmed, so that one without a port lacks the prefix's own blank too.
     const std::wstring_view prefix = logPortLinePrefix;

@@ -3,6 +3,12 @@
 namespace qpr
 {
 
+bool Socket::HasInputEnded() const
+{
+    char byte = 0;
+    return TryPeek(&byte, 1) == std::optional<std::size_t>(0);
+}
+
 SocketReader::SocketReader(Socket& socket, const Cancellation* cancellation)
     : m_socket(socket)
     , m_cancellableWaiter(cancellation)

@@ -74,8 +74,11 @@ public:
     /// Returns when there is data, its end, or a connection to accept.
     void WaitForInput(const IWaiter& waiter = CancellableWaiter()) const;
 
-    /// Whether the peer has ended its data and all of it has been read; does not block. Throws when the connection
-    /// broke.
+    /// Copies what there is to be read without taking it; does not block: null when nothing is there yet, 0 at the end
+    /// of the data. Throws when the connection broke.
+    std::optional<std::size_t> TryPeek(void* buffer, std::size_t size) const;
+
+    /// Whether the peer has ended its data and all of it has been read; otherwise as TryPeek.
     bool HasInputEnded() const;
 
     bool IsOpen() const noexcept { return m_handle.IsValid(); }

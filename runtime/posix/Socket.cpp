@@ -194,13 +194,14 @@ void Socket::WaitForInput(const IWaiter& waiter) const
     waiter.WaitFor(InputObject(), L"qpr::Socket::WaitForInput");
 }
 
-bool Socket::HasInputEnded() const
+std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
-    char byte = 0;
-    const ssize_t count = recv(Descriptor(m_handle), &byte, 1, MSG_PEEK);
-    if (count == -1 && !WouldBlock(errno) && errno != EINTR)
-        ThrowSocketError(L"WSARecv() failed", L"qpr::Socket::HasInputEnded");
-    return count == 0;
+    const ssize_t count = recv(Descriptor(m_handle), buffer, size, MSG_PEEK);
+    if (count >= 0)
+        return static_cast<std::size_t>(count);
+    if (!WouldBlock(errno) && errno != EINTR)
+        ThrowSocketError(L"WSARecv() failed", L"qpr::Socket::TryPeek");
+    return std::nullopt;
 }
 
 WaitObject Socket::InputObject() const noexcept

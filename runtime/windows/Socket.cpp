@@ -1,5 +1,6 @@
 #include "runtime/Socket.h"
 
+#include "runtime/CheckedIntCast.h"
 #include "runtime/Errors.h"
 #include "runtime/Panic.h"
 #include "runtime/Thread.h"
@@ -277,15 +278,19 @@ void Socket::WaitForInput(const IWaiter& waiter) const
     waiter.WaitFor(InputObject(), L"qpr::Socket::WaitForInput");
 }
 
-bool Socket::HasInputEnded() const
+std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
     if (CountReadySockets(SystemSocket(m_handle), WaitObject::Kind_Readable) <= 0)
-        return false;
-    char byte = 0;
-    const int count = recv(SystemSocket(m_handle), &byte, 1, MSG_PEEK);
-    if (count == SOCKET_ERROR && WSAGetLastError() != WSAEWOULDBLOCK)
-        ThrowSocketError(L"WSARecv() failed", L"qpr::Socket::HasInputEnded");
-    return count == 0;
+        return std::nullopt;
+    const int count = recv(SystemSocket(m_handle), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
+    if (count >= 0)
+        return static_cast<std::size_t>(count);
+    const int error = WSAGetLastError();
+    if (error == WSAEMSGSIZE) // there is more than was asked for
+        return size;
+    if (error != WSAEWOULDBLOCK)
+        ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::Socket::TryPeek", static_cast<std::uint32_t>(error));
+    return std::nullopt;
 }
 
 WaitObject Socket::InputObject() const noexcept
