@@ -9,7 +9,7 @@
 namespace
 {
 
-constexpr std::size_t MaxOutput = 100000;
+constexpr std::size_t MaxOutput = 10000;
 
 std::string Frames(std::string_view deflated, std::size_t frameSize)
 {
