@@ -11,13 +11,10 @@
 #include <string>
 #include <vector>
 
-namespace qpr
-{
-class Cancellation;
-}
-
 namespace qxd
 {
+
+class CallWaiter;
 
 /// How a servant has ended.
 struct ServantEnd
@@ -54,10 +51,10 @@ public:
     virtual ~IServantStarter() = default;
 
     /// Starts a servant with its command line. Its log goes to the stream, on a thread of the servant's, until it ends.
-    /// Its channels' waits join the cancellation. Both outlive the servant. Any thread may call; throws what went
-    /// wrong.
+    /// Its output waits with the waiter, its input with the waiter's cancellation. Both outlive the servant. Any thread
+    /// may call; throws what went wrong.
     virtual std::unique_ptr<IServant> Start(
-        const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation) = 0;
+        const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter) = 0;
 };
 
 } // namespace qxd

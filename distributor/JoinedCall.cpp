@@ -3,8 +3,8 @@
 #include "distributor/ByteCopy.h"
 #include "distributor/ClientConversation.h"
 #include "protocol/ExecutionInfoRecord.h"
+#include "runtime/Errors.h"
 
-#include <array>
 #include <utility>
 
 namespace qxd
@@ -32,7 +32,8 @@ void EndSending(qpr::Socket& socket) noexcept
 JoinedCall::JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket)
     : m_mainSocket(mainSocket)
     , m_logSocket(std::move(logSocket))
-    , m_logWriter(m_logSocket, &m_cancellation)
+    , m_waiter(m_logSocket)
+    , m_logWriter(m_logSocket, &m_waiter.GetCancellation())
     , m_logBytes(m_logWriter, logBufferSize)
     , m_log(m_logBytes)
 {
@@ -44,26 +45,35 @@ JoinedCall::JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket)
 void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> commandLine)
 {
     m_commandLine = std::move(commandLine);
-    m_servant = starter.Start(m_commandLine, m_log, m_cancellation);
+    m_servant = starter.Start(m_commandLine, m_log, m_waiter);
     m_mainSocket.SetResetOnClose(true);
     m_logSocket.SetResetOnClose(true);
-    m_inputCopier.emplace(m_mainSocket, *m_servant, m_cancellation);
-    m_clientWatch.emplace(m_logSocket, m_cancellation);
+    m_inputCopier.emplace(m_mainSocket, *m_servant, m_waiter.GetCancellation());
 }
 
 ServantEnd JoinedCall::WaitForEnd()
 {
     CopyOutput();
     m_servant->CloseOutput();
-    const std::array<qpr::WaitObject, 2> objects = {m_servant->EndObject(), m_cancellation.Object()};
-    qpr::Thread::WaitForAnyObject(objects, L"qxd::JoinedCall::WaitForEnd");
+    WaitForServantOrClient();
     m_inputCopier.reset();
     return m_servant->End();
 }
 
+void JoinedCall::WaitForServantOrClient()
+{
+    try
+    {
+        m_waiter.WaitFor(m_servant->EndObject(), L"qxd::JoinedCall::WaitForServantOrClient");
+    }
+    catch (const qpr::RuntimeError&) // the client is gone
+    {
+    }
+}
+
 void JoinedCall::CopyOutput()
 {
-    qpr::SocketWriter writer(m_mainSocket, &m_cancellation);
+    qpr::SocketWriter writer(m_mainSocket, m_waiter);
     if (CopyBytes(m_servant->Output(), writer) == CopyEnd::EndOfData)
         EndSending(m_mainSocket);
 }

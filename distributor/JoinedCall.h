@@ -1,12 +1,11 @@
 #pragma once
 
 #include "distributor/CallOrder.h"
-#include "distributor/ClientWatch.h"
+#include "distributor/CallWaiter.h"
 #include "distributor/IServantStarter.h"
 #include "distributor/InputCopier.h"
 #include "protocol/SocketStreams.h"
 #include "protocol/Utf8Streams.h"
-#include "runtime/Cancellation.h"
 
 #include <memory>
 #include <optional>
@@ -15,7 +14,7 @@ namespace qxd
 {
 
 /// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
-/// the log connection. Used by the client's session thread; two more copy the input and watch for the client. The
+/// the log connection. Used by the client's session thread; another copies the input. The
 /// destructor ends what is left of the servant. From the start of the servant until the call has ended orderly, closing
 /// the connections resets them, so that the client cannot take what it has received for everything.
 class JoinedCall
@@ -37,21 +36,21 @@ public:
     /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it.
     void Finish();
 
-    bool ClientIsGone() const noexcept { return m_cancellation.IsCancelled(); }
+    bool ClientIsGone() const noexcept { return m_waiter.ClientIsGone(); }
 
 private:
     void CopyOutput();
+    void WaitForServantOrClient();
 
     qpr::Socket& m_mainSocket; // not owned
     qpr::Socket m_logSocket;
-    qpr::Cancellation m_cancellation;
+    CallWaiter m_waiter;
     qpr::SocketWriter m_logWriter;
     qpr::SocketOutputStream m_logBytes;
     qpr::UTF8OutputStream m_log;
     std::vector<std::wstring> m_commandLine;
     std::unique_ptr<IServant> m_servant;
     std::optional<InputCopier> m_inputCopier;
-    std::optional<ClientWatch> m_clientWatch;
 };
 
 } // namespace qxd

@@ -1,7 +1,7 @@
 #include "distributor/ProcessStarter.h"
 
+#include "distributor/CallWaiter.h"
 #include "protocol/ServantProcess.h"
-#include "runtime/Cancellation.h"
 
 namespace qxd
 {
@@ -11,12 +11,11 @@ namespace
 class ProcessServant final : public IServant
 {
 public:
-    ProcessServant(
-        const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation)
-        : m_cancellation(cancellation)
+    ProcessServant(const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter)
+        : m_cancellation(waiter.GetCancellation())
         , m_process(commandLine, log)
-        , m_input(m_process.CommandPipe().Handle(), &cancellation)
-        , m_output(m_process.AnswerPipe().Handle(), &cancellation)
+        , m_input(m_process.CommandPipe().Handle(), &waiter.GetCancellation())
+        , m_output(m_process.AnswerPipe().Handle(), waiter)
     {
     }
 
@@ -43,9 +42,9 @@ private:
 } // namespace
 
 std::unique_ptr<IServant> ProcessStarter::Start(
-    const std::vector<std::wstring>& commandLine, std::wostream& log, const qpr::Cancellation& cancellation)
+    const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter)
 {
-    return std::make_unique<ProcessServant>(commandLine, log, cancellation);
+    return std::make_unique<ProcessServant>(commandLine, log, waiter);
 }
 
 } // namespace qxd

@@ -9,8 +9,8 @@ namespace qxd
 class ProcessStarter final : public IServantStarter
 {
 public:
-    std::unique_ptr<IServant> Start(const std::vector<std::wstring>& commandLine, std::wostream& log,
-        const qpr::Cancellation& cancellation) override;
+    std::unique_ptr<IServant> Start(
+        const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter) override;
 };
 
 } // namespace qxd

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/CancellableWaiter.h"
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
 #include "runtime/NativeHandle.h"
@@ -10,8 +11,6 @@
 
 namespace qpr
 {
-
-class Cancellation;
 
 /// One end of a pipe, owned. Moves, does not copy; the destructor closes.
 class PipeEnd
@@ -54,21 +53,24 @@ struct PipePair
     PipeEnd client; ///< writes
 };
 
-/// Reads from a handle. Not owned: the handle outlives the reader, and so does the cancellation (which may be null).
+/// Reads from a handle. Not owned: the handle outlives the reader, and so does what it waits with (a cancellation may
+/// be null).
 class IOReader : public IReader
 {
 public:
     explicit IOReader(NativeHandle handle, const Cancellation* cancellation = nullptr);
+    IOReader(NativeHandle handle, const IWaiter& waiter);
     ~IOReader() override;
 
     std::size_t Read(void* buffer, std::size_t size) override;
 
 protected:
     NativeHandle m_handle;
-    const Cancellation* m_cancellation; // not owned, may be null
 
 private:
     struct Overlapped;
+    CancellableWaiter m_cancellableWaiter;
+    const IWaiter& m_waiter; // not owned, or the one above
     std::unique_ptr<Overlapped> m_overlapped;
 };
 
@@ -88,6 +90,7 @@ class IOWriter final : public IWriter
 {
 public:
     explicit IOWriter(NativeHandle handle, const Cancellation* cancellation = nullptr);
+    IOWriter(NativeHandle handle, const IWaiter& waiter);
     ~IOWriter() override;
 
     void Write(const void* buffer, std::size_t size) override;
@@ -96,7 +99,8 @@ public:
 private:
     struct Overlapped;
     NativeHandle m_handle; // not owned
-    const Cancellation* m_cancellation; // not owned, may be null
+    CancellableWaiter m_cancellableWaiter;
+    const IWaiter& m_waiter; // not owned, or the one above
     std::unique_ptr<Overlapped> m_overlapped;
 };
 

@@ -1,6 +1,5 @@
 #include "runtime/NamedPipe.h"
 
-#include "runtime/Cancellation.h"
 #include "runtime/CheckedIntCast.h"
 #include "runtime/Errors.h"
 #include "runtime/Panic.h"
@@ -32,12 +31,6 @@ bool CloseDescriptor(NativeHandle handle) noexcept
 bool StopBlocking(NativeHandle handle) noexcept
 {
     return fcntl(DescriptorOf(handle), F_SETFL, O_NONBLOCK) == 0;
-}
-
-void ThrowIfCancelled(const Cancellation* cancellation)
-{
-    if (cancellation)
-        cancellation->ThrowIfCancelled();
 }
 
 } // namespace
@@ -74,7 +67,14 @@ struct IOReader::Overlapped
 
 IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
     : m_handle(handle)
-    , m_cancellation(cancellation)
+    , m_cancellableWaiter(cancellation)
+    , m_waiter(m_cancellableWaiter)
+{
+}
+
+IOReader::IOReader(NativeHandle handle, const IWaiter& waiter)
+    : m_handle(handle)
+    , m_waiter(waiter)
 {
 }
 
@@ -82,15 +82,14 @@ IOReader::~IOReader() = default;
 
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
-    Thread::CheckInterrupt();
-    ThrowIfCancelled(m_cancellation);
+    m_waiter.Check();
     for (;;)
     {
         const ssize_t count = read(DescriptorOf(m_handle), buffer, size);
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (errno == EAGAIN)
-            Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
+            m_waiter.WaitFor({m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
         else if (errno != EINTR)
             ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
     }
@@ -113,7 +112,14 @@ struct IOWriter::Overlapped
 
 IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
     : m_handle(handle)
-    , m_cancellation(cancellation)
+    , m_cancellableWaiter(cancellation)
+    , m_waiter(m_cancellableWaiter)
+{
+}
+
+IOWriter::IOWriter(NativeHandle handle, const IWaiter& waiter)
+    : m_handle(handle)
+    , m_waiter(waiter)
 {
 }
 
@@ -123,7 +129,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
 {
     std::size_t left = CheckedIntCast<std::uint32_t>(size);
     const auto* next = static_cast<const char*>(buffer);
-    ThrowIfCancelled(m_cancellation);
+    m_waiter.Check();
     const SigPipeBlock block;
     for (;;)
     {
@@ -140,7 +146,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
         left -= written;
         if (left == 0)
             break;
-        Cancellation::WaitForObject(m_cancellation, {m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
+        m_waiter.WaitFor({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
     }
     Thread::CheckInterrupt();
 }

@@ -1,6 +1,5 @@
 #include "runtime/NamedPipe.h"
 
-#include "runtime/Cancellation.h"
 #include "runtime/CheckedIntCast.h"
 #include "runtime/Errors.h"
 #include "runtime/Panic.h"
@@ -19,45 +18,6 @@ namespace qpr
 
 namespace
 {
-
-void ThrowIfCancelled(const Cancellation* cancellation)
-{
-    if (cancellation)
-        cancellation->ThrowIfCancelled();
-}
-
-/// Nobody else has the name: the pair is at its address and the thread is busy with it.
-std::wstring PipeName(const PipePair* pair)
-{
-    wchar_t name[100];
-    std::swprintf(name, std::size(name), L"\\\\.\\pipe\\FerndelPipes.%lu.%lu.0x%016llX", GetCurrentProcessId(),
-        GetCurrentThreadId(), static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(pair)));
-    return name;
-}
-
-PipeEnd CreateServerEnd(const std::wstring& name, bool overlapped)
-{
-    const HANDLE handle = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | (overlapped ? FILE_FLAG_OVERLAPPED : 0),
-        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
-    return PipeEnd(NativeHandleOf(handle));
-}
-
-PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
-{
-    const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
-        overlapped ? FILE_FLAG_OVERLAPPED : 0, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-        ThrowSystemError(L"CreateFile('" + name + L"') failed", L"qpr::ClientPipeEnd::ClientPipeEnd", 209);
-    return PipeEnd(NativeHandleOf(handle));
-}
-
-/// The writer has closed its end, or the file is over.
-bool IsEndOfData(DWORD error) noexcept
-{
-    return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
-}
 
 } // namespace
 
@@ -90,7 +50,15 @@ struct IOReader::Overlapped
 
 IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
     : m_handle(handle)
-    , m_cancellation(cancellation)
+    , m_cancellableWaiter(cancellation)
+    , m_waiter(m_cancellableWaiter)
+    , m_overlapped(std::make_unique<Overlapped>())
+{
+}
+
+IOReader::IOReader(NativeHandle handle, const IWaiter& waiter)
+    : m_handle(handle)
+    , m_waiter(waiter)
     , m_overlapped(std::make_unique<Overlapped>())
 {
 }
@@ -99,8 +67,7 @@ IOReader::~IOReader() = default;
 
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
-    Thread::CheckInterrupt();
-    ThrowIfCancelled(m_cancellation);
+    m_waiter.Check();
     const HANDLE handle = SystemHandleOf(m_handle);
     const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
     OverlappedOperation& operation = m_overlapped->operation;
@@ -110,8 +77,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
         bool isDone = ReadFile(handle, buffer, wanted, &count, operation.Begin());
         if (!isDone && GetLastError() == ERROR_IO_PENDING)
         {
-            const auto wait = [&]
-            { Cancellation::WaitForObject(m_cancellation, operation.Object(), L"qpr::IOReader::Read"); };
+            const auto wait = [&] { m_waiter.WaitFor(operation.Object(), L"qpr::IOReader::Read"); };
             operation.WaitForEnd(handle, wait, "qpr::IOReader::Read", __LINE__);
             isDone = operation.TakeResult(handle, count);
         }
@@ -142,7 +108,15 @@ struct IOWriter::Overlapped
 
 IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
     : m_handle(handle)
-    , m_cancellation(cancellation)
+    , m_cancellableWaiter(cancellation)
+    , m_waiter(m_cancellableWaiter)
+    , m_overlapped(std::make_unique<Overlapped>())
+{
+}
+
+IOWriter::IOWriter(NativeHandle handle, const IWaiter& waiter)
+    : m_handle(handle)
+    , m_waiter(waiter)
     , m_overlapped(std::make_unique<Overlapped>())
 {
 }
@@ -152,7 +126,7 @@ IOWriter::~IOWriter() = default;
 void IOWriter::Write(const void* buffer, std::size_t size)
 {
     const auto wanted = CheckedIntCast<std::uint32_t>(size);
-    ThrowIfCancelled(m_cancellation);
+    m_waiter.Check();
     if (wanted == 0)
         return; // a reader would take it for the end of the data
     const auto requireAll = [size](const wchar_t* call, DWORD count)
@@ -173,8 +147,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     }
     if (GetLastError() == ERROR_IO_PENDING)
     {
-        const auto wait = [&]
-        { Cancellation::WaitForObject(m_cancellation, operation.Object(), L"qpr::IOWriter::Write"); };
+        const auto wait = [&] { m_waiter.WaitFor(operation.Object(), L"qpr::IOWriter::Write"); };
         operation.WaitForEnd(handle, wait, "qpr::IOWriter::Write", 48);
         if (operation.TakeResult(handle, count))
             return requireAll(L"GetOverlappedResult() after WriteFile()", count);
