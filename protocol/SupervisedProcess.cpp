@@ -1,5 +1,6 @@
 #include "protocol/SupervisedProcess.h"
 
+#include "runtime/Cancellation.h"
 #include "runtime/Thread.h"
 
 #include <utility>
@@ -23,7 +24,7 @@ qpr::ChildProcess::ExitStatus SupervisedProcess::WaitForEnd(
         m_process.WaitForCompletion(); // notes the time
     else
         m_process.Terminate();
-    EndGroup(cancellation, graceMs);
+    EndGroup(cancellation, cancellation.IsCancelled() ? graceMs : graceTimeMs);
     return m_process.CollectExitStatus();
 }
 

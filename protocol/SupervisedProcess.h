@@ -29,7 +29,7 @@ public:
 
     /// Returns when the process has ended, by itself or by force: without limit of time unless cancelled or hurried,
     /// else within the grace time. What it leaves running of its group, and holding its log, is ended after the same
-    /// time.
+    /// time, and after the usual one when nothing was cancelled.
     qpr::ChildProcess::ExitStatus WaitForEnd(
         const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs = graceTimeMs);
 
