@@ -132,6 +132,10 @@ int Run(int argc, char** argv, std::initializer_list<Service> services)
     {
         return Report(error, exitCodeFailed);
     }
+    catch (...)
+    {
+        return Report(qpr::RuntimeError(L"The service threw something that is no std::exception"), exitCodeFailed);
+    }
 }
 
 } // namespace qxservant
