@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr std::uint32_t serviceNotFound = 10109;
+constexpr std::uint32_t hostNotFound = 11001;
 
 /// Resolvers take "99999", "-1" and the empty text for some port.
 bool IsServiceText(const std::wstring& service)
@@ -66,6 +67,8 @@ SocketAddress SocketAddress::Resolve(const std::wstring& host, const std::wstrin
 {
     if (!IsServiceText(service))
         ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", serviceNotFound);
+    if (host.empty()) // some resolvers take it for this computer
+        ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", hostNotFound);
     const std::vector<SocketAddress> addresses = LookUpAddresses(host, service);
     const auto found = std::ranges::find(addresses, family, &SocketAddress::GetFamily);
     if (found == addresses.end())

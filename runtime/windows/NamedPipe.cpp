@@ -19,6 +19,39 @@ namespace qpr
 namespace
 {
 
+/// Nobody else has the name: the pair is at its address and the thread is busy with it.
+std::wstring PipeName(const PipePair* pair)
+{
+    wchar_t name[100];
+    std::swprintf(name, std::size(name), L"\\\\.\\pipe\\FerndelPipes.%lu.%lu.0x%016llX", GetCurrentProcessId(),
+        GetCurrentThreadId(), static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(pair)));
+    return name;
+}
+
+PipeEnd CreateServerEnd(const std::wstring& name, bool overlapped)
+{
+    const HANDLE handle = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | (overlapped ? FILE_FLAG_OVERLAPPED : 0),
+        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    return PipeEnd(NativeHandleOf(handle));
+}
+
+PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
+{
+    const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
+        overlapped ? FILE_FLAG_OVERLAPPED : 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE)
+        ThrowSystemError(L"CreateFile('" + name + L"') failed", L"qpr::ClientPipeEnd::ClientPipeEnd", 209);
+    return PipeEnd(NativeHandleOf(handle));
+}
+
+/// The writer has closed its end, or the file is over.
+bool IsEndOfData(DWORD error) noexcept
+{
+    return error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF;
+}
+
 } // namespace
 
 PipeEnd::~PipeEnd()

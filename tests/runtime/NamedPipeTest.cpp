@@ -55,10 +55,16 @@ TEST(NamedPipe, TellsPendingInputAndTheEndOfTheData)
     PipePair pipe(true, false);
     qpr::PipeReader reader(pipe.server.Handle());
     EXPECT_FALSE(reader.InputPending());
-    qpr::IOWriter(pipe.client.Handle()).Write("x", 1);
-    EXPECT_TRUE(reader.InputPending());
-    pipe.client.Close();
+    std::thread sender( // a pipe need not hold anything: the write may last until the read
+        [&]
+        {
+            qpr::IOWriter(pipe.client.Handle()).Write("x", 1);
+            pipe.client.Close();
+        });
+    while (!reader.InputPending())
+        std::this_thread::yield();
     EXPECT_EQ(ReadAll(reader, 10), "x");
+    sender.join();
     EXPECT_TRUE(reader.InputPending());
     char byte;
     EXPECT_EQ(reader.Read(&byte, 1), 0U);
@@ -115,9 +121,13 @@ TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
     qpr::Cancellation cancellation;
     qpr::IOWriter writer(pipe.client.Handle(), &cancellation);
     qpr::PipeReader reader(pipe.server.Handle(), &cancellation);
-    writer.Write("abc", 3);
+    std::thread sender([&] { qpr::IOWriter(pipe.client.Handle()).Write("abc", 3); });
+    while (!reader.InputPending())
+        std::this_thread::yield();
     cancellation.Cancel();
-    char byte;
+    char bytes[3];
     EXPECT_EQ(ErrorOf([&] { writer.Write("d", 1); }), "Call cancelled");
-    EXPECT_EQ(ErrorOf([&] { reader.Read(&byte, 1); }), "Call cancelled");
+    EXPECT_EQ(ErrorOf([&] { reader.Read(bytes, 1); }), "Call cancelled");
+    EXPECT_EQ(qpr::PipeReader(pipe.server.Handle()).Read(bytes, sizeof bytes), 3U);
+    sender.join();
 }

@@ -1,10 +1,12 @@
 #include "support/ChildMain.h"
 
+#include "runtime/ProgramArguments.h"
+#include "runtime/StandardStreams.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <cstring>
 #include <map>
 
 namespace
@@ -18,12 +20,12 @@ std::map<std::string, test::ChildBody>& Bodies()
 
 std::string ownPath;
 
-int RunChild(const char* name, const std::vector<std::string>& arguments)
+int RunChild(const std::string& name, const std::vector<std::string>& arguments)
 {
     const auto body = Bodies().find(name);
     if (body != Bodies().end())
         return body->second(arguments);
-    std::fprintf(stderr, "no child body named %s\n", name);
+    std::fprintf(stderr, "no child body named %s\n", name.c_str());
     return 99;
 }
 
@@ -41,11 +43,13 @@ std::string test::OwnPath()
 
 int main(int argc, char** argv)
 {
-    ownPath = argv[0];
-    if (argc >= 3 && std::strcmp(argv[1], "--child") == 0)
-        return RunChild(argv[2], std::vector<std::string>(argv + 3, argv + argc));
-    if (argc >= 3 && std::strcmp(argv[1], "execute") == 0)
-        return RunChild("execute", std::vector<std::string>(argv + 2, argv + argc));
+    qpr::ReserveStandardStreams();
+    const std::vector<std::string> words = qpr::ProgramArguments(argc, argv);
+    ownPath = words[0];
+    if (words.size() >= 3 && words[1] == "--child")
+        return RunChild(words[2], std::vector<std::string>(words.begin() + 3, words.end()));
+    if (words.size() >= 3 && words[1] == "execute")
+        return RunChild(words[1], std::vector<std::string>(words.begin() + 2, words.end()));
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }

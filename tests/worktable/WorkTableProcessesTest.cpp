@@ -226,7 +226,7 @@ TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOther
         EXPECT_EQ(Work(), own.SumActiveWork(lock));
         test.now = 1'000'000;
     }
-    EXPECT_EQ(2u, test.name.Files().size()) << "nothing but mutex and segment";
+    EXPECT_LE(test.name.Files().size(), 2u) << "more than mutex and segment";
 }
 
 TEST(WorkTableProcesses, NeverAdmitMoreThanFitsTogether)
