@@ -69,6 +69,7 @@ void ServiceCallBase::Wait()
 
 void ServiceCallBase::Run()
 {
+    const qpr::NonInterruptibleSection section; // a call is stopped by its cancellation alone
     bool interrupted = false;
     try
     {
@@ -83,7 +84,6 @@ void ServiceCallBase::Run()
     {
         ReportError(std::current_exception());
     }
-    const qpr::NonInterruptibleSection section;
     m_connector.Finish(*this, interrupted);
 }
 

@@ -109,7 +109,7 @@ private:
     CallList::Place m_listPlace;
     qpr::ConditionVariable m_endedChanged;
 
-    // Made when the call is started: a queued call holds no handles.
+    // While the call runs: one that is queued or has ended holds no handles.
     std::unique_ptr<qpr::Cancellation> m_cancellation;
     std::unique_ptr<qpr::Thread> m_thread;
 };

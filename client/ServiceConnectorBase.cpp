@@ -4,6 +4,7 @@
 #include "runtime/Errors.h"
 
 #include <iostream>
+#include <utility>
 
 namespace QxClient
 {
@@ -127,7 +128,9 @@ void ServiceConnectorBase::Finish(ServiceCallBase& call, bool interrupted)
         outcome = ChooseOutcome(call);
     }
     call.NotifyRequest(outcome);
+    std::unique_ptr<qpr::Thread> earlier; // waited for when the lock is free again
     qpr::ScopedLock lock(m_lock);
+    earlier = std::exchange(m_endedThread, std::move(call.m_thread));
     SetEnded(call);
 }
 
@@ -159,6 +162,7 @@ ServiceCallBase::Outcome ServiceConnectorBase::ChooseOutcome(ServiceCallBase& ca
 void ServiceConnectorBase::SetEnded(ServiceCallBase& call)
 {
     call.m_state = ServiceCallBase::State::Ended;
+    call.m_cancellation.reset();
     call.m_endedChanged.NotifyAll();
 }
 
@@ -247,7 +251,6 @@ void ServiceConnectorBase::Dispose(ServiceCallBase& call)
             PublishChangeLater();
         WaitLocked(call);
     }
-    call.m_thread.reset();
     delete &call;
 }
 

@@ -136,6 +136,10 @@ private:
     qxm::ServiceConnectorSettings m_settings;
     qxm::HostDescription m_host;
     std::unique_ptr<qpr::Thread> m_starter;
+
+    /// Of the call that ended last. A thread cannot wait for its own end, so the next one that ends does, or the
+    /// connector: threads do not pile up however long the application keeps its calls.
+    std::unique_ptr<qpr::Thread> m_endedThread QX_GUARDED_BY(m_lock);
 };
 
 } // namespace QxClient

@@ -174,6 +174,17 @@ TEST_F(LocalCallTest, WhateverAServantDoesTheCallEndsWithAClearErrorAndNothingIs
     EXPECT_EQ(CountOpenHandles(), handles);
 }
 
+TEST_F(LocalCallTest, AnEndedCallHoldsNoHandlesUntilItIsReleased)
+{
+    ConversingRequest request(L"Echo", [](qxmi::IServiceConnectionW&) {});
+    Run(request);
+    const std::ptrdiff_t handles = CountOpenHandles();
+    auto* call = m_connector->CreateServiceCall(request);
+    call->Wait();
+    EXPECT_EQ(CountOpenHandles(), handles);
+    call->Release();
+}
+
 TEST_F(LocalCallTest, WhatIsThrownIsTheCallsError)
 {
     ConversingRequest error(L"Echo", [](qxmi::IServiceConnectionW&) { throw std::runtime_error("changed my mind"); });
