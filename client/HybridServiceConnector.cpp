@@ -72,7 +72,7 @@ void HybridServiceConnector::SwitchWaitingCallIfAdmitted()
     if (!period.Admits(m_waiting->Needs(), m_runningLocally.Count()))
         return;
     MoveTo(m_runningLocally, *m_waiting);
-    period.Publish(Record());
+    period.Publish(Record(), WhomToWake());
     m_switchEvent.Signal();
 }
 
@@ -141,6 +141,11 @@ qxm::WorkRecord HybridServiceConnector::Record() const
         record.pending.memoryInMB += needs.memoryInMB;
     }
     return record;
+}
+
+bool HybridServiceConnector::HasWorkForStarter() const
+{
+    return m_waiting || (!m_queue.IsEmpty() && !IsRunningLimitReached(ActiveCount()));
 }
 
 } // namespace QxClient

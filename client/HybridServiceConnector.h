@@ -32,6 +32,7 @@ private:
     void StartPendingCalls() override QX_REQUIRES(m_lock);
     bool Leave(ServiceCallBase& call) override QX_REQUIRES(m_lock);
     qxm::WorkRecord Record() const override QX_REQUIRES(m_lock);
+    bool HasWorkForStarter() const override QX_REQUIRES(m_lock);
 
     /// Sends the first queued call that may go to the network there, where it waits. False when there is none.
     bool StartOneOnNetwork() QX_REQUIRES(m_lock);

@@ -27,24 +27,24 @@ qxm::ExpectedUsage LocalComputer::ComputeUsage(
     return ComputeExpectedUsage(service, attributes, m_limits, m_settings.maxLocalServants);
 }
 
-void LocalComputer::Publish(const qxm::WorkRecord& record)
+void LocalComputer::Publish(const qxm::WorkRecord& record, Wake wake)
 {
     qxm::WorkTable::Lock lock(m_table);
-    Publish(lock, record);
+    Publish(lock, record, wake);
 }
 
-void LocalComputer::Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record)
+void LocalComputer::Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record, Wake wake)
 {
-    if (!m_jobManager.Publish(lock, record))
+    if (!m_jobManager.Publish(lock, record, wake) && wake == Wake::All)
         m_jobManager.SignalTrigger();
 }
 
-void LocalComputer::PublishLater(const qxm::WorkRecord& record) noexcept
+void LocalComputer::PublishLater(const qxm::WorkRecord& record, Wake wake) noexcept
 {
     try
     {
         const qpr::NonInterruptibleSection section;
-        Publish(record);
+        Publish(record, wake);
     }
     catch (...)
     {
@@ -65,9 +65,9 @@ bool LocalComputer::AdmissionPeriod::Admits(const CallNeeds& needs, std::size_t 
     return IsAdmitted(needs, m_load, ownRunningCalls, m_computer.m_limits, m_computer.m_settings);
 }
 
-void LocalComputer::AdmissionPeriod::Publish(const qxm::WorkRecord& record)
+void LocalComputer::AdmissionPeriod::Publish(const qxm::WorkRecord& record, Wake wake)
 {
-    m_computer.Publish(m_lock, record);
+    m_computer.Publish(m_lock, record, wake);
 }
 
 } // namespace QxClient

@@ -35,11 +35,14 @@ public:
     /// Waits, interruptibly and without limit, until this or another process has published a change.
     void WaitForChange() { m_jobManager.WaitForTrigger(); }
 
-    /// Tells all client processes, this one included, what this connector runs and has waiting.
-    void Publish(const qxm::WorkRecord& record);
+    using Wake = qxm::WorkTable::JobManager::Wake;
+
+    /// Tells all client processes what this connector runs and has waiting. Who is to wake hears of it, this connector
+    /// also when nothing has changed.
+    void Publish(const qxm::WorkRecord& record, Wake wake);
 
     /// The same where nothing may fail: what cannot be published now is published with the next heartbeat.
-    void PublishLater(const qxm::WorkRecord& record) noexcept;
+    void PublishLater(const qxm::WorkRecord& record, Wake wake) noexcept;
 
     /// One hold of the table: what it admits and publishes, no other process can have admitted too.
     class AdmissionPeriod
@@ -48,7 +51,7 @@ public:
         explicit AdmissionPeriod(LocalComputer& computer);
 
         bool Admits(const CallNeeds& needs, std::size_t ownRunningCalls) const noexcept;
-        void Publish(const qxm::WorkRecord& record);
+        void Publish(const qxm::WorkRecord& record, Wake wake);
 
     private:
         LocalComputer& m_computer;
@@ -57,7 +60,7 @@ public:
     };
 
 private:
-    void Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record);
+    void Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record, Wake wake);
 
     const qxm::ServicesMap m_services;
     const qxm::LocalExecutionSettings m_settings;

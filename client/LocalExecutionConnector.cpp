@@ -40,7 +40,7 @@ ServiceCallBase* LocalExecutionConnector::AdmitNext(PendingQueue::Walk& walk)
         return nullptr;
     Unqueue(*call);
     MoveTo(m_runningLocally, *call);
-    PublishStart(*call, [&] { period.Publish(Record()); });
+    PublishStart(*call, [&] { period.Publish(Record(), WhomToWake()); });
     return call;
 }
 
@@ -51,12 +51,12 @@ void LocalExecutionConnector::WaitForStarterEvent()
 
 void LocalExecutionConnector::PublishChange()
 {
-    m_computer->Publish(Record());
+    m_computer->Publish(Record(), WhomToWake());
 }
 
 void LocalExecutionConnector::PublishChangeLater() noexcept
 {
-    m_computer->PublishLater(Record());
+    m_computer->PublishLater(Record(), WhomToWake());
 }
 
 } // namespace QxClient

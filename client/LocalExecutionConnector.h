@@ -28,6 +28,16 @@ protected:
     /// What is published of this connector's lists.
     virtual qxm::WorkRecord Record() const QX_REQUIRES(m_lock) = 0;
 
+    /// Whether a pass of the starter could do anything as the lists are now.
+    virtual bool HasWorkForStarter() const QX_REQUIRES(m_lock) = 0;
+
+    /// Whom a publication of the lists has to wake. This connector's starter is spared passes over nothing, which would
+    /// be most of those that a single call causes.
+    LocalComputer::Wake WhomToWake() const QX_REQUIRES(m_lock)
+    {
+        return HasWorkForStarter() ? LocalComputer::Wake::All : LocalComputer::Wake::Others;
+    }
+
     void WaitForStarterEvent() final;
     void PublishChange() final QX_REQUIRES(m_lock);
     void PublishChangeLater() noexcept final QX_REQUIRES(m_lock);

@@ -34,7 +34,7 @@ void LocalServiceConnector::HandleError(const std::exception& error)
 
 void LocalServiceConnector::StartPendingCalls()
 {
-    if (!IsRunningLimitReached(m_runningLocally.Count()))
+    if (HasWorkForStarter())
         StartOneLocally();
 }
 
@@ -48,6 +48,11 @@ bool LocalServiceConnector::Leave(ServiceCallBase& call)
 qxm::WorkRecord LocalServiceConnector::Record() const
 {
     return {SumOf(m_runningLocally), PendingWork()};
+}
+
+bool LocalServiceConnector::HasWorkForStarter() const
+{
+    return !m_queue.IsEmpty() && !IsRunningLimitReached(m_runningLocally.Count());
 }
 
 } // namespace QxClient

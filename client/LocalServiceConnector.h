@@ -21,6 +21,7 @@ private:
     void StartPendingCalls() override QX_REQUIRES(m_lock);
     bool Leave(ServiceCallBase& call) override QX_REQUIRES(m_lock);
     qxm::WorkRecord Record() const override QX_REQUIRES(m_lock);
+    bool HasWorkForStarter() const override QX_REQUIRES(m_lock);
 };
 
 } // namespace QxClient

@@ -19,9 +19,9 @@ Work WorkTable::JobManager::SumActiveWork(Lock& lock) const
     return m_row->SumActiveWork(lock);
 }
 
-bool WorkTable::JobManager::Publish(Lock& lock, const WorkRecord& record)
+bool WorkTable::JobManager::Publish(Lock& lock, const WorkRecord& record, Wake wake)
 {
-    return m_row->Publish(lock, record);
+    return m_row->Publish(lock, record, wake);
 }
 
 void WorkTable::JobManager::PublishAtNextHeartbeat(const WorkRecord& record)

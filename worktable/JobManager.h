@@ -32,9 +32,16 @@ public:
     /// process has taken this one's row. Requires: a lock of the same table.
     Work SumActiveWork(Lock& lock) const;
 
-    /// Writes the record into the row and wakes all live job managers, this one included; when the row says so already,
-    /// wakes nobody and returns false. Throws as SumActiveWork, the row untouched. Requires: a lock of the same table.
-    bool Publish(Lock& lock, const WorkRecord& record);
+    /// Whom a publication wakes.
+    enum class Wake
+    {
+        All, ///< all live job managers, this one included
+        Others, ///< for one whose owner knows that it has nothing to look for
+    };
+
+    /// Writes the record into the row and wakes the live job managers; when the row says so already, wakes nobody and
+    /// returns false. Throws as SumActiveWork, the row untouched. Requires: a lock of the same table.
+    bool Publish(Lock& lock, const WorkRecord& record, Wake wake = Wake::All);
 
     /// For a record that could not be published (the table was not to be had): the next heartbeat makes up for it,
     /// unless another one is published before.

@@ -71,7 +71,7 @@ Work WorkTable::JobManager::RowInWorkTable::SumActiveWork(Lock& lock) const
     return sum.Total();
 }
 
-bool WorkTable::JobManager::RowInWorkTable::Publish(Lock& lock, const WorkRecord& record)
+bool WorkTable::JobManager::RowInWorkTable::Publish(Lock& lock, const WorkRecord& record, Wake wake)
 {
     lock.IsInUse(*m_owner.row, &m_owner); // throws before anything is written to a row that is no longer ours
     PublishAtNextHeartbeat(record);
@@ -82,7 +82,8 @@ bool WorkTable::JobManager::RowInWorkTable::Publish(Lock& lock, const WorkRecord
     layout::Row(&rows)[layout::RowCount] = lock.Content().rows;
     for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        if (lock.IsInUse(rows[i], &m_owner))
+        const bool isToWake = wake == Wake::All || &rows[i] != m_owner.row;
+        if (isToWake && lock.IsInUse(rows[i], &m_owner))
             lock.SignalTrigger(i);
     }
     return true;

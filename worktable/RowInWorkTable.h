@@ -20,7 +20,7 @@ public:
     RowInWorkTable& operator=(const RowInWorkTable&) = delete;
 
     Work SumActiveWork(Lock& lock) const;
-    bool Publish(Lock& lock, const WorkRecord& record);
+    bool Publish(Lock& lock, const WorkRecord& record, Wake wake = Wake::All);
     void PublishAtNextHeartbeat(const WorkRecord& record);
     qpr::ProcessEvent& Trigger() noexcept { return m_trigger; }
 

@@ -129,6 +129,13 @@ TEST(WorkTable, WakesEveryoneForAChangeAndNobodyForNone)
     EXPECT_FALSE(Publish(test.table, own, record));
     EXPECT_FALSE(TakeSignal(own));
     EXPECT_FALSE(TakeSignal(other));
+
+    {
+        WorkTable::Lock lock(test.table);
+        EXPECT_TRUE(own.Publish(lock, {}, WorkTable::JobManager::Wake::Others));
+    }
+    EXPECT_FALSE(TakeSignal(own));
+    EXPECT_TRUE(TakeSignal(other));
 }
 
 TEST(WorkTable, TakesBackItsRowAfterAFreeze)
