@@ -41,16 +41,17 @@ struct ReferenceDropper
 using ConnectorPtr = std::unique_ptr<qxmi::IServiceConnectorW, ReferenceDropper>;
 using CallPtr = std::unique_ptr<qxmi::IServiceCall, ReferenceDropper>;
 
-/// A request whose conversation is a function; a call that fails ends the benchmark.
+/// A request whose conversation is a function; a call that ends with another error than the expected one ends the
+/// benchmark.
 class Request final : public qxmi::IServiceRequestW
 {
 public:
     using Conversation = std::function<void(qxmi::IServiceConnectionW&)>;
 
-    explicit Request(std::wstring service, Conversation conversation = {}, bool mayFail = false)
+    explicit Request(std::wstring service, Conversation conversation = {}, std::string expectedError = {})
         : m_service(std::move(service))
         , m_conversation(std::move(conversation))
-        , m_mayFail(mayFail)
+        , m_expectedError(std::move(expectedError))
     {
     }
 
@@ -64,7 +65,7 @@ public:
     void OnCancelled() override { }
     void OnError(const std::exception& error) override
     {
-        if (m_mayFail)
+        if (error.what() == m_expectedError)
             return;
         std::fprintf(stderr, "A call failed: %s\n", error.what());
         std::_Exit(1);
@@ -74,7 +75,7 @@ public:
 private:
     const std::wstring m_service;
     const Conversation m_conversation;
-    const bool m_mayFail;
+    const std::string m_expectedError; // empty: none
 };
 
 /// A program of this build.

@@ -105,7 +105,7 @@ void MeasureStarts(const bench::Installation& installation, int count, CallCosts
     qxm::ServiceConnectorSettings settings;
     settings.maxRunningCalls = 1;
     const bench::ConnectorPtr connector = installation.MakeConnector<QxClient::LocalServiceConnector>(settings);
-    bench::Request request(L"NotAvailable", {}, true);
+    bench::Request request(L"Missing", {}, "Service 'Missing' not available on local computer");
     LongCall longCall(*connector);
     Calls calls;
     const std::size_t bytesBefore = AllocatedBytes();
