@@ -44,8 +44,9 @@ std::string NameOf(const QxClient::HybridServiceConnector*)
     return "HybridServiceConnector";
 }
 
+/// The stream outlives the connector with its starter.
 template <class Connector>
-class StarterDeathTest : public test::ConnectorFixture
+class StarterDeathTest : protected ErrorStreamLine, public test::ConnectorFixture
 {
 };
 
@@ -56,7 +57,6 @@ TYPED_TEST_SUITE(StarterDeathTest, Connectors);
 
 TYPED_TEST(StarterDeathTest, IsToldInOneLineAndQueuedCallsCanStillBeCancelled)
 {
-    ErrorStreamLine line;
     test::FakeExecutor* executor = nullptr;
     auto& connector = this->template MakeConnector<TypeParam>(executor);
     this->Call(connector, L"1", L"4", L"1");
@@ -71,7 +71,7 @@ TYPED_TEST(StarterDeathTest, IsToldInOneLineAndQueuedCallsCanStillBeCancelled)
     ASSERT_TRUE(trigger.TryOpen(L"Local\\" + options.baseName + L"JobManager0Trigger"));
     trigger.Signal();
 
-    EXPECT_EQ(line.Await(),
+    EXPECT_EQ(this->Await(),
         "[QxClient::" + NameOf(&connector)
             + "::HandleError] Pending call starter thread terminated prematurely: Work table corruption detected in "
               "qxm::JobManagerRow::InUse: process id 4711 does not match expected process id "

@@ -83,7 +83,7 @@ std::string ReadFrom(qpr::Socket& socket, std::size_t size)
 TEST(DistributorRequestTest, SaysItsPartAndLeavesTheServantsBytesUnread)
 {
     std::vector<std::string> lines;
-    const ScriptedDistributor distributor(
+    std::optional<ScriptedDistributor> distributor(std::in_place,
         [&](ScriptedClient& client)
         {
             client.Send(test::DistributorGreeting());
@@ -97,13 +97,14 @@ TEST(DistributorRequestTest, SaysItsPartAndLeavesTheServantsBytesUnread)
             lines.push_back(client.ReadLine());
             client.Stall();
         });
-    DistributorRequest request = MakeRequest(distributor);
+    DistributorRequest request = MakeRequest(*distributor);
     EXPECT_EQ(OutcomeOf(request), "ready");
     EXPECT_EQ(ReadFrom(request.LogSocket(), 3), "log");
     EXPECT_EQ(ReadFrom(request.MainSocket(), 6), "answer");
     qpr::SocketWriter(request.MainSocket()).Write("data\n", 5);
     request.MainSocket().Close();
     EXPECT_EQ(ReadFrom(request.LogSocket(), 1), "");
+    distributor.reset(); // has written all its lines
     EXPECT_THAT(lines,
         testing::ElementsAre(
             "client here/7 Version=15.1.1.1 HostName=here ProcessId=0 UserName=\"\xc3\xa9l\xc3\xa8ve\" "

@@ -7,13 +7,14 @@
 #include <cstring>
 #include <limits>
 
+// The sanitizers' libraries look these up in the program, which hides its symbols otherwise.
 #if defined(__SANITIZE_ADDRESS__)
-extern "C" const char* __asan_default_options()
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options()
 {
     return "allocator_may_return_null=1";
 }
 #elif defined(__SANITIZE_THREAD__)
-extern "C" const char* __tsan_default_options()
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options()
 {
     return "allocator_may_return_null=1";
 }
