@@ -63,25 +63,17 @@ NativeHandle HandleOf(StandardStream stream) noexcept
 
 std::size_t StandardInput::Read(void* buffer, std::size_t size)
 {
-    for (;;)
-    {
-        const InterruptState::SynchronousCall call;
+    const InterruptState::SynchronousCall call;
+    Thread::CheckInterrupt();
+    DWORD count = 0;
+    if (ReadFile(InputHandle(), buffer, PieceSize(size), &count, nullptr))
+        return count;
+    const DWORD error = GetLastError();
+    if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF)
+        return 0;
+    if (error == ERROR_OPERATION_ABORTED)
         Thread::CheckInterrupt();
-        DWORD count = 0;
-        if (ReadFile(InputHandle(), buffer, PieceSize(size), &count, nullptr))
-        {
-            const bool isPipe = GetFileType(InputHandle()) == FILE_TYPE_PIPE;
-            if (count > 0 || size == 0 || !isPipe)
-                return count; // of a pipe, nothing read is nothing written and not the end
-            continue;
-        }
-        const DWORD error = GetLastError();
-        if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF)
-            return 0;
-        if (error == ERROR_OPERATION_ABORTED)
-            Thread::CheckInterrupt();
-        ThrowSystemErrorWithNumber(L"ReadFile() failed", L"qpr::StandardInput::Read", error);
-    }
+    ThrowSystemErrorWithNumber(L"ReadFile() failed", L"qpr::StandardInput::Read", error);
 }
 
 bool StandardInput::InputPending()
