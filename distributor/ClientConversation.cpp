@@ -34,9 +34,8 @@ ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::IWaiter& 
 {
 }
 
-qxm::HostDescription ClientConversation::LogIn(const qxm::HostDescription& distributor)
+qxm::HostDescription ClientConversation::LogIn()
 {
-    Write(distributor.Write() + L"\r\n$ ");
     try
     {
         qxm::HostDescription client = qxm::HostDescription::Read(qxm::ReadLine(m_input), L"client");
@@ -48,12 +47,6 @@ qxm::HostDescription ClientConversation::LogIn(const qxm::HostDescription& distr
         WriteLine(L"! " + qpr::ErrorText(error));
         throw;
     }
-}
-
-void ClientConversation::Refuse(const qxm::HostDescription& distributor, const std::wstring& reason)
-{
-    Write(distributor.Write() + L"\r\n");
-    WriteLine(L"! " + reason);
 }
 
 std::wstring ClientConversation::ReadRequestLine()

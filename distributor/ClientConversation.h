@@ -17,11 +17,8 @@ public:
     /// Neither is owned; both outlive the conversation.
     ClientConversation(qpr::Socket& socket, const qpr::IWaiter& waiter);
 
-    /// Greets the client and takes its login.
-    qxm::HostDescription LogIn(const qxm::HostDescription& distributor);
-
-    /// Greets the client and refuses the connection.
-    void Refuse(const qxm::HostDescription& distributor, const std::wstring& reason);
+    /// Takes the login of a client that has been greeted.
+    qxm::HostDescription LogIn();
 
     std::wstring ReadRequestLine();
 

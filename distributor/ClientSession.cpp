@@ -6,6 +6,7 @@
 #include "distributor/JoinedCall.h"
 #include "distributor/LogListener.h"
 #include "distributor/Reception.h"
+#include "protocol/DistributorConversation.h"
 #include "protocol/LogConnection.h"
 #include "runtime/Errors.h"
 
@@ -37,6 +38,20 @@ std::wstring Describe(const ServantEnd& end)
     if (!end.isExitCodeKnown || end.exitCode == 0)
         return L"done";
     return L"servant ended with exit code " + std::to_wstring(end.exitCode);
+}
+
+/// A failure is for later: the client listens for it only once it has connected for its log.
+std::exception_ptr TryStart(JoinedCall& call, IServantStarter& starter, const CallOrder& order)
+{
+    try
+    {
+        call.Start(starter, order.ServantCommandLine());
+    }
+    catch (const std::exception&)
+    {
+        return std::current_exception();
+    }
+    return nullptr;
 }
 
 /// Calls a function however the scope is left, an interrupt included.
@@ -85,7 +100,6 @@ void ClientSession::Serve()
     try
     {
         const CallOrder order = ReceiveCall(m_socket, m_surroundings);
-        m_isAccepted = true;
         m_subject =
             L"call " + order.service.info->name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
         Execute(order);
@@ -99,8 +113,12 @@ void ClientSession::Serve()
 
 void ClientSession::Execute(const CallOrder& order)
 {
+    // In the queue before the client knows: who is accepted first is served first.
     SlotQueue::Place place(m_surroundings.slots);
-    AttendedWaiter(m_socket).WaitFor(place.Decided(), L"qxd::ClientSession::Execute");
+    m_isAccepted = true;
+    const AttendedWaiter waiter(m_socket);
+    ClientConversation(m_socket, waiter).WriteLine(qxm::serviceRequestAcceptedLine);
+    waiter.WaitFor(place.Decided(), L"qxd::ClientSession::Execute");
     const Clock::time_point start = Clock::now();
     const std::unique_ptr<JoinedCall> call = StartServant(order, place);
     const std::wstring outcome = SeeThrough(*call, order, place);
@@ -116,8 +134,13 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(const CallOrder& order, 
         const AttendedWaiter waiter(m_socket, logConnectionTimeMs);
         LogListener listener(m_socket);
         ClientConversation(m_socket, waiter).WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
-        auto call = std::make_unique<JoinedCall>(m_socket, listener.Accept(waiter));
-        call->Start(m_surroundings.starter, order.ServantCommandLine());
+        // The servant comes up while the client connects.
+        auto call = std::make_unique<JoinedCall>(m_socket);
+        const std::exception_ptr failure = TryStart(*call, m_surroundings.starter, order);
+        qpr::Socket logSocket = listener.Accept(waiter);
+        if (failure)
+            std::rethrow_exception(failure);
+        call->Join(std::move(logSocket));
         return call;
     }
     catch (const std::exception& error)

@@ -1,10 +1,10 @@
 #include "distributor/Distributor.h"
 
-#include "distributor/ClientConversation.h"
 #include "distributor/DeadlineWaiter.h"
 #include "protocol/GraceTime.h"
 #include "runtime/Deadline.h"
 #include "runtime/Errors.h"
+#include "runtime/Utf8.h"
 
 #include <utility>
 #include <vector>
@@ -16,13 +16,14 @@ namespace
 
 constexpr std::size_t maxClients = 1000;
 constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
-constexpr std::uint32_t refusalTimeMs = 100; // a new connection takes a few lines at once
+constexpr std::uint32_t greetingTimeMs = 100; // a new connection takes a few lines at once
 
 } // namespace
 
 Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, std::uint32_t slots,
     const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal)
     : m_host(std::move(host))
+    , m_greeting(qpr::ToUtf8(m_host.Write()) + "\r\n")
     , m_slots(slots)
     , m_surroundings{m_host, catalogue, slots, m_slots, starter, journal}
     , m_listener(qpr::Socket::Listen(address))
@@ -62,16 +63,20 @@ void Distributor::AcceptClients()
     }
 }
 
+/// The greeting is not left to the session: the client reads it while the session's thread comes up.
 void Distributor::Welcome(qpr::Socket socket, const qpr::SocketAddress& address)
 {
-    if (m_sessions.Size() < maxClients)
-        return m_sessions.Start(std::move(socket), address);
+    const bool isAccepted = m_sessions.Size() < maxClients;
+    const std::string lines = m_greeting + (isAccepted ? "$ " : "! Too many clients\r\n");
     try
     {
-        const DeadlineWaiter waiter(refusalTimeMs);
-        ClientConversation(socket, waiter).Refuse(m_host, L"Too many clients");
+        socket.SendWithoutDelay();
+        const DeadlineWaiter waiter(greetingTimeMs);
+        qpr::SocketWriter(socket, waiter).Write(lines.data(), lines.size());
+        if (isAccepted)
+            m_sessions.Start(std::move(socket), address);
     }
-    catch (const qpr::RuntimeError&)
+    catch (const qpr::RuntimeError&) // the client has gone again, or there is no thread to be had for it
     {
     }
 }

@@ -7,6 +7,7 @@
 #include "runtime/Socket.h"
 
 #include <cstdint>
+#include <string>
 
 namespace qxd
 {
@@ -32,6 +33,7 @@ private:
     void WindDown();
 
     const qxm::HostDescription m_host;
+    const std::string m_greeting; ///< the description as a line
     SlotQueue m_slots;
     const SessionSurroundings m_surroundings;
     qpr::Socket m_listener;

@@ -29,15 +29,13 @@ void EndSending(qpr::Socket& socket) noexcept
 
 } // namespace
 
-JoinedCall::JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket)
+JoinedCall::JoinedCall(qpr::Socket& mainSocket)
     : m_mainSocket(mainSocket)
-    , m_logSocket(std::move(logSocket))
     , m_waiter(m_logSocket)
-    , m_logWriter(m_logSocket, &m_waiter.GetCancellation())
-    , m_logBytes(m_logWriter, logBufferSize)
+    , m_logChannel(m_logSocket, m_waiter.GetCancellation())
+    , m_logBytes(m_logChannel, logBufferSize)
     , m_log(m_logBytes)
 {
-    m_logSocket.EnableKeepAlive();
     m_mainSocket.SetReceiveBufferSize(dataBufferSize);
     m_mainSocket.SetSendBufferSize(dataBufferSize);
 }
@@ -46,8 +44,15 @@ void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> comma
 {
     m_commandLine = std::move(commandLine);
     m_servant = starter.Start(m_commandLine, m_log, m_waiter);
-    m_mainSocket.SetResetOnClose(true);
+}
+
+void JoinedCall::Join(qpr::Socket logSocket)
+{
+    m_logSocket = std::move(logSocket);
+    m_logSocket.EnableKeepAlive();
     m_logSocket.SetResetOnClose(true);
+    m_mainSocket.SetResetOnClose(true);
+    m_logChannel.Connected();
     m_inputCopier.emplace(m_mainSocket, *m_servant, m_waiter.GetCancellation());
 }
 

@@ -4,7 +4,8 @@
 #include "distributor/CallWaiter.h"
 #include "distributor/IServantStarter.h"
 #include "distributor/InputCopier.h"
-#include "protocol/SocketStreams.h"
+#include "distributor/LogChannel.h"
+#include "protocol/ByteStreams.h"
 #include "protocol/Utf8Streams.h"
 
 #include <memory>
@@ -15,18 +16,21 @@ namespace qxd
 
 /// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
 /// the log connection. Used by the client's session thread; another copies the input. The
-/// destructor ends what is left of the servant. From the start of the servant until the call has ended orderly, closing
+/// destructor ends what is left of the servant. From joining until the call has ended orderly, closing
 /// the connections resets them, so that the client cannot take what it has received for everything.
 class JoinedCall
 {
 public:
     /// The main socket is not owned and outlives the call.
-    JoinedCall(qpr::Socket& mainSocket, qpr::Socket logSocket);
+    explicit JoinedCall(qpr::Socket& mainSocket);
 
-    /// Starts the servant; throws what went wrong.
+    /// Starts the servant, which may be done before the client has connected for the log. Throws what went wrong.
     void Start(IServantStarter& starter, std::vector<std::wstring> commandLine);
 
-    /// Requires: started. Copies the servant's output until it ends, and returns when the servant has ended, by itself
+    /// Requires: started. Joins the servant with its client.
+    void Join(qpr::Socket logSocket);
+
+    /// Requires: joined. Copies the servant's output until it ends, and returns when the servant has ended, by itself
     /// or because the client is gone.
     ServantEnd WaitForEnd();
 
@@ -45,8 +49,8 @@ private:
     qpr::Socket& m_mainSocket; // not owned
     qpr::Socket m_logSocket;
     CallWaiter m_waiter;
-    qpr::SocketWriter m_logWriter;
-    qpr::SocketOutputStream m_logBytes;
+    LogChannel m_logChannel;
+    qpr::GenericOutputStream<LogChannel> m_logBytes;
     qpr::UTF8OutputStream m_log;
     std::vector<std::wstring> m_commandLine;
     std::unique_ptr<IServant> m_servant;

@@ -3,7 +3,6 @@
 #include "distributor/CallRequest.h"
 #include "distributor/ClientConversation.h"
 #include "distributor/DeadlineWaiter.h"
-#include "protocol/DistributorConversation.h"
 #include "runtime/Errors.h"
 
 #include <algorithm>
@@ -51,7 +50,6 @@ CallOrder TakeRequest(
         CallOrder order = Understand(requestLine, client, surroundings);
         if (conversation.HasMoreInput())
             throw qpr::RuntimeError(L"The client sent more than its request");
-        conversation.WriteLine(qxm::serviceRequestAcceptedLine);
         return order;
     }
     catch (const std::exception& error)
@@ -65,13 +63,12 @@ CallOrder TakeRequest(
 
 CallOrder ReceiveCall(qpr::Socket& client, const SessionSurroundings& surroundings)
 {
-    client.SendWithoutDelay();
     client.EnableKeepAlive();
     try
     {
         const DeadlineWaiter waiter(receptionTimeMs);
         ClientConversation conversation(client, waiter);
-        const qxm::HostDescription description = conversation.LogIn(surroundings.host);
+        const qxm::HostDescription description = conversation.LogIn();
         return TakeRequest(conversation, description, surroundings);
     }
     catch (const std::exception&)

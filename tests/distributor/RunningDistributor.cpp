@@ -23,7 +23,7 @@ std::vector<std::string> JournalLines::WaitFor(std::size_t count)
 {
     std::unique_lock lock(m_lock);
     m_changed.wait(lock, [&] { return m_lines.size() >= count; });
-    return m_lines;
+    return {m_lines.begin(), m_lines.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
 TestConfiguration::TestConfiguration()

@@ -25,7 +25,7 @@ public:
     void Write(const void* buffer, std::size_t size) override;
     void Flush() override { }
 
-    /// Waits until so many lines are there.
+    /// The first so many lines, waited for.
     std::vector<std::string> WaitFor(std::size_t count);
 
 private:
