@@ -25,17 +25,11 @@ struct DataSet
 };
 
 /// Processor time, since other work on the computer would only blur a comparison of codecs.
-inline double SecondsOf(auto action)
+inline double ProcessorSeconds(auto action)
 {
     const std::clock_t start = std::clock();
     action();
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
-inline double Median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 template <class T>

@@ -3,6 +3,7 @@
 
 #include "bench/CompressionData.h"
 #include "bench/Report.h"
+#include "bench/Timing.h"
 #include "protocol/compression/QuickLzCompressor.h"
 #include "protocol/compression/QuickLzDecompressor.h"
 
@@ -125,7 +126,7 @@ void Measure(const Codec& codec, const Bytes& data, Figures& figures)
     static std::vector<std::size_t> sizes;
     packed.resize(blocks * packedRoom);
     sizes.resize(blocks);
-    figures.compressSeconds.push_back(bench::SecondsOf(
+    figures.compressSeconds.push_back(bench::ProcessorSeconds(
         [&]
         {
             for (std::size_t i = 0; i < blocks; ++i)
@@ -135,7 +136,7 @@ void Measure(const Codec& codec, const Bytes& data, Figures& figures)
     for (const std::size_t size : sizes)
         figures.packedSize += size;
     Bytes unpacked(blockSize);
-    figures.decompressSeconds.push_back(bench::SecondsOf(
+    figures.decompressSeconds.push_back(bench::ProcessorSeconds(
         [&]
         {
             for (std::size_t i = 0; i < blocks; ++i)
@@ -153,8 +154,9 @@ bool CompareOn(const bench::DataSet& set, const std::vector<Codec>& codecs)
             Measure(codecs[c], set.bytes, figures[c]);
 
     const double megabytes = static_cast<double>(set.bytes.size()) / 1e6;
-    const auto compressRate = [&](std::size_t c) { return megabytes / bench::Median(figures[c].compressSeconds); };
-    const auto decompressRate = [&](std::size_t c) { return megabytes / bench::Median(figures[c].decompressSeconds); };
+    const auto compressRate = [&](std::size_t c) { return megabytes / bench::MedianOf(figures[c].compressSeconds); };
+    const auto decompressRate = [&](std::size_t c)
+    { return megabytes / bench::MedianOf(figures[c].decompressSeconds); };
     const auto ratio = [&](std::size_t c) { return megabytes * 1e6 / static_cast<double>(figures[c].packedSize); };
     for (std::size_t c = 0; c < codecs.size(); ++c)
         std::printf("  %-9s %-8s %8.1f MB/s in %8.1f MB/s out, ratio %7.3f\n", set.name.c_str(), codecs[c].name,

@@ -3,6 +3,7 @@
 
 #include "bench/CompressionData.h"
 #include "bench/Report.h"
+#include "bench/Timing.h"
 #include "protocol/ByteStreams.h"
 #include "protocol/compression/BlockedRawDeflateReader.h"
 #include "protocol/compression/BlockedRawDeflateWriter.h"
@@ -122,16 +123,16 @@ bool CompareOn(const bench::DataSet& set)
     for (int i = 0; i < repetitions; ++i)
     {
         Bytes frames, bare;
-        written.push_back(bench::SecondsOf([&] { frames = DeflateByStream(set.bytes); }));
-        writtenBare.push_back(bench::SecondsOf([&] { bare = DeflateBare(set.bytes); }));
+        written.push_back(bench::ProcessorSeconds([&] { frames = DeflateByStream(set.bytes); }));
+        writtenBare.push_back(bench::ProcessorSeconds([&] { bare = DeflateBare(set.bytes); }));
         std::size_t size = 0, sizeBare = 0;
-        read.push_back(bench::SecondsOf([&] { size = InflateByStream(frames); }));
-        readBare.push_back(bench::SecondsOf([&] { sizeBare = InflateBare(bare); }));
+        read.push_back(bench::ProcessorSeconds([&] { size = InflateByStream(frames); }));
+        readBare.push_back(bench::ProcessorSeconds([&] { sizeBare = InflateBare(bare); }));
         if (size != set.bytes.size() || sizeBare != set.bytes.size())
             std::fprintf(stderr, "%s: data lost\n", set.name.c_str()), std::exit(2);
     }
     const auto rate = [&](const std::vector<double>& seconds)
-    { return static_cast<double>(set.bytes.size()) / 1e6 / bench::Median(seconds); };
+    { return static_cast<double>(set.bytes.size()) / 1e6 / bench::MedianOf(seconds); };
     bool ok = bench::Compare(
         (set.name + ", written").c_str(), rate(written), "bare zlib", rate(writtenBare), "MB/s", Reach::AtLeast, 0.95);
     ok &= bench::Compare(
