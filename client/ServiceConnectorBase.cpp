@@ -251,6 +251,7 @@ void ServiceConnectorBase::Dispose(ServiceCallBase& call)
             PublishChangeLater();
         WaitLocked(call);
     }
+    call.m_thread.reset(); // of a start that came back to the queue: it ends before the connector can go
     delete &call;
 }
 
