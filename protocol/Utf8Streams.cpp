@@ -1,13 +1,13 @@
 #include "protocol/Utf8Streams.h"
 
 #include "runtime/Errors.h"
+#include "runtime/SystemErrors.h"
 #include "runtime/Utf8.h"
 
 #include <bit>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace qpr
@@ -17,7 +17,6 @@ namespace
 {
 
 constexpr int longestSequence = 4;
-constexpr auto conversionError = static_cast<std::uint32_t>(std::errc::illegal_byte_sequence);
 
 [[noreturn]] void ThrowInvalidByte(std::wstring_view message, unsigned char byte)
 {
@@ -97,7 +96,7 @@ char32_t UTF8InputStreamBuffer::ReadSequence(unsigned char lead, int length)
     if (codePoint < SmallestOfLength(length) || !IsCodePoint(codePoint))
     {
         ThrowSystemErrorWithNumber(
-            L"MultiByteToWideChar() failed", L"qpr::UTF8InputStreamBuffer::ReadChar", conversionError);
+            L"MultiByteToWideChar() failed", L"qpr::UTF8InputStreamBuffer::ReadChar", InvalidTextError());
     }
     return codePoint;
 }
@@ -136,7 +135,7 @@ bool UTF8OutputStreamBuffer::Write(std::wstring_view text)
     if (!IsWellFormed(text))
     {
         ThrowSystemErrorWithNumber(
-            L"WideCharToMultiByte() failed", L"qpr::UTF8OutputStreamBuffer::WriteChar", conversionError);
+            L"WideCharToMultiByte() failed", L"qpr::UTF8OutputStreamBuffer::WriteChar", InvalidTextError());
     }
     const std::string bytes = ToUtf8(text);
     const auto size = static_cast<std::streamsize>(bytes.size());

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What the error messages ask of the operating system. For runtime/ itself; everybody else uses Errors.h.
+/// What the error messages ask of the operating system. For those that build them; everybody else uses Errors.h.
 namespace qpr
 {
 
@@ -17,6 +17,9 @@ struct SystemDescription
 
 /// messageModule, a native module handle or null, is asked before the system.
 SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule);
+
+/// The system's number for bytes or characters that are no text.
+std::uint32_t InvalidTextError() noexcept;
 
 /// Without one trailing line feed and a carriage return before that.
 std::wstring_view WithoutLineEnd(std::wstring_view description) noexcept;

@@ -21,6 +21,11 @@ std::uint32_t LastSocketError()
     return SocketErrorFromErrno(errno);
 }
 
+std::uint32_t InvalidTextError() noexcept
+{
+    return EILSEQ;
+}
+
 SystemDescription DescribeSystemError(std::uint32_t error, const void*)
 {
     // Unlike strerror this one admits that it does not know a number, and needs no buffer.

@@ -18,6 +18,11 @@ std::uint32_t LastSocketError()
     return static_cast<std::uint32_t>(WSAGetLastError());
 }
 
+std::uint32_t InvalidTextError() noexcept
+{
+    return ERROR_NO_UNICODE_TRANSLATION;
+}
+
 SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule)
 {
     wchar_t text[1024];
