@@ -55,7 +55,6 @@ public:
     void Remove(Place& place);
 
     bool IsEmpty() const noexcept { return m_count == 0; }
-    std::size_t Count() const noexcept { return m_count; }
     const LocalSum& SumOfLocal() const noexcept { return m_localSum; }
 
     /// A walk from the head: each Next names the first call, not before the last one named, whose needs the predicate

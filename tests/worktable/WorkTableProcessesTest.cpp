@@ -1,8 +1,7 @@
 #include "TestTable.h"
 
-#include "runtime/ChildProcess.h"
-#include "runtime/NamedPipe.h"
 #include "support/ChildMain.h"
+#include "support/PipedChild.h"
 #include "worktable/JobManager.h"
 
 #include <gmock/gmock.h>
@@ -23,56 +22,40 @@ using test::Row;
 namespace
 {
 
-class Child
+class Child : private test::PipedChild
 {
 public:
     Child(const std::string& body, const std::vector<std::wstring>& arguments,
         const std::map<std::wstring, std::wstring>& environment = {})
-        : m_process(Start(body, arguments, environment))
+        : PipedChild(Start(body, arguments, environment))
     {
-        m_input.server.Close();
-        m_output.client.Close();
     }
 
     std::string ReadLine()
     {
         std::string line;
-        for (char character = 0; m_reader.Read(&character, 1) == 1 && character != '\n';)
+        for (char character = ReadByte(); character != 0 && character != '\n'; character = ReadByte())
             line += character;
         return line;
     }
 
-    void GoOn() { m_writer.Write("\n", 1); }
-
-    void Kill() { m_process.Terminate(); }
+    void GoOn() { Write("\n"); }
+    void Kill() { process->Terminate(); }
 
     std::uint32_t ExitCode()
     {
-        m_process.WaitForCompletion();
-        return m_process.CollectExitStatus().exitCode;
+        process->WaitForCompletion();
+        return process->CollectExitStatus().exitCode;
     }
 
 private:
-    qpr::ProcessStart Start(const std::string& body, const std::vector<std::wstring>& arguments,
+    static qpr::ProcessStart Start(const std::string& body, const std::vector<std::wstring>& arguments,
         const std::map<std::wstring, std::wstring>& environment)
     {
-        qpr::ProcessStart start;
-        start.executablePath = qpr::FromUtf8(test::OwnPath());
-        start.arguments = {start.executablePath, L"--child", qpr::FromUtf8(body)};
-        start.arguments.insert(start.arguments.end(), arguments.begin(), arguments.end());
+        qpr::ProcessStart start = test::StartOfChild(body.c_str(), arguments);
         start.environment = environment;
-        start.standardInput = m_input.server.Handle();
-        start.standardOutput = m_output.client.Handle();
-        start.standardError = m_error.client.Handle();
         return start;
     }
-
-    qpr::PipePair m_input{false, true};
-    qpr::PipePair m_output{true, false};
-    qpr::PipePair m_error{true, false};
-    qpr::PipeReader m_reader{m_output.server.Handle()};
-    qpr::IOWriter m_writer{m_input.client.Handle()};
-    qpr::ChildProcess m_process;
 };
 
 std::vector<std::unique_ptr<Child>> StartChildren(int count, const std::string& body, const std::wstring& tableName)
