@@ -12,8 +12,8 @@
 namespace qpr
 {
 
-/// A named auto-reset event between processes. It exists as long as the process that created it keeps it; only that one
-/// waits for it, everyone may signal it. Any thread may use the object.
+/// A named auto-reset event between processes. It exists as long as the process that created it keeps it (on Windows as
+/// long as anybody has it open); only that one waits for it, everyone may signal it. Any thread may use the object.
 class ProcessEvent
 {
 public:
@@ -42,8 +42,8 @@ private:
     std::unique_ptr<State> m_state; // null until created or opened
 };
 
-/// Signals events of other processes by their number in a fixed list of names, at the least cost that does not
-/// keep an event alive. One thread at a time.
+/// Signals events of other processes by their number in a fixed list of names, at the least cost that does not keep an
+/// event alive. One thread at a time.
 class ProcessEventGroup
 {
 public:

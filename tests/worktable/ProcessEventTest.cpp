@@ -22,6 +22,7 @@ TEST(ProcessEvent, BelongsToOneCreatorAndGoesWithIt)
         EXPECT_TRUE(opened.TryOpen(name.Local()));
     }
     opened.Signal(); // to nobody
+    opened.Close();
     ProcessEvent next;
     EXPECT_FALSE(next.TryOpen(name.Local()));
     next.Create(name.Local(), test::ForEveryone());

@@ -4,9 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 using qpr::ProcessMutex;
@@ -66,30 +63,4 @@ TEST(ProcessMutex, AWaiterCanBeInterrupted)
         waiter.started.Wait();
     }
     waiter.mutex.Release();
-}
-
-TEST(ProcessMutex, RefusesADamagedObject)
-{
-    const auto damages = {+[](std::string& content) { content.clear(); },
-        +[](std::string& content) { content.pop_back(); }, +[](std::string& content) { content += 'x'; },
-        +[](std::string& content) { content[0] ^= 1; },
-        +[](std::string& content) { std::fill(content.begin() + 8, content.end(), '\xFF'); }};
-    for (const auto damage : damages)
-    {
-        const test::UniqueName name;
-        {
-            ProcessMutex mutex;
-            mutex.OpenOrCreate(name.Local(), test::ForEveryone());
-        }
-        std::stringstream original;
-        original << std::ifstream(name.Files().at(0), std::ios::binary).rdbuf();
-        std::string content = original.str();
-        damage(content);
-        std::ofstream(name.Files().at(0), std::ios::binary) << content;
-
-        ProcessMutex mutex;
-        const std::string expected = "Existing mutex '" + qpr::ToUtf8(name.Local()) + "' is damaged";
-        EXPECT_EQ(expected, ErrorOf([&] { mutex.TryOpen(name.Local()); }));
-        EXPECT_EQ(expected, ErrorOf([&] { mutex.OpenOrCreate(name.Local(), test::ForEveryone()); }));
-    }
 }

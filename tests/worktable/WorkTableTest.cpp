@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <thread>
 #include <vector>
 
 using namespace qxm;
@@ -213,5 +214,7 @@ TEST(WorkTable, NamesTheLockThatWasNotToBeHad)
     options.lockTimeoutMs = 1;
     WorkTable impatient(WorkTable::ScopeMode_PreferExistingGlobal, options);
     const WorkTable::Lock held(test.table);
-    EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { WorkTable::Lock lock(impatient); }));
+    std::string error;
+    std::thread([&] { error = ErrorOf([&] { WorkTable::Lock lock(impatient); }); }).join();
+    EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", error);
 }
