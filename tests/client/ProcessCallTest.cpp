@@ -1,5 +1,6 @@
 #include "client/ProcessCall.h"
 
+#include "runtime/Environment.h"
 #include "runtime/ThreadEvent.h"
 #include "runtime/Utf8.h"
 #include "support/ChildMain.h"
@@ -10,7 +11,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <thread>
 
 namespace
@@ -19,8 +19,8 @@ namespace
 const test::ChildRegistration twoLines("TwoLines",
     [](const std::vector<std::string>& arguments)
     {
-        const char* variable = std::getenv("QX_TEST_VARIABLE");
-        std::printf("%s\r\n%s\n", arguments.at(0).c_str(), variable ? variable : "unset");
+        const std::string variable = qpr::ToUtf8(qpr::EnvironmentVariable(L"QX_TEST_VARIABLE").value_or(L"unset"));
+        std::printf("%s\r\n%s\n", arguments.at(0).c_str(), variable.c_str());
         std::fflush(stdout);
         std::fputs(std::getchar() == EOF ? "no input" : "input", stderr);
         return 5;
