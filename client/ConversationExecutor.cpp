@@ -25,7 +25,15 @@ public:
     {
     }
 
-    bool WaitUntilReady() override { return m_request.WaitUntilReady(); }
+    /// With the log connection: a distributor that gives up in the last moment is one that could not be reached.
+    bool WaitUntilReady() override
+    {
+        if (!m_request.WaitUntilReady())
+            return false;
+        m_request.OpenLogConnection();
+        return true;
+    }
+
     void CarryOut() override { RunNetworkConversation(m_call, m_request, m_settings); }
 
 private:

@@ -43,7 +43,6 @@ void ShutDown(qpr::Socket& socket)
 
 void RunNetworkConversation(ICallContext& call, DistributorRequest& request, const ConversationSettings& settings)
 {
-    request.OpenLogConnection();
     qpr::Socket& mainSocket = request.MainSocket();
     qpr::SocketReader logReader(request.LogSocket());
     LogForwarder logForwarder(logReader, call.Log());

@@ -23,8 +23,7 @@ struct ConversationSettings
 void RunLocalConversation(ICallContext& call, const LocalServiceInfo& service, const ExpectedUsage& usage,
     const ConversationSettings& settings);
 
-/// The same over the connections of a distributor request that is ready. Throws what opening the log connection and the
-/// servant's answer throw.
+/// The same over the connections of a distributor request that is ready, its log connection open.
 void RunNetworkConversation(ICallContext& call, DistributorRequest& request, const ConversationSettings& settings);
 
 } // namespace qxm
