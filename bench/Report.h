@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-/// How every benchmark prints: one line a comparison, its figure beside the peer's from the same run, their ratio and the
-/// ratio to reach.
+/// How every benchmark prints: one line a comparison, its figure beside the peer's from the same run, their ratio and
+/// the ratio to reach.
 namespace bench
 {
 
@@ -25,4 +25,4 @@ inline bool Compare(
     return ok;
 }
 
-}
+} // namespace bench

@@ -80,8 +80,8 @@ bool CompareService(const char* what, const wchar_t* memory, const wchar_t* help
 
 int main()
 {
-    const bool formula = CompareService(
-        "expected usage, 256 processors", L"900 + Size * 0.5 * ProcessorCount + (if ProcessorCount > 4 then 200 else 100)", L"");
+    const bool formula = CompareService("expected usage, 256 processors",
+        L"900 + Size * 0.5 * ProcessorCount + (if ProcessorCount > 4 then 200 else 100)", L"");
     const bool text = CompareService("with a text compared each time",
         L"500 + Size * 0.5 + (if Mode == 'fine' then 400 else 200) * ProcessorCount", L"");
     const bool helpers = CompareService("the same through helpers", L"Base + PerProcessor * ProcessorCount",

@@ -39,4 +39,4 @@ private:
     ThreadEvent m_event;
 };
 
-}
+} // namespace qpr

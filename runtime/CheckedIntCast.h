@@ -26,4 +26,4 @@ constexpr ToIntT CheckedIntCast(FromIntT from) noexcept
     return static_cast<ToIntT>(from);
 }
 
-}
+} // namespace qpr

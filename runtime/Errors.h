@@ -6,8 +6,8 @@
 #include <string_view>
 
 /// The library's one error convention: every failure is a RuntimeError whose text says what failed, where, with which
-/// error number and the system's own words for it. Internal conditions that only a defect can break are std::logic_error
-/// with the narrow text "qualified::Function: condition".
+/// error number and the system's own words for it. Internal conditions that only a defect can break are
+/// std::logic_error with the narrow text "qualified::Function: condition".
 namespace qpr
 {
 
@@ -32,8 +32,8 @@ std::uint32_t LastSocketError();
 std::wstring SystemErrorMessage(std::wstring_view text, std::wstring_view function, int line, std::uint32_t error,
     const void* messageModule = nullptr);
 
-/// "<text> in <function>.<line>, Winsock error number = <decimal>: <description>"; without the place for 10053, 10054 and
-/// 10061.
+/// "<text> in <function>.<line>, Winsock error number = <decimal>: <description>"; without the place for 10053, 10054
+/// and 10061.
 std::wstring SocketErrorMessage(std::wstring_view text, std::wstring_view function, int line, std::uint32_t error);
 
 /// Throw a RuntimeError with the messages above. Those without a number read the thread's last error first thing.
@@ -44,4 +44,4 @@ std::wstring SocketErrorMessage(std::wstring_view text, std::wstring_view functi
 [[noreturn]] void ThrowSocketErrorWithNumber(
     std::wstring_view text, std::wstring_view function, std::uint32_t error, int line = __builtin_LINE());
 
-}
+} // namespace qpr

@@ -18,4 +18,4 @@ public:
     virtual bool InputPending() = 0;
 };
 
-}
+} // namespace qpr

@@ -17,4 +17,4 @@ public:
     virtual void HandleError(const std::exception& error) = 0;
 };
 
-}
+} // namespace qpr

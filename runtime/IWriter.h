@@ -18,4 +18,4 @@ public:
     virtual void Flush() = 0;
 };
 
-}
+} // namespace qpr

@@ -10,7 +10,10 @@ class NativeHandle
 {
 public:
     constexpr NativeHandle() noexcept = default;
-    constexpr explicit NativeHandle(std::intptr_t value) noexcept : m_value(value) { }
+    constexpr explicit NativeHandle(std::intptr_t value) noexcept
+        : m_value(value)
+    {
+    }
 
     constexpr std::intptr_t Value() const noexcept { return m_value; }
     constexpr bool IsValid() const noexcept { return m_value != invalid; }
@@ -22,4 +25,4 @@ private:
     std::intptr_t m_value = invalid;
 };
 
-}
+} // namespace qpr

@@ -11,7 +11,11 @@ class Nullable
 {
 public:
     Nullable() = default;
-    Nullable(T value) : m_value(value), m_isNull(false) { }
+    Nullable(T value)
+        : m_value(value)
+        , m_isNull(false)
+    {
+    }
 
     bool IsNull() const noexcept { return m_isNull; }
 
@@ -23,8 +27,8 @@ public:
     }
 
 private:
-    T m_value {};
+    T m_value{};
     bool m_isNull = true;
 };
 
-}
+} // namespace qpr

@@ -20,4 +20,4 @@ void PanicWithText(std::string_view text) noexcept
     std::abort();
 }
 
-}
+} // namespace qpr

@@ -5,11 +5,11 @@
 namespace qpr
 {
 
-/// For failures that must not throw: writes "Panic: <condition> failed in <function>.<line>" to the standard error stream
-/// and ends the process abnormally, without unwinding, destructors or exit handlers.
+/// For failures that must not throw: writes "Panic: <condition> failed in <function>.<line>" to the standard error
+/// stream and ends the process abnormally, without unwinding, destructors or exit handlers.
 [[noreturn]] void Panic(const char* condition, const char* function, int line = __builtin_LINE()) noexcept;
 
 /// The same with a finished text: "Panic: <text>".
 [[noreturn]] void PanicWithText(std::string_view text) noexcept;
 
-}
+} // namespace qpr

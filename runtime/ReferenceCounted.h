@@ -39,15 +39,23 @@ class CountedPtr
 public:
     CountedPtr() noexcept = default;
     CountedPtr(std::nullptr_t) noexcept { }
-    CountedPtr(T* object) noexcept : m_object(object)
+    CountedPtr(T* object) noexcept
+        : m_object(object)
     {
         if (m_object)
             m_object->AddReference();
     }
-    CountedPtr(const CountedPtr& other) noexcept : CountedPtr(other.m_object) { }
-    CountedPtr(CountedPtr&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) { }
+    CountedPtr(const CountedPtr& other) noexcept
+        : CountedPtr(other.m_object)
+    {
+    }
+    CountedPtr(CountedPtr&& other) noexcept
+        : m_object(std::exchange(other.m_object, nullptr))
+    {
+    }
     template <class U>
-    CountedPtr(const CountedPtr<U>& other) noexcept : CountedPtr(other.get())
+    CountedPtr(const CountedPtr<U>& other) noexcept
+        : CountedPtr(other.get())
     {
     }
     CountedPtr& operator=(CountedPtr other) noexcept
@@ -77,4 +85,4 @@ CountedPtr<T> MakeCounted(Args&&... args)
     return CountedPtr<T>(new T(std::forward<Args>(args)...));
 }
 
-}
+} // namespace qpr

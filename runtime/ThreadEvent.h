@@ -35,4 +35,4 @@ private:
     Kind m_kind;
 };
 
-}
+} // namespace qpr

@@ -28,4 +28,4 @@ constexpr bool IsLowSurrogate(char32_t unit) noexcept
 /// Appends one code point, as a surrogate pair where wide characters have 16 bits.
 void AppendCodePoint(std::wstring& text, char32_t codePoint);
 
-}
+} // namespace qpr

@@ -18,7 +18,11 @@ public:
         Kind_PeerGone, ///< a channel that we write to and nobody reads any more
     };
 
-    constexpr WaitObject(NativeHandle handle, Kind kind) noexcept : m_handle(handle), m_kind(kind) { }
+    constexpr WaitObject(NativeHandle handle, Kind kind) noexcept
+        : m_handle(handle)
+        , m_kind(kind)
+    {
+    }
 
     constexpr NativeHandle Handle() const noexcept { return m_handle; }
     constexpr Kind GetKind() const noexcept { return m_kind; }
@@ -28,4 +32,4 @@ private:
     Kind m_kind;
 };
 
-}
+} // namespace qpr

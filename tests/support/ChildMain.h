@@ -20,4 +20,4 @@ struct ChildRegistration
 /// Path of the running test program.
 std::string OwnPath();
 
-}
+} // namespace test
