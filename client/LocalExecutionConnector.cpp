@@ -40,7 +40,9 @@ ServiceCallBase* LocalExecutionConnector::AdmitNext(PendingQueue::Walk& walk)
         return nullptr;
     Unqueue(*call);
     MoveTo(m_runningLocally, *call);
-    PublishStart(*call, [&] { period.Publish(Record(), WhomToWake()); });
+    const qxm::WorkRecord record = Record();
+    const auto wake = WhomToWake();
+    PublishStart(*call, [&] { period.Publish(record, wake); });
     return call;
 }
 
