@@ -67,7 +67,7 @@ TEST(DistributorTest, JoinsAClientWithItsServantBothWaysAndTheLog)
     EXPECT_EQ(ReadToEnd(call.Log()), "echoed \xc3\xa9\n");
     call.Main().Close();
     EXPECT_THAT(distributor.Journal().WaitFor(1),
-        testing::ElementsAre(testing::MatchesRegex("call Echo of here/7 at 127.0.0.1: done after [0-9.]+ s\n")));
+        testing::ElementsAre(testing::MatchesRegex("call Echo of here/7 at 127.0.0.1: done after .+ s\n")));
 }
 
 TEST(DistributorTest, TellsTheServantWhatItIsToKnow)

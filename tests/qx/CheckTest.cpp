@@ -2,6 +2,8 @@
 
 #include "runtime/Utf8.h"
 
+#include <regex>
+
 using test::ProgramEnd;
 using test::ProgramPath;
 
@@ -101,7 +103,8 @@ TEST_F(CheckTest, ShowsServicesAndDistributorAsConfigured)
         "<Servants><Servant RelativePath='b' QxServantLibraryVersion='11.0.0.0'><Services><Service Name='Zeta'>"
         "<ExpectedProcessorUsage>2</ExpectedProcessorUsage></Service></Services></Servant></Servants>"
         "</QxConfiguration>");
-    const std::string servant = qpr::ToUtf8(directory.PathOf("b"));
+    const std::string servant =
+        std::regex_replace(qpr::ToUtf8(directory.PathOf("b")), std::regex(R"(\\)"), R"(\\)"); // as JSON has it
     const std::string services = R"("services": [
     {
       "name": "Zeta",

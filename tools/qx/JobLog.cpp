@@ -67,7 +67,7 @@ JobLog::JobLog(const std::string& fileName, bool continues)
     const bool isThere = continues && std::filesystem::exists(path);
     if (isThere)
         TakeUp();
-    m_file.open(path, std::ios::binary | (isThere ? std::ios::app : std::ios::trunc));
+    m_file.open(path, std::ios::binary | (isThere ? std::ios::app | std::ios::ate : std::ios::trunc));
     if (m_file && m_file.tellp() == std::streampos(0))
         m_file << heading << '\n' << std::flush;
     if (!m_file)
