@@ -75,6 +75,18 @@ const std::map<std::wstring, ValueReader>& ValueReaders()
     return readers;
 }
 
+const std::set<std::wstring>& Keys()
+{
+    static const std::set<std::wstring> keys = []
+    {
+        std::set<std::wstring> names;
+        for (const auto& [key, reader] : ValueReaders())
+            names.insert(key);
+        return names;
+    }();
+    return keys;
+}
+
 /// Some values are written with blanks and without quotes.
 bool ContinuesValue(const std::wstring& wordWithKey, const std::wstring& next)
 {
@@ -112,10 +124,7 @@ Arguments ParseLine(std::wstring_view line, const std::wstring& expectedRole)
     if (!arguments.PositionalArguments().empty() && arguments.Positional(0) != expectedRole)
         throw qpr::RuntimeError(
             L"Unexpected role '" + arguments.Positional(0) + L"', expected '" + expectedRole + L"'");
-    std::set<std::wstring> keys;
-    for (const auto& [key, reader] : ValueReaders())
-        keys.insert(key);
-    arguments.Validate(2, 2, context, keys);
+    arguments.Validate(2, 2, context, Keys());
     return arguments;
 }
 

@@ -39,12 +39,13 @@ qxm::HostDescription ClientConversation::LogIn()
     try
     {
         qxm::HostDescription client = qxm::HostDescription::Read(qxm::ReadLine(m_input), L"client");
-        Write(L"$ ");
+        m_output << L"$ " << std::flush;
         return client;
     }
     catch (const qpr::RuntimeError& error)
     {
         WriteLine(L"! " + qpr::ErrorText(error));
+        Flush();
         throw;
     }
 }
@@ -56,7 +57,7 @@ std::wstring ClientConversation::ReadRequestLine()
 
 void ClientConversation::WriteLine(std::wstring line)
 {
-    Write(OneLine(std::move(line)) + L"\r\n");
+    m_output << OneLine(std::move(line)) << L"\r\n";
 }
 
 void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason)
@@ -64,7 +65,9 @@ void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason)
     try
     {
         const DeadlineWaiter waiter(partingTimeMs);
-        ClientConversation(client, waiter).WriteLine(reason);
+        ClientConversation conversation(client, waiter);
+        conversation.WriteLine(reason);
+        conversation.Flush();
     }
     catch (const std::exception&)
     {

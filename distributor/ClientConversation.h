@@ -22,15 +22,14 @@ public:
 
     std::wstring ReadRequestLine();
 
-    /// What would break the line is replaced by blanks.
+    /// Lines are sent together when flushed. What would break a line is replaced by blanks.
     void WriteLine(std::wstring line);
+    void Flush() { m_output.flush(); }
 
     /// Whether the client has sent more than it was asked for.
     bool HasMoreInput() { return m_inputBytes.InputPending(); }
 
 private:
-    void Write(const std::wstring& text) { (m_output << text).flush(); }
-
     qpr::SocketReader m_reader;
     qpr::SocketInputStream m_inputBytes;
     qpr::UTF8InputStream m_input;

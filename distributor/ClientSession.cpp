@@ -117,15 +117,21 @@ void ClientSession::Execute(const CallOrder& order)
     SlotQueue::Place place(m_surroundings.slots);
     m_isAccepted = true;
     const AttendedWaiter waiter(m_socket);
-    ClientConversation(m_socket, waiter).WriteLine(qxm::serviceRequestAcceptedLine);
-    waiter.WaitFor(place.Decided(), L"qxd::ClientSession::Execute");
+    ClientConversation conversation(m_socket, waiter);
+    conversation.WriteLine(qxm::serviceRequestAcceptedLine);
+    if (!place.HasSlot())
+    {
+        conversation.Flush();
+        waiter.WaitFor(place.Decided(), L"qxd::ClientSession::Execute");
+    }
     const Clock::time_point start = Clock::now();
-    const std::unique_ptr<JoinedCall> call = StartServant(order, place);
+    const std::unique_ptr<JoinedCall> call = StartServant(order, place, conversation);
     const std::wstring outcome = SeeThrough(*call, order, place);
     m_surroundings.journal.WriteLine(m_subject + L": " + outcome + L" after " + TimeSince(start));
 }
 
-std::unique_ptr<JoinedCall> ClientSession::StartServant(const CallOrder& order, SlotQueue::Place& place)
+std::unique_ptr<JoinedCall> ClientSession::StartServant(
+    const CallOrder& order, SlotQueue::Place& place, ClientConversation& conversation)
 {
     try
     {
@@ -133,7 +139,8 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(const CallOrder& order, 
             throw qpr::RuntimeError(L"The distributor is stopping");
         const AttendedWaiter waiter(m_socket, logConnectionTimeMs);
         LogListener listener(m_socket);
-        ClientConversation(m_socket, waiter).WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
+        conversation.WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
+        conversation.Flush();
         // The servant comes up while the client connects.
         auto call = std::make_unique<JoinedCall>(m_socket);
         const std::exception_ptr failure = TryStart(*call, m_surroundings.starter, order);

@@ -14,6 +14,7 @@
 namespace qxd
 {
 
+class ClientConversation;
 class JoinedCall;
 
 /// One client from its connection to the end of its call, on a thread of its own. Whatever the client does or fails to
@@ -34,7 +35,8 @@ private:
 
     void Serve();
     void Execute(const CallOrder& order);
-    std::unique_ptr<JoinedCall> StartServant(const CallOrder& order, SlotQueue::Place& place);
+    std::unique_ptr<JoinedCall> StartServant(
+        const CallOrder& order, SlotQueue::Place& place, ClientConversation& conversation);
     std::wstring SeeThrough(JoinedCall& call, const CallOrder& order, SlotQueue::Place& place);
 
     qpr::Socket m_socket;

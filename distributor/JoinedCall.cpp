@@ -36,8 +36,6 @@ JoinedCall::JoinedCall(qpr::Socket& mainSocket)
     , m_logBytes(m_logChannel, logBufferSize)
     , m_log(m_logBytes)
 {
-    m_mainSocket.SetReceiveBufferSize(dataBufferSize);
-    m_mainSocket.SetSendBufferSize(dataBufferSize);
 }
 
 void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> commandLine)
@@ -52,6 +50,8 @@ void JoinedCall::Join(qpr::Socket logSocket)
     m_logSocket.EnableKeepAlive();
     m_logSocket.SetResetOnClose(true);
     m_mainSocket.SetResetOnClose(true);
+    m_mainSocket.SetReceiveBufferSize(dataBufferSize);
+    m_mainSocket.SetSendBufferSize(dataBufferSize);
     m_logChannel.Connected();
     m_inputCopier.emplace(m_mainSocket, *m_servant, m_waiter.GetCancellation());
 }

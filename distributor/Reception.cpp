@@ -55,6 +55,7 @@ CallOrder TakeRequest(
     catch (const std::exception& error)
     {
         conversation.WriteLine(qpr::ErrorText(error));
+        conversation.Flush();
         throw;
     }
 }

@@ -3,6 +3,7 @@
 #include "protocol/GenericServiceConnection.h"
 #include "protocol/HandOver.h"
 #include "protocol/LogForwarder.h"
+#include "protocol/PeekingReader.h"
 #include "protocol/ServantAnswer.h"
 #include "protocol/ServantConversation.h"
 #include "runtime/Cancellation.h"
@@ -16,11 +17,20 @@ namespace
 
 using SocketConnection = GenericServiceConnection<qpr::SocketReader, qpr::SocketWriter>;
 
+ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
+{
+    const qpr::CancellableWaiter waiter(&call.GetCancellation());
+    qpr::PeekingReader reader(socket, waiter);
+    ServantAnswer answer = ReadServantAnswer(reader, call.ServiceName());
+    reader.Settle();
+    return answer;
+}
+
 bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
     auto reader = std::make_unique<qpr::SocketReader>(socket, &cancellation);
-    const ServantAnswer answer = ReadServantAnswer(*reader, call.ServiceName());
+    const ServantAnswer answer = ReadAnswer(call, socket);
     SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, &cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
         [&socket] { socket.Shutdown(qpr::Socket::Direction::Send); });
