@@ -4,6 +4,7 @@
 #include "runtime/ChildProcess.h"
 #include "runtime/NamedPipe.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <thread>
@@ -35,12 +36,7 @@ public:
         m_output = std::move(output.server);
         const std::string line = ReadLine();
         m_port = line.substr(line.rfind(':') + 1);
-        m_drain = std::thread(
-            [this]
-            {
-                while (!ReadLine().empty())
-                    continue;
-            });
+        m_drain = std::thread([this] { Drain(); });
     }
     ~DistributorProcess()
     {
@@ -61,6 +57,14 @@ private:
         for (char byte = 0; reader.Read(&byte, 1) != 0 && byte != '\n';)
             line += byte;
         return line;
+    }
+
+    void Drain()
+    {
+        qpr::PipeReader reader(m_output.Handle());
+        std::array<char, 4096> bytes;
+        while (reader.Read(bytes.data(), bytes.size()) != 0)
+            continue;
     }
 
     std::optional<qpr::ChildProcess> m_process;

@@ -10,6 +10,9 @@ namespace qxm
 
 bool IsWhiteSpace(wchar_t character)
 {
+    constexpr wchar_t firstOfOthers = 0x80; // the classic locale's view of these has its price
+    if (character < firstOfOthers)
+        return character == L' ' || (character >= L'\t' && character <= L'\r');
     return std::isspace(character, std::locale::classic());
 }
 
