@@ -52,10 +52,11 @@ UsageModel::UsageModel(const ServiceInfo& service)
     m_memoryUsage = Compile(service.expectedMemoryUsageInMB, L"ExpectedMemoryUsageInMB" + ofService);
 
     m_evaluator.GetInputVariableTypes(m_inputTypes);
-    const auto processorCount = m_inputTypes.find(processorCountName);
-    if (processorCount != m_inputTypes.end() && processorCount->second != qexpr::Value::Type_Float)
+    // Of a helper by that name too: the library's value takes the place of its definition.
+    const qexpr::Value::Type processorCount = m_evaluator.GetVariableType(processorCountName);
+    if (processorCount != qexpr::Value::Type_Undefined && processorCount != qexpr::Value::Type_Float)
         throw qpr::RuntimeError(L"Reference to input variable " + processorCountName + L" has incorrect type "
-            + qexpr::Value::TypeToString(processorCount->second) + L", should be float");
+            + qexpr::Value::TypeToString(processorCount) + L", should be float");
     CollectFixedVariables();
 }
 
@@ -87,7 +88,7 @@ qexpr::ValueMap UsageModel::Bind(const std::map<std::wstring, std::wstring>& att
     {
         const auto attribute = attributes.find(name);
         if (attribute != attributes.end())
-            inputs.emplace(name, qexpr::Value::Parse(attribute->second, type));
+            inputs.emplace(name, qexpr::Value::Parse(attribute->second, type, name));
     }
     return inputs;
 }

@@ -27,16 +27,16 @@ Value::operator std::wstring() const
     return m_content.text;
 }
 
-Value Value::Parse(std::wstring_view text, Type requiredType)
+Value Value::Parse(std::wstring_view text, Type requiredType, std::wstring_view description)
 {
     switch (requiredType)
     {
     case Type_Float:
-        return Value(qpr::ParseFloat(text, L""));
+        return Value(qpr::ParseFloat(text, description));
     case Type_String:
         return Value(std::wstring(text));
     case Type_Bool:
-        return Value(qpr::ParseBool(text, L""));
+        return Value(qpr::ParseBool(text, description));
     case Type_Undefined:
         throw std::logic_error("qexpr::Value::Parse: requiredType == Type_Undefined");
     }

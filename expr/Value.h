@@ -99,8 +99,8 @@ public:
     explicit operator std::wstring() const;
 
     /// A value of the required type from a text; a string takes the text as it is. Throws qpr::RuntimeError for a text
-    /// that is no such value.
-    static Value Parse(std::wstring_view text, Type requiredType);
+    /// that is no such value; the description says there what the text stands for.
+    static Value Parse(std::wstring_view text, Type requiredType, std::wstring_view description = {});
 
     /// As a constant of the language is written: 2.5, 'text', true; a string is not escaped.
     void Print(std::wostream& stream) const;

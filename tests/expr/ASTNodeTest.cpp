@@ -6,11 +6,11 @@
 #include "expr/VariableReference.h"
 #include "tests/expr/Outcomes.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace qexpr;
 using qpr::MakeCounted;
-using test::ErrorOf;
 
 namespace
 {
@@ -44,7 +44,7 @@ NodePtr Negative(const NodePtr& operand)
     return MakeCounted<FloatOperation>(L"neg", functions::Neg, operand);
 }
 
-NodePtr Conditional(const NodePtr& condition, const NodePtr& thenNode, const NodePtr& elseNode)
+NodePtr If(const NodePtr& condition, const NodePtr& thenNode, const NodePtr& elseNode)
 {
     return MakeCounted<IfThenElse>(condition, thenNode, elseNode);
 }
@@ -54,69 +54,58 @@ NodePtr Variable(const wchar_t* name, Value::Type type)
     return MakeCounted<VariableReference>(name, type);
 }
 
-const std::wstring WideText =
-    L"class std::basic_string<wchar_t,struct std::char_traits<wchar_t>,class std::allocator<wchar_t> >";
-const std::wstring TextInstance = L"qexpr::BinaryOperation<bool," + WideText + L"," + WideText + L",bool (__cdecl*)("
-    + WideText + L" const &," + WideText + L" const &)>::";
-
-TEST(ASTNode, RefusesChildrenOfWrongTypes)
+void DefineType(const NodePtr& node)
 {
-    const std::wstring arithmetic =
-        L"qexpr::BinaryOperation<float,float,float,float (__cdecl*)(float,float)>::BinaryOperation: ";
-    EXPECT_EQ(ErrorOf([] { Add(Flag, Text); }), arithmetic + L"arg0 has incorrect value type");
-    EXPECT_EQ(ErrorOf([] { Add(Number, Text); }), arithmetic + L"arg1 has incorrect value type");
-    EXPECT_EQ(ErrorOf([] { Less(Number, Flag); }),
-        L"qexpr::BinaryOperation<bool,float,float,bool (__cdecl*)(float,float)>::BinaryOperation: arg1 has incorrect "
-        "value type");
-    EXPECT_EQ(
-        ErrorOf([] { TextLess(Number, Text); }), TextInstance + L"BinaryOperation: arg0 has incorrect value type");
-    EXPECT_EQ(ErrorOf([] { Or(Number, Flag); }),
-        L"qexpr::BinaryOperation<bool,bool,bool,bool (__cdecl*)(bool,bool)>::BinaryOperation: arg0 has incorrect value "
-        "type");
-    EXPECT_EQ(ErrorOf([] { Negative(Flag); }),
-        L"qexpr::UnaryOperation<float,float,float (__cdecl*)(float)>::UnaryOperation: arg has incorrect value type");
-    EXPECT_EQ(ErrorOf([] { Conditional(Number, Number, Number); }),
-        L"qexpr::IfThenElse::IfThenElse: value type of if clause is not bool");
-    EXPECT_EQ(ErrorOf([] { Conditional(Flag, Number, Flag); }),
-        L"qexpr::IfThenElse::IfThenElse: if and then clauses have different value types");
+    node->SetDefinedValueType(Value::Type_Float);
 }
 
-TEST(ASTNode, FixesAnUndefinedTypeOnce)
+TEST(ASTNode, NamesItsFailuresInFull)
 {
-    const auto typeOnceMore = [](const NodePtr& node)
-    { return ErrorOf([&] { node->SetDefinedValueType(Value::Type_Float); }); };
-    const NodePtr variable = Variable(L"A", Value::Type_Undefined);
-    variable->SetDefinedValueType(Value::Type_Float);
-    EXPECT_EQ(variable->GetValueType(), Value::Type_Float);
-
-    const std::wstring defined = L"SetDefinedValueType: value type already defined";
-    EXPECT_EQ(typeOnceMore(variable), L"qexpr::VariableReference::" + defined);
-    EXPECT_EQ(typeOnceMore(Number), L"qexpr::Constant::" + defined);
-    EXPECT_EQ(
-        typeOnceMore(Negative(Number)), L"qexpr::UnaryOperation<float,float,float (__cdecl*)(float)>::" + defined);
-    EXPECT_EQ(typeOnceMore(TextLess(Text, Text)), TextInstance + defined);
+    const std::string arithmetic = "qexpr::BinaryOperation<float,float,float,float (__cdecl*)(float,float)>::";
+    const std::string relation = "qexpr::BinaryOperation<bool,float,float,bool (__cdecl*)(float,float)>::";
+    const std::string logic = "qexpr::BinaryOperation<bool,bool,bool,bool (__cdecl*)(bool,bool)>::";
+    const std::string wide =
+        "class std::basic_string<wchar_t,struct std::char_traits<wchar_t>,class std::allocator<wchar_t> >";
+    const std::string textRelation = "qexpr::BinaryOperation<bool," + wide + "," + wide + ",bool (__cdecl*)(" + wide
+        + " const &," + wide + " const &)>::";
+    const std::string unary = "qexpr::UnaryOperation<float,float,float (__cdecl*)(float)>::";
+    const std::string wrong0 = "BinaryOperation: arg0 has incorrect value type";
+    const std::string wrong1 = "BinaryOperation: arg1 has incorrect value type";
+    const std::string defined = "SetDefinedValueType: value type already defined";
     const NodePtr open = Variable(L"B", Value::Type_Undefined);
-    EXPECT_EQ(typeOnceMore(Conditional(Flag, open, open)), L"qexpr::IfThenElse::" + defined);
-    EXPECT_EQ(typeOnceMore(Conditional(Flag, Number, Number)), L"qexpr::Constant::" + defined);
-}
-
-TEST(ASTNode, EvaluatesTheRightOperandFirst)
-{
-    const NodePtr sum = Add(Variable(L"Left", Value::Type_Float), Variable(L"Right", Value::Type_Float));
-    EXPECT_EQ(ErrorOf([&] { sum->Evaluate({}); }), L"Variable 'Right' not set");
-    EXPECT_EQ(ErrorOf([&] { sum->Evaluate({{L"Right", Value(1.0F)}}); }), L"Variable 'Left' not set");
-    EXPECT_EQ(ErrorOf(
-                  [&] {
-                      sum->Evaluate({{L"Right", Value(1.0F)}, {L"Left", Value(true)}});
-                  }),
-        L"qexpr::Value::operator float: Type mismatch");
-}
-
-TEST(ASTNode, EvaluatesBothSidesOfOrButOneBranchOfAConditional)
-{
-    const NodePtr unset = Variable(L"B", Value::Type_Bool);
-    EXPECT_EQ(ErrorOf([&] { Or(Flag, unset)->Evaluate({}); }), L"Variable 'B' not set");
-    EXPECT_TRUE(static_cast<bool>(Conditional(Flag, Flag, unset)->Evaluate({})));
+    const NodePtr left = Variable(L"Left", Value::Type_Float);
+    const NodePtr right = Variable(L"Right", Value::Type_Float);
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        {[] { Add(Flag, Text); }, arithmetic + wrong0},
+        {[] { Add(Number, Text); }, arithmetic + wrong1},
+        {[] { Less(Number, Flag); }, relation + wrong1},
+        {[] { TextLess(Number, Text); }, textRelation + wrong0},
+        {[] { Or(Number, Flag); }, logic + wrong0},
+        {[] { Negative(Flag); }, unary + "UnaryOperation: arg has incorrect value type"},
+        {[] { If(Number, Number, Number); }, "qexpr::IfThenElse::IfThenElse: value type of if clause is not bool"},
+        {[] { If(Flag, Number, Flag); },
+            "qexpr::IfThenElse::IfThenElse: if and then clauses have different value types"},
+        // A type is fixed once, and only where it was left open; a conditional passes it on.
+        {[&] { DefineType(left); }, "qexpr::VariableReference::" + defined},
+        {[] { DefineType(Number); }, "qexpr::Constant::" + defined},
+        {[] { DefineType(Negative(Number)); }, unary + defined},
+        {[] { DefineType(TextLess(Text, Text)); }, textRelation + defined},
+        {[&] { DefineType(If(Flag, open, open)); }, "qexpr::IfThenElse::" + defined},
+        {[] { DefineType(If(Flag, Number, Number)); }, "qexpr::Constant::" + defined},
+        // The right operand is evaluated first, and both always are.
+        {[&] { Add(left, right)->Evaluate({}); }, "Variable 'Right' not set"},
+        {[&] { Add(left, Number)->Evaluate({}); }, "Variable 'Left' not set"},
+        {[&] {
+             Add(Number, left)->Evaluate({{L"Left", Value(true)}});
+         },
+            "qexpr::Value::operator float: Type mismatch"},
+        {[] { Or(Flag, Variable(L"B", Value::Type_Bool))->Evaluate({}); }, "Variable 'B' not set"},
+        {[&] { If(Flag, Number, left)->Evaluate({}); }, "no error"},
+        {[&] { DefineType(open); }, "no error"},
+    };
+    for (const auto& [action, error] : cases)
+        EXPECT_EQ(test::ErrorOf(action), error);
+    EXPECT_EQ(open->GetValueType(), Value::Type_Float);
 }
 
 } // namespace

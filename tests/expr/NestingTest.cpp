@@ -28,7 +28,7 @@ struct Nest
     std::wstring Formula(int count) const { return Repeated(count, prefix) + centre + Repeated(count, suffix); }
 };
 
-const std::wstring TooDeep = L"Expression nested more than 1000 deep ";
+const std::string TooDeep = "Expression nested more than 1000 deep ";
 
 const Nest Nests[] = {
     {L"(", L"1", L")", 1000},
@@ -45,9 +45,10 @@ const Nest Nests[] = {
     {L"if true then 1 else ", L"1", L"", 999},
     {L"if true then ", L"1", L" else 1", 999},
     {L"if ", L"true", L" then true else false", 999},
+    {L"true or (", L"true", L")", 999},
 };
 
-std::wstring ParseOutcome(const std::wstring& formula)
+std::string ParseOutcome(const std::wstring& formula)
 {
     Evaluator evaluator;
     return ErrorOf(
@@ -64,15 +65,10 @@ TEST(Nesting, IsBoundedForEveryConstruct)
     for (const Nest& nest : Nests)
     {
         SCOPED_TRACE(nest.prefix + std::wstring(L"...") + nest.suffix);
-        EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest)), L"no error");
-        EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest + 1)).substr(0, TooDeep.size()), TooDeep);
+        EXPECT_EQ(ParseOutcome(nest.Formula(nest.deepest)), "no error");
+        for (const int count : {nest.deepest + 1, 100000})
+            EXPECT_EQ(ParseOutcome(nest.Formula(count)).substr(0, TooDeep.size()), TooDeep);
     }
-}
-
-TEST(Nesting, OfAMillionIsAnErrorToo)
-{
-    for (const wchar_t* unit : {L"(", L"-", L"sqrt(", L"if ", L"if true then ", L"min(", L"1 + (", L"true or ("})
-        EXPECT_EQ(ParseOutcome(Repeated(1000000, unit)).substr(0, TooDeep.size()), TooDeep) << unit;
 }
 
 TEST(Nesting, LargeFormulasThatStayFlatAreFine)
@@ -80,7 +76,7 @@ TEST(Nesting, LargeFormulasThatStayFlatAreFine)
     std::wstring formula = L"1";
     for (int i = 0; i < 16; ++i)
         formula = L"min(" + formula + L", " + formula + L")";
-    EXPECT_EQ(ParseOutcome(formula), L"no error");
+    EXPECT_EQ(ParseOutcome(formula), "no error");
 }
 
 } // namespace

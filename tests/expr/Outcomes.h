@@ -1,29 +1,14 @@
 #pragma once
 
 #include "expr/Value.h"
-#include "runtime/Errors.h"
+#include "support/ErrorOf.h"
 
-#include <exception>
 #include <locale>
 #include <sstream>
 #include <string>
 
 namespace test
 {
-
-/// What leaves the action as an error, as text.
-std::wstring ErrorOf(auto action)
-{
-    try
-    {
-        action();
-    }
-    catch (const std::exception& error)
-    {
-        return qpr::ErrorText(error);
-    }
-    return L"no error";
-}
 
 inline std::wstring Printed(const qexpr::Value& value)
 {

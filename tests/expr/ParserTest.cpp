@@ -102,72 +102,72 @@ struct BadFormula
 {
     const wchar_t* text;
     Value::Type requiredType;
-    const wchar_t* error;
+    const char* error;
 };
 
 TEST(Parser, NamesThePositionOfEveryError)
 {
     const BadFormula formulas[] = {
         // tokens
-        {L"", Float, L"Missing token at end of formula"},
-        {L" \t", Float, L"Missing token at end of formula"},
-        {L"1 +", Float, L"Missing token at end of formula"},
-        {L"1 + #", Float, L"Invalid character '#' at position 5 of formula"},
-        {L"1 + .5", Float, L"Invalid character '.' at position 5 of formula"},
-        {L"A == 'abc", Any, L"Unterminated string literal at position 6 of formula"},
-        {L"1 + 2e+", Float, L"Invalid float literal at position 5 of formula"},
-        {L"1e999", Float, L"Invalid float literal at position 1 of formula"},
-        {L"2 3", Float, L"Expected end of input but got '3' at position 3 of formula"},
-        {L"2 345", Float, L"Expected end of input but got '3' at position 3 of formula"},
-        {L"2 'text'", Float, L"Expected end of input but got ''' at position 3 of formula"},
-        {L"2x", Float, L"Expected end of input but got 'x' at position 2 of formula"},
-        {L"A & B", Bool, L"Expected end of input but got '&' at position 3 of formula"},
-        {L"A = B", Bool, L"Expected end of input but got '=' at position 3 of formula"},
-        {L"A)", Float, L"Expected end of input but got ')' at position 2 of formula"},
-        {L"!A", Bool, L"Invalid token '!' at position 1 of formula"},
-        {L"not A", Bool, L"Invalid token 'not' at position 1 of formula"},
-        {L"1 * * 2", Float, L"Invalid token '*' at position 5 of formula"},
-        {L"1 + if A then 1 else 2", Float, L"Invalid token 'if' at position 5 of formula"},
-        {L"size + 1", Float, L"Invalid token 'size' at position 1 of formula"},
+        {L"", Float, "Missing token at end of formula"},
+        {L" \t", Float, "Missing token at end of formula"},
+        {L"1 +", Float, "Missing token at end of formula"},
+        {L"1 + #", Float, "Invalid character '#' at position 5 of formula"},
+        {L"1 + .5", Float, "Invalid character '.' at position 5 of formula"},
+        {L"A == 'abc", Any, "Unterminated string literal at position 6 of formula"},
+        {L"1 + 2e+", Float, "Invalid float literal at position 5 of formula"},
+        {L"1e999", Float, "Invalid float literal at position 1 of formula"},
+        {L"2 3", Float, "Expected end of input but got '3' at position 3 of formula"},
+        {L"2 345", Float, "Expected end of input but got '3' at position 3 of formula"},
+        {L"2 'text'", Float, "Expected end of input but got ''' at position 3 of formula"},
+        {L"2x", Float, "Expected end of input but got 'x' at position 2 of formula"},
+        {L"A & B", Bool, "Expected end of input but got '&' at position 3 of formula"},
+        {L"A = B", Bool, "Expected end of input but got '=' at position 3 of formula"},
+        {L"A)", Float, "Expected end of input but got ')' at position 2 of formula"},
+        {L"!A", Bool, "Invalid token '!' at position 1 of formula"},
+        {L"not A", Bool, "Invalid token 'not' at position 1 of formula"},
+        {L"1 * * 2", Float, "Invalid token '*' at position 5 of formula"},
+        {L"1 + if A then 1 else 2", Float, "Invalid token 'if' at position 5 of formula"},
+        {L"size + 1", Float, "Invalid token 'size' at position 1 of formula"},
         // terminators
-        {L"(1", Float, L"Expected ) at end of formula"},
-        {L"(1 2", Float, L"Expected ) but got '2' at position 4 of formula"},
-        {L"if A else 1", Float, L"Expected then but got 'else' at position 6 of formula"},
-        {L"if A then 1", Float, L"Expected else at end of formula"},
-        {L"sqrt x", Float, L"Expected '(' but got 'x' at position 6 of formula"},
-        {L"sqrt", Float, L"Expected '(' at end of formula"},
-        {L"min(1)", Float, L"Expected , but got ')' at position 6 of formula"},
-        {L"sqrt(1, 2)", Float, L"Expected ) but got ',' at position 7 of formula"},
+        {L"(1", Float, "Expected ) at end of formula"},
+        {L"(1 2", Float, "Expected ) but got '2' at position 4 of formula"},
+        {L"if A else 1", Float, "Expected then but got 'else' at position 6 of formula"},
+        {L"if A then 1", Float, "Expected else at end of formula"},
+        {L"sqrt x", Float, "Expected '(' but got 'x' at position 6 of formula"},
+        {L"sqrt", Float, "Expected '(' at end of formula"},
+        {L"min(1)", Float, "Expected , but got ')' at position 6 of formula"},
+        {L"sqrt(1, 2)", Float, "Expected ) but got ',' at position 7 of formula"},
         // types
-        {L"1", Bool, L"Wrong result type float (should be bool) at end of formula"},
-        {L"sqrt('a')", Any, L"Expected float expression but got ''' at position 6 of formula"},
-        {L"bool 2", Any, L"Expected bool expression but got '2' at position 6 of formula"},
-        {L"-true", Any, L"Expected float expression but got 'true' at position 2 of formula"},
-        {L"string -2", Any, L"Expected string expression but got '-' at position 8 of formula"},
-        {L"-(true)", Any, L"Wrong result type bool (should be float) at position 7 of formula"},
-        {L"float float A", Any, L"Redundant type hint at position 7 of formula"},
-        {L"sqrt(float A)", Any, L"Redundant type hint at position 6 of formula"},
-        {L"'a' + 1", Any, L"Infix operand type mismatch at end of formula"},
-        {L"'a' + 1 - 2", Any, L"Infix operand type mismatch at position 9 of formula"},
-        {L"1 < 2 == 2", Any, L"Infix operand type mismatch at end of formula"},
-        {L"true == false", Any, L"Infix operand type mismatch at end of formula"},
-        {L"'a' < 1", Any, L"Infix operand type mismatch at end of formula"},
-        {L"if X < Y + 1 then 1 else 0", Any, L"Infix operand type mismatch at position 14 of formula"},
-        {L"if A then 1 else 'a'", Any, L"Wrong result type string (should be float) at end of formula"},
-        {L"A", Any, L"Could not determine type of expression at end of formula"},
-        {L"if F then A else B", Any, L"Could not determine type of expression at end of formula"},
+        {L"1", Bool, "Wrong result type float (should be bool) at end of formula"},
+        {L"sqrt('a')", Any, "Expected float expression but got ''' at position 6 of formula"},
+        {L"bool 2", Any, "Expected bool expression but got '2' at position 6 of formula"},
+        {L"-true", Any, "Expected float expression but got 'true' at position 2 of formula"},
+        {L"string -2", Any, "Expected string expression but got '-' at position 8 of formula"},
+        {L"-(true)", Any, "Wrong result type bool (should be float) at position 7 of formula"},
+        {L"float float A", Any, "Redundant type hint at position 7 of formula"},
+        {L"sqrt(float A)", Any, "Redundant type hint at position 6 of formula"},
+        {L"'a' + 1", Any, "Infix operand type mismatch at end of formula"},
+        {L"'a' + 1 - 2", Any, "Infix operand type mismatch at position 9 of formula"},
+        {L"1 < 2 == 2", Any, "Infix operand type mismatch at end of formula"},
+        {L"true == false", Any, "Infix operand type mismatch at end of formula"},
+        {L"'a' < 1", Any, "Infix operand type mismatch at end of formula"},
+        {L"if X < Y + 1 then 1 else 0", Any, "Infix operand type mismatch at position 14 of formula"},
+        {L"if A then 1 else 'a'", Any, "Wrong result type string (should be float) at end of formula"},
+        {L"A", Any, "Could not determine type of expression at end of formula"},
+        {L"if F then A else B", Any, "Could not determine type of expression at end of formula"},
         // variables
         {L"sqrt(X) + sqrt(X)", Any,
-            L"Attempt to use previously used float variable 'X' as a float at position 16 of formula"},
-        {L"min(X, X)", Any, L"Attempt to use previously used float variable 'X' as a float at position 8 of formula"},
+            "Attempt to use previously used float variable 'X' as a float at position 16 of formula"},
+        {L"min(X, X)", Any, "Attempt to use previously used float variable 'X' as a float at position 8 of formula"},
         {L"X == 'a' and -X > 1", Any,
-            L"Attempt to use previously used string variable 'X' as a float at position 15 of formula"},
-        {L"-Known", Any, L"Attempt to use known string variable 'Known' as a float at position 2 of formula"},
-        {L"Known + 1", Any, L"Infix operand type mismatch at end of formula"},
+            "Attempt to use previously used string variable 'X' as a float at position 15 of formula"},
+        {L"-Known", Any, "Attempt to use known string variable 'Known' as a float at position 2 of formula"},
+        {L"Known + 1", Any, "Infix operand type mismatch at end of formula"},
         // typing that the language does not resolve
-        {L"(if F then A else B) + 1", Any, L"qexpr::IfThenElse::SetDefinedValueType: value type already defined"},
+        {L"(if F then A else B) + 1", Any, "qexpr::IfThenElse::SetDefinedValueType: value type already defined"},
         {L"if F then X else Y < sqrt(X)", Any,
-            L"qexpr::IfThenElse::IfThenElse: if and then clauses have different value types"},
+            "qexpr::IfThenElse::IfThenElse: if and then clauses have different value types"},
     };
     for (const BadFormula& formula : formulas)
     {
@@ -176,22 +176,6 @@ TEST(Parser, NamesThePositionOfEveryError)
         evaluator.ParseExpression(L"string Known", L"known", Any);
         EXPECT_EQ(
             ErrorOf([&] { evaluator.ParseExpression(formula.text, L"formula", formula.requiredType); }), formula.error);
-    }
-}
-
-TEST(Parser, ErrorsCarryThePositionForTools)
-{
-    Evaluator evaluator;
-    try
-    {
-        evaluator.ParseExpression(L"1 + ?", L"formula", Float);
-        FAIL();
-    }
-    catch (const ParseError& error)
-    {
-        EXPECT_EQ(error.GetText(), L"1 + ?");
-        EXPECT_EQ(error.GetPosition(), 5);
-        EXPECT_EQ(error.GetSource(), L"formula");
     }
 }
 

@@ -45,7 +45,7 @@ qexpr::ValueMap ParseValues(const qexpr::Evaluator& evaluator, const std::vector
         const Value::Type type = evaluator.GetVariableType(name);
         if (type == Value::Type_Undefined)
             throw qx::WrongCommandLine("nothing uses the name '" + qpr::ToUtf8(name) + "'");
-        values.emplace(name, Value::Parse(text, type));
+        values.emplace(name, Value::Parse(text, type, name));
     }
     return values;
 }
