@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 #include <utility>
 
 namespace qpr
@@ -11,6 +12,8 @@ BlockedQLZ14Writer::BlockedQLZ14Writer(std::ostream& output, std::size_t blockSi
     : CompressedBlockWriter(output)
     , m_blockSize(blockSize)
 {
+    if (blockSize < 1 || blockSize > MaxCompressedBlockSize)
+        throw std::logic_error("qpr::BlockedQLZ14Writer::BlockedQLZ14Writer: invalid blockSize");
 }
 
 void BlockedQLZ14Writer::Write(const void* buffer, std::size_t size)

@@ -13,6 +13,7 @@ public:
     /// What a connection uses.
     static constexpr std::size_t DefaultBlockSize = 65536;
 
+    /// Requires: 1 to MaxCompressedBlockSize; throws std::logic_error otherwise.
     explicit BlockedQLZ14Writer(std::ostream& output, std::size_t blockSize = DefaultBlockSize);
 
     /// Sends only blocks that have become full.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
 
 namespace qpr
 {
@@ -14,11 +15,18 @@ namespace
 constexpr int RawWindowBits = -15;
 constexpr int MemoryLevel = 8;
 
+std::size_t CheckedBufferSize(std::size_t size)
+{
+    if (size < BlockedRawDeflateWriter::MinBufferSize || size > MaxCompressedBlockSize)
+        throw std::logic_error("qpr::BlockedRawDeflateWriter::BlockedRawDeflateWriter: invalid bufferSize");
+    return size;
+}
+
 } // namespace
 
 BlockedRawDeflateWriter::BlockedRawDeflateWriter(std::ostream& output, std::size_t bufferSize, int level)
     : CompressedBlockWriter(output)
-    , m_bufferSize(bufferSize)
+    , m_bufferSize(CheckedBufferSize(bufferSize))
     , m_buffer(PayloadRoom(bufferSize))
 {
     const int result = deflateInit2(&m_stream, level, Z_DEFLATED, RawWindowBits, MemoryLevel, Z_DEFAULT_STRATEGY);

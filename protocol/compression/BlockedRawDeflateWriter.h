@@ -16,7 +16,11 @@ public:
     static constexpr std::size_t DefaultBufferSize = 32768;
     static constexpr int DefaultLevel = 1;
 
-    /// Throws "deflateInit2() failed". Requires: a buffer of at least 7 bytes, or a flush would not end.
+    /// What a sync flush adds has to fit, or a flush would not end.
+    static constexpr std::size_t MinBufferSize = 7;
+
+    /// Throws "deflateInit2() failed". Requires: MinBufferSize to MaxCompressedBlockSize; throws std::logic_error
+    /// otherwise.
     explicit BlockedRawDeflateWriter(
         std::ostream& output, std::size_t bufferSize = DefaultBufferSize, int level = DefaultLevel);
     BlockedRawDeflateWriter(const BlockedRawDeflateWriter&) = delete;
