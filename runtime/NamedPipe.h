@@ -65,6 +65,9 @@ public:
     std::size_t Read(void* buffer, std::size_t size) override;
 
 protected:
+    /// Throws when the reader's waits would end.
+    void CheckWaiter() const { m_waiter.Check(); }
+
     NativeHandle m_handle;
 
 private:

@@ -97,7 +97,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
 
 bool PipeReader::InputPending()
 {
-    Thread::CheckInterrupt();
+    CheckWaiter();
     pollfd entry{DescriptorOf(m_handle), POLLIN, 0};
     if (poll(&entry, 1, 0) < 0 && errno != EINTR)
         ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);

@@ -125,7 +125,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
 
 bool PipeReader::InputPending()
 {
-    Thread::CheckInterrupt();
+    CheckWaiter();
     DWORD available = 0;
     if (PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr))
         return available > 0;
