@@ -124,9 +124,9 @@ public:
         auto executor = std::make_unique<QxClient::ConversationExecutor>(m_host, false, configuration.distributor);
         Connector* connector = nullptr;
         if constexpr (std::is_same_v<Connector, QxClient::NetworkServiceConnector>)
-            connector = new Connector(settings, m_host, std::move(executor));
+            connector = new Connector(settings, std::move(executor));
         else
-            connector = new Connector(settings, m_host,
+            connector = new Connector(settings,
                 std::make_unique<QxClient::LocalComputer>(configuration.services, m_host, local, TableNamed(table)),
                 std::move(executor));
         connector->AddRef();

@@ -23,7 +23,7 @@ std::unique_ptr<ServiceConnectorBase> MakeForThisComputer(
     const qxm::ConnectorConfiguration& configuration, const qxm::HostDescription& host, const std::wstring& path)
 {
     const qxm::Configuration file = ReadConfiguration(path, host);
-    return std::make_unique<Connector>(configuration.settings, host,
+    return std::make_unique<Connector>(configuration.settings,
         std::make_unique<LocalComputer>(file.services, host, configuration.localExecution),
         std::make_unique<ConversationExecutor>(host, configuration.settings.logServiceExecutionInfo, file.distributor));
 }
@@ -31,7 +31,7 @@ std::unique_ptr<ServiceConnectorBase> MakeForThisComputer(
 std::unique_ptr<ServiceConnectorBase> MakeNetwork(
     const qxm::ConnectorConfiguration& configuration, const qxm::HostDescription& host, const std::wstring& path)
 {
-    return std::make_unique<NetworkServiceConnector>(configuration.settings, host,
+    return std::make_unique<NetworkServiceConnector>(configuration.settings,
         std::make_unique<ConversationExecutor>(
             host, configuration.settings.logServiceExecutionInfo, qxm::ReadDistributorSettings(path)));
 }

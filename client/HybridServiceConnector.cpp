@@ -5,9 +5,9 @@
 namespace QxClient
 {
 
-HybridServiceConnector::HybridServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
+HybridServiceConnector::HybridServiceConnector(const qxm::ServiceConnectorSettings& settings,
     std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
-    : LocalExecutionConnector(settings, std::move(host), std::move(computer), std::move(executor))
+    : LocalExecutionConnector(settings, std::move(computer), std::move(executor))
     , m_switchEvent(qpr::ThreadEvent::Kind_ManualReset)
 {
     StartStarter();

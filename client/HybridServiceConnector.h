@@ -13,8 +13,8 @@ namespace QxClient
 class HybridServiceConnector final : public LocalExecutionConnector
 {
 public:
-    HybridServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
-        std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor);
+    HybridServiceConnector(const qxm::ServiceConnectorSettings& settings, std::unique_ptr<LocalComputer> computer,
+        std::unique_ptr<ICallExecutor> executor);
     ~HybridServiceConnector() override;
 
     qxmi::IServiceCall* CreateServiceCall(qxmi::IServiceRequestW& request) override;

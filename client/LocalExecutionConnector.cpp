@@ -6,8 +6,8 @@ namespace QxClient
 {
 
 LocalExecutionConnector::LocalExecutionConnector(const qxm::ServiceConnectorSettings& settings,
-    qxm::HostDescription host, std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
-    : ServiceConnectorBase(settings, std::move(host))
+    std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
+    : ServiceConnectorBase(settings)
     , m_computer(std::move(computer))
     , m_executor(std::move(executor))
 {
@@ -24,7 +24,6 @@ bool LocalExecutionConnector::StartOneLocally()
     {
         if (Start(*call))
             return true;
-        Unlink(*call);
         PublishChange();
     }
     return false;
@@ -32,18 +31,27 @@ bool LocalExecutionConnector::StartOneLocally()
 
 ServiceCallBase* LocalExecutionConnector::AdmitNext(PendingQueue::Walk& walk)
 {
-    LocalComputer::AdmissionPeriod period(*m_computer);
-    const std::size_t running = m_runningLocally.Count();
-    ServiceCallBase* const call =
-        walk.Next([&](const CallNeeds& needs) { return needs.canRunLocally && period.Admits(needs, running); });
-    if (!call)
-        return nullptr;
-    Unqueue(*call);
-    MoveTo(m_runningLocally, *call);
-    const qxm::WorkRecord record = Record();
-    const auto wake = WhomToWake();
-    PublishStart(*call, [&] { period.Publish(record, wake); });
-    return call;
+    ServiceCallBase* admitted = nullptr;
+    try
+    {
+        LocalComputer::AdmissionPeriod period(*m_computer);
+        const std::size_t running = m_runningLocally.Count();
+        ServiceCallBase* const call =
+            walk.Next([&](const CallNeeds& needs) { return needs.canRunLocally && period.Admits(needs, running); });
+        if (!call)
+            return nullptr;
+        MoveTo(m_runningLocally, *call); // for want of memory the call stays queued
+        Unqueue(*call);
+        admitted = call;
+        period.Publish(Record(), WhomToWake());
+    }
+    catch (const std::exception&) // told when the table is free again: a notification may take its time
+    {
+        if (admitted)
+            Fail(*admitted, std::current_exception());
+        throw;
+    }
+    return admitted;
 }
 
 void LocalExecutionConnector::WaitForStarterEvent()

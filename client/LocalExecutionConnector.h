@@ -14,8 +14,8 @@ namespace QxClient
 class LocalExecutionConnector : public ServiceConnectorBase
 {
 protected:
-    LocalExecutionConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
-        std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor);
+    LocalExecutionConnector(const qxm::ServiceConnectorSettings& settings, std::unique_ptr<LocalComputer> computer,
+        std::unique_ptr<ICallExecutor> executor);
     ~LocalExecutionConnector() override;
 
     LocalComputer& Computer() const noexcept { return *m_computer; }
@@ -46,6 +46,7 @@ protected:
 
 private:
     /// The next call of the walk that is admitted, moved to the running ones and published as such; null at the end.
+    /// When it cannot be published the call fails, and so does the pass.
     ServiceCallBase* AdmitNext(PendingQueue::Walk& walk) QX_REQUIRES(m_lock);
 
     const std::unique_ptr<LocalComputer> m_computer;

@@ -7,9 +7,9 @@
 namespace QxClient
 {
 
-LocalServiceConnector::LocalServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
+LocalServiceConnector::LocalServiceConnector(const qxm::ServiceConnectorSettings& settings,
     std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
-    : LocalExecutionConnector(settings, std::move(host), std::move(computer), std::move(executor))
+    : LocalExecutionConnector(settings, std::move(computer), std::move(executor))
 {
     StartStarter();
 }

@@ -10,8 +10,8 @@ namespace QxClient
 class LocalServiceConnector final : public LocalExecutionConnector
 {
 public:
-    LocalServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
-        std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor);
+    LocalServiceConnector(const qxm::ServiceConnectorSettings& settings, std::unique_ptr<LocalComputer> computer,
+        std::unique_ptr<ICallExecutor> executor);
     ~LocalServiceConnector() override;
 
     qxmi::IServiceCall* CreateServiceCall(qxmi::IServiceRequestW& request) override;

@@ -8,8 +8,8 @@ namespace QxClient
 {
 
 NetworkServiceConnector::NetworkServiceConnector(
-    const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host, std::unique_ptr<ICallExecutor> executor)
-    : ServiceConnectorBase(settings, std::move(host))
+    const qxm::ServiceConnectorSettings& settings, std::unique_ptr<ICallExecutor> executor)
+    : ServiceConnectorBase(settings)
     , m_executor(std::move(executor))
     , m_starterEvent(qpr::ThreadEvent::Kind_AutoReset)
 {

@@ -14,8 +14,7 @@ namespace QxClient
 class NetworkServiceConnector final : public ServiceConnectorBase
 {
 public:
-    NetworkServiceConnector(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host,
-        std::unique_ptr<ICallExecutor> executor);
+    NetworkServiceConnector(const qxm::ServiceConnectorSettings& settings, std::unique_ptr<ICallExecutor> executor);
     ~NetworkServiceConnector() override;
 
     qxmi::IServiceCall* CreateServiceCall(qxmi::IServiceRequestW& request) override;

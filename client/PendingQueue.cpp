@@ -8,17 +8,17 @@ namespace QxClient
 
 void PendingQueue::Append(ServiceCallBase& call, const CallNeeds& needs, Place& place)
 {
-    const auto lane = m_lanes.try_emplace(needs).first;
+    const auto [lane, isNew] = m_lanes.try_emplace(needs);
     Lane& entries = lane->second;
     try
     {
         entries.push_back({&call, m_nextArrival});
-        if (entries.size() == 1)
+        if (isNew)
             m_heads.emplace(m_nextArrival, lane);
     }
     catch (...)
     {
-        if (entries.size() <= 1)
+        if (isNew)
             m_lanes.erase(lane);
         throw;
     }

@@ -17,9 +17,8 @@ constexpr std::uint32_t waitSliceMs = 1000;
 
 } // namespace
 
-ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host)
+ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings)
     : m_settings(settings)
-    , m_host(std::move(host))
 {
 }
 
@@ -111,6 +110,7 @@ bool ServiceConnectorBase::Start(ServiceCallBase& call)
 
 void ServiceConnectorBase::Fail(ServiceCallBase& call, std::exception_ptr error)
 {
+    Unlink(call);
     call.m_error = std::move(error);
     call.m_outcome = ServiceCallBase::Outcome::Failed;
     call.NotifyRequest(call.m_outcome);

@@ -4,7 +4,6 @@
 #include "client/PendingQueue.h"
 #include "client/ServiceCallBase.h"
 #include "config/ConnectorSettings.h"
-#include "config/HostDescription.h"
 #include "runtime/IRunnable.h"
 #include "runtime/Mutex.h"
 #include "runtime/ReferenceCounted.h"
@@ -26,7 +25,7 @@ namespace QxClient
 class ServiceConnectorBase : public qxmi::IServiceConnectorW, public qpr::ReferenceCounted, public qpr::IRunnable
 {
 public:
-    ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings, qxm::HostDescription host);
+    explicit ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings);
     ~ServiceConnectorBase() override;
 
     void AddRef() final;
@@ -48,9 +47,6 @@ public:
     /// after.
     void Finish(ServiceCallBase& call, bool interrupted) QX_EXCLUDES(m_lock);
 
-    bool LogsServiceExecutionInfo() const noexcept { return m_settings.logServiceExecutionInfo; }
-    const qxm::HostDescription& Host() const noexcept { return m_host; }
-
 protected:
     /// The derived class's constructor ends with the first and its destructor begins with the second.
     void StartStarter();
@@ -59,9 +55,11 @@ protected:
     /// Queues a new call and returns it with one reference. A call that cannot be queued and told about is destroyed.
     qxmi::IServiceCall* Enqueue(std::unique_ptr<ServiceCallBase> call) QX_EXCLUDES(m_lock);
 
-    /// Starts the thread of a call that is in no queue any more. False when that failed: the call has ended with the
-    /// error, and the caller takes it out of its lists.
+    /// Starts the thread of a call that is in no queue any more. False when that failed, and the call with it.
     bool Start(ServiceCallBase& call) QX_REQUIRES(m_lock);
+
+    /// Ends a call that could not be started and takes it out of its list.
+    void Fail(ServiceCallBase& call, std::exception_ptr error) QX_REQUIRES(m_lock);
 
     /// Moves a call between the queue and the lists.
     void Append(ServiceCallBase& call) QX_REQUIRES(m_lock);
@@ -70,22 +68,6 @@ protected:
     static void Unlink(ServiceCallBase& call);
     static bool IsIn(const CallList& list, const ServiceCallBase& call);
     static bool IsCancelRequested(const ServiceCallBase& call) { return call.m_cancelRequested; }
-
-    /// Publishes that a call is about to start; when that fails, the call fails with it, and so does the pass.
-    template <class Publish>
-    void PublishStart(ServiceCallBase& call, Publish publish) QX_REQUIRES(m_lock)
-    {
-        try
-        {
-            publish();
-        }
-        catch (const std::exception&)
-        {
-            Unlink(call);
-            Fail(call, std::current_exception());
-            throw;
-        }
-    }
 
     /// What calls use together, in their order; and what the queued calls that can run on this computer would.
     static qxm::Work SumOf(const CallList& calls);
@@ -123,9 +105,6 @@ private:
 
     bool LeaveOrFail(ServiceCallBase& call) QX_REQUIRES(m_lock);
 
-    /// Ends a call that could not be started.
-    void Fail(ServiceCallBase& call, std::exception_ptr error) QX_REQUIRES(m_lock);
-
     /// The last thing done to a call: its waiters go on and may destroy it once the lock is free.
     static void SetEnded(ServiceCallBase& call);
     static ServiceCallBase::Outcome ChooseOutcome(ServiceCallBase& call);
@@ -134,7 +113,6 @@ private:
     std::vector<ServiceCallBase*> OwnCalls(const std::vector<qxmi::IServiceCall*>& calls);
 
     qxm::ServiceConnectorSettings m_settings;
-    qxm::HostDescription m_host;
     std::unique_ptr<qpr::Thread> m_starter;
 
     /// Of the call that ended last. A thread cannot wait for its own end, so the next one that ends does, or the

@@ -36,9 +36,9 @@ protected:
         auto fake = std::make_unique<FakeExecutor>();
         executor = fake.get();
         if constexpr (std::is_same_v<Connector, QxClient::NetworkServiceConnector>)
-            return Own(new Connector(m_settings, Host(), std::move(fake)));
+            return Own(new Connector(m_settings, std::move(fake)));
         else
-            return Own(new Connector(m_settings, Host(),
+            return Own(new Connector(m_settings,
                 std::make_unique<QxClient::LocalComputer>(Services(), Host(), m_localSettings, TableOptions()),
                 std::move(fake)));
     }
@@ -56,12 +56,7 @@ protected:
     RecordingRequest& LastRequest() { return m_requests.back(); }
     RecordingRequest& Request(std::size_t index) { return m_requests[index]; }
 
-    qxm::WorkTableOptions TableOptions() const
-    {
-        qxm::WorkTableOptions options;
-        options.baseName = m_tableName.Text();
-        return options;
-    }
+    qxm::WorkTableOptions TableOptions() const { return m_tableName.Options(); }
 
     static qxm::HostDescription Host()
     {

@@ -227,7 +227,7 @@ TEST_F(HybridServiceConnectorTest, ThousandsOfCallsEndExactlyOnceWhateverHappens
 {
     m_localSettings.maxRunningNoWaitCalls = 1;
     std::unique_ptr<HybridServiceConnector, void (*)(HybridServiceConnector*)> connector(
-        new HybridServiceConnector(m_settings, Host(),
+        new HybridServiceConnector(m_settings,
             std::make_unique<QxClient::LocalComputer>(Services(), Host(), m_localSettings, TableOptions()),
             std::make_unique<CapriciousExecutor>()),
         [](HybridServiceConnector* object) { object->Release(); });

@@ -78,7 +78,7 @@ protected:
         const qxm::Configuration configuration = ReadConfiguration(path, Host());
         qxm::HostDescription client = Host();
         client.identifier = L"here/1";
-        m_connector = new LocalServiceConnector(m_settings, client,
+        m_connector = new LocalServiceConnector(m_settings,
             std::make_unique<QxClient::LocalComputer>(configuration.services, client, m_localSettings, TableOptions()),
             std::make_unique<QxClient::ConversationExecutor>(client, false, configuration.distributor));
         m_connector->AddRef();
@@ -228,7 +228,8 @@ TEST_F(LocalCallTest, CancelEndsReadsAndWritesOnWhateverThreadAndServantsThatIgn
                         otherThread = error.what();
                     }
                 });
-            connection.InputStream().get();
+            while (!connection.InputPending())
+                std::this_thread::yield();
         });
     auto* call = m_connector->CreateServiceCall(deaf);
     talking.Wait();

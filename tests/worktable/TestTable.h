@@ -40,6 +40,14 @@ public:
     std::wstring Text() const { return {m_text.begin(), m_text.end()}; }
     std::wstring Local() const { return L"Local\\" + Text(); }
 
+    /// Of a table with this name.
+    qxm::WorkTableOptions Options() const
+    {
+        qxm::WorkTableOptions options;
+        options.baseName = Text();
+        return options;
+    }
+
     /// Where the system keeps named objects as files.
     std::vector<std::filesystem::path> Files() const
     {
@@ -63,8 +71,7 @@ class TestTable
 public:
     qxm::WorkTableOptions Options()
     {
-        qxm::WorkTableOptions options;
-        options.baseName = name.Text();
+        qxm::WorkTableOptions options = name.Options();
         options.heartbeatMs = qpr::Infinite;
         options.clock = [this] { return now.load(); };
         return options;

@@ -9,9 +9,7 @@ using namespace qxm;
 TEST(WorkTableView, ShowsAnEmptyTableWhereThereIsNoneAndMakesNone)
 {
     const test::UniqueName name;
-    WorkTableOptions options;
-    options.baseName = name.Text();
-    const WorkTableView view = LookAtWorkTable(options);
+    const WorkTableView view = LookAtWorkTable(name.Options());
     EXPECT_FALSE(view.isGlobal);
     EXPECT_TRUE(view.rows.empty());
     EXPECT_EQ(Work(), view.total);
