@@ -1,9 +1,8 @@
 #include "support/ChildMain.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <iostream>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <thread>
@@ -13,135 +12,86 @@
 namespace
 {
 
-using Arguments = std::vector<std::string>;
-
-void Say(const std::string& text)
+enum class Then
 {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    Ends,
+    ReadsItsInput,
+    EchoesItsInput,
+    Hangs,
+    Aborts,
+};
+
+struct Servant
+{
+    std::string output;
+    std::string log;
+    Then then;
+    int exitCode = 0;
+};
+
+std::string AnswerAs(const std::string& service)
+{
+    return "servant me executing " + service + "\n";
 }
 
-void AnswerAs(const std::string& service)
+std::string Repeat(int count, const std::string& text)
 {
-    Say("servant me executing " + service + "\n");
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
 }
 
-/// Until the test program ends it.
-[[noreturn]] void Hang()
+void Write(const std::string& text, std::FILE* file)
 {
-    for (;;)
-        std::this_thread::sleep_for(std::chrono::hours(1));
+    std::fwrite(text.data(), 1, text.size(), file);
+    std::fflush(file);
 }
 
 std::string ReadAll()
 {
     std::string text;
-    char buffer[4096];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stdin))
-        text.append(buffer, count);
+    for (int character = std::getchar(); character != EOF; character = std::getchar())
+        text += static_cast<char>(character);
     return text;
 }
 
-int Echo()
+int Run(const Servant& servant)
 {
-    AnswerAs("Echo");
-    std::cerr << "working\xFF" << std::endl;
-    Say(ReadAll());
-    return 3; // of no interest after a call that went well
-}
-
-int ExitsAtOnce()
-{
-    return 7;
-}
-
-int NeverAnswers()
-{
-    std::cerr << "here" << std::endl;
-    ReadAll();
-    return 0;
-}
-
-int Rubbish()
-{
-    Say("what? 'no\n");
-    return 0;
-}
-
-int AnswersForAnother()
-{
-    Say("servant 7 executing Other\r\n");
-    return 9;
-}
-
-int EndlessLine()
-{
-    Say(std::string(70000, 'x'));
-    ReadAll();
-    return 0;
-}
-
-int NotUtf8()
-{
-    Say("servant \x80\n");
-    return 0;
-}
-
-int ZlibForAProtocol()
-{
-    Say("servant 1 executing ZlibForAProtocol CompressionProtocol=zlib\n");
-    ReadAll();
-    return 0;
-}
-
-int ClosesEarly()
-{
-    AnswerAs("ClosesEarly");
-    Say("half");
-    return 4;
-}
-
-int Dies()
-{
-    AnswerAs("Dies");
-    std::abort();
-    return 0;
-}
-
-int FloodsItsLog()
-{
-    AnswerAs("FloodsItsLog");
-    for (int i = 0; i < 20000; ++i)
-        std::fputs("a line of the log that nobody asked for\n", stderr);
-    Say(ReadAll());
-    return 0;
-}
-
-int IgnoresItsInput()
-{
-    AnswerAs("IgnoresItsInput");
-    Hang();
-    return 0;
+    Write(servant.output, stdout);
+    Write(servant.log, stderr);
+    if (servant.then == Then::Aborts)
+        std::abort();
+    while (servant.then == Then::Hangs) // until the test program ends it
+        std::this_thread::sleep_for(std::chrono::hours(1));
+    if (servant.then == Then::ReadsItsInput)
+        ReadAll();
+    if (servant.then == Then::EchoesItsInput)
+        Write(ReadAll(), stdout);
+    return servant.exitCode;
 }
 
 const test::ChildRegistration execute("execute",
-    [](const Arguments& arguments)
+    [](const std::vector<std::string>& arguments)
     {
-        const std::map<std::string, int (*)()> servants{
-            {"Echo", Echo},
-            {"ExitsAtOnce", ExitsAtOnce},
-            {"NeverAnswers", NeverAnswers},
-            {"Rubbish", Rubbish},
-            {"AnswersForAnother", AnswersForAnother},
-            {"EndlessLine", EndlessLine},
-            {"NotUtf8", NotUtf8},
-            {"ZlibForAProtocol", ZlibForAProtocol},
-            {"ClosesEarly", ClosesEarly},
-            {"Dies", Dies},
-            {"FloodsItsLog", FloodsItsLog},
-            {"IgnoresItsInput", IgnoresItsInput},
+        const std::map<std::string, Servant> servants{
+            {"Echo", {AnswerAs("Echo"), "working\xFF\n", Then::EchoesItsInput, 3}},
+            {"ExitsAtOnce", {"", "", Then::Ends, 7}},
+            {"NeverAnswers", {"", "here\n", Then::ReadsItsInput}},
+            {"Rubbish", {"what? 'no\n", "", Then::Ends}},
+            {"AnswersForAnother", {"servant 7 executing Other\r\n", "", Then::Ends, 9}},
+            {"EndlessLine", {std::string(70000, 'x'), "", Then::ReadsItsInput}},
+            {"NotUtf8", {"servant \x80\n", "", Then::Ends}},
+            {"ZlibForAProtocol",
+                {"servant 1 executing ZlibForAProtocol CompressionProtocol=zlib\n", "", Then::ReadsItsInput}},
+            {"ClosesEarly", {AnswerAs("ClosesEarly") + "half", "", Then::Ends, 4}},
+            {"Dies", {AnswerAs("Dies"), "", Then::Aborts}},
+            {"FloodsItsLog",
+                {AnswerAs("FloodsItsLog"), Repeat(20000, "a line of the log that nobody asked for\n"),
+                    Then::EchoesItsInput}},
+            {"IgnoresItsInput", {AnswerAs("IgnoresItsInput"), "", Then::Hangs}},
         };
-        return servants.at(arguments.front())();
+        return Run(servants.at(arguments.front()));
     });
 
 } // namespace

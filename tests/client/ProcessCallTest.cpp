@@ -1,11 +1,7 @@
 #include "client/ProcessCall.h"
 
+#include "client/RecordingProcessRequest.h"
 #include "runtime/Environment.h"
-#include "runtime/ThreadEvent.h"
-#include "runtime/Utf8.h"
-#include "support/ChildMain.h"
-
-#include <qxmi/IProcessRequestW.h>
 
 #include <gtest/gtest.h>
 
@@ -15,6 +11,8 @@
 
 namespace
 {
+
+using test::RecordingProcessRequest;
 
 const test::ChildRegistration twoLines("TwoLines",
     [](const std::vector<std::string>& arguments)
@@ -35,41 +33,7 @@ const test::ChildRegistration sleeper("Sleeper",
         return 0;
     });
 
-class ProcessRequest final : public qxmi::IProcessRequestW
-{
-public:
-    explicit ProcessRequest(std::vector<std::wstring> arguments, std::wstring path = qpr::FromUtf8(test::OwnPath()))
-        : m_path(std::move(path))
-        , m_arguments(std::move(arguments))
-    {
-    }
-
-    void GetExecutablePath(std::wstring& path) override { path = m_path; }
-    void GetArguments(std::vector<std::wstring>& arguments) override { arguments = m_arguments; }
-    void GetWorkingDirectory(std::wstring&) override { }
-    void GetEnvironment(std::map<std::wstring, std::wstring>& variables) override
-    {
-        variables[L"QX_TEST_VARIABLE"] = L"set \u00E4";
-    }
-    void WriteLogLine(const wchar_t* text, std::size_t length) override
-    {
-        log += qpr::ToUtf8({text, length}) + "|";
-        lineCame.Signal();
-    }
-    void OnCompleted(std::uint32_t exitCode) override { end += "completed " + std::to_string(exitCode) + ";"; }
-    void OnCancelled() override { end += "cancelled;"; }
-    void OnError(const std::exception& error) override { end += std::string("error: ") + error.what() + ";"; }
-
-    std::string log;
-    std::string end;
-    qpr::ThreadEvent lineCame{qpr::ThreadEvent::Kind_ManualReset};
-
-private:
-    const std::wstring m_path;
-    const std::vector<std::wstring> m_arguments;
-};
-
-QxClient::ProcessCall& Start(ProcessRequest& request)
+QxClient::ProcessCall& Start(RecordingProcessRequest& request)
 {
     auto* call = new QxClient::ProcessCall(request);
     call->AddRef();
@@ -78,7 +42,7 @@ QxClient::ProcessCall& Start(ProcessRequest& request)
 
 TEST(ProcessCall, PassesOnLinesAndExitCode)
 {
-    ProcessRequest request({L"--child", L"TwoLines", L"one 'word' \"here\""});
+    RecordingProcessRequest request({L"--child", L"TwoLines", L"one 'word' \"here\""});
     auto& call = Start(request);
     call.Wait();
     EXPECT_EQ(request.log, "one 'word' \"here\"|set \xC3\xA4|no input|");
@@ -92,7 +56,7 @@ TEST(ProcessCall, CancelAndReleaseEndTheProcess)
 {
     for (const bool cancel : {true, false})
     {
-        ProcessRequest request({L"--child", L"Sleeper"});
+        RecordingProcessRequest request({L"--child", L"Sleeper"});
         auto& call = Start(request);
         request.lineCame.Wait();
         if (cancel)
@@ -107,12 +71,12 @@ TEST(ProcessCall, CancelAndReleaseEndTheProcess)
 
 TEST(ProcessCall, TellsWhatCannotBeStarted)
 {
-    ProcessRequest missing({}, L"/no/such/program");
+    RecordingProcessRequest missing({}, L"/no/such/program");
     auto& call = Start(missing);
     call.Wait();
     call.Release();
     EXPECT_EQ(missing.end.find("error: CreateProcess('/no/such/program') failed"), 0u) << missing.end;
-    ProcessRequest empty({}, L"");
+    RecordingProcessRequest empty({}, L"");
     EXPECT_THROW(QxClient::ProcessCall{empty}, std::runtime_error);
 }
 
