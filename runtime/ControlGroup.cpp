@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace qpr
 {
@@ -16,16 +17,16 @@ void Lower(Nullable<T>& limit, T value)
     limit = limit.IsNull() ? value : std::min(limit.Value(), value);
 }
 
-/// "<quota> <period>" in microseconds; a quota of "max" is none.
-void ReadProcessorLimit(const std::filesystem::path& file, Nullable<double>& limit)
+/// Microseconds of processor time in a period; a quota of "max", or -1 in version 1, is none.
+void ReadProcessorLimit(std::istream& quotaSource, std::istream& periodSource, Nullable<double>& limit)
 {
     double quota = 0;
     double period = 0;
-    if (std::ifstream(file) >> quota >> period && quota > 0 && period > 0)
+    if (quotaSource >> quota && periodSource >> period && quota > 0 && period > 0)
         Lower(limit, quota / period);
 }
 
-/// Bytes, or "max".
+/// Bytes, or "max", for which version 1 has a number beyond any memory.
 void ReadMemoryLimit(const std::filesystem::path& file, Nullable<std::uint64_t>& limit)
 {
     std::uint64_t bytes = 0;
@@ -33,17 +34,30 @@ void ReadMemoryLimit(const std::filesystem::path& file, Nullable<std::uint64_t>&
         Lower(limit, bytes);
 }
 
-/// The group's path below the hierarchy; the line of version 2 begins with "0::".
-std::filesystem::path ReadGroup(const std::filesystem::path& membership)
+/// Whether a list "cpu,cpuacct" names the controller.
+bool Lists(const std::string& controllers, const std::string& controller)
 {
-    constexpr std::string_view prefix = "0::/";
+    return ("," + controllers + ",").find("," + controller + ",") != std::string::npos;
+}
+
+/// The group's path below the controller's hierarchy, then those above it, the hierarchy's top (an empty path) last.
+/// Lines are "<number>:<controllers>:/<path>"; that of version 2 names no controllers. A container may see its own
+/// group as the hierarchy's top, under a name that leads nowhere: every level counts.
+std::vector<std::filesystem::path> ReadGroups(const std::filesystem::path& membership, const std::string& controller)
+{
+    std::vector<std::filesystem::path> groups;
     std::ifstream file(membership);
-    for (std::string line; std::getline(file, line);)
+    std::string number, controllers, path;
+    while (std::getline(file, number, ':') && std::getline(file, controllers, ':') && std::getline(file, path))
     {
-        if (line.starts_with(prefix))
-            return std::filesystem::path(line.substr(prefix.size())).relative_path();
+        if (!Lists(controllers, controller))
+            continue;
+        for (auto group = std::filesystem::path(path).relative_path(); !group.empty(); group = group.parent_path())
+            groups.push_back(group);
+        break;
     }
-    return {};
+    groups.emplace_back();
+    return groups;
 }
 
 } // namespace
@@ -52,16 +66,23 @@ ControlGroupLimits ControlGroupLimits::Read(
     const std::filesystem::path& membership, const std::filesystem::path& hierarchy)
 {
     ControlGroupLimits limits;
-    // A container may see its own group as the hierarchy's top, under a name that leads nowhere: every level counts.
-    std::filesystem::path group = ReadGroup(membership);
-    for (;;)
+    for (const auto& group : ReadGroups(membership, ""))
     {
-        ReadProcessorLimit(hierarchy / group / "cpu.max", limits.processors);
+        std::ifstream processors(hierarchy / group / "cpu.max");
+        ReadProcessorLimit(processors, processors, limits.processors);
         ReadMemoryLimit(hierarchy / group / "memory.max", limits.memoryInBytes);
-        if (group.empty())
-            return limits;
-        group = group.parent_path();
     }
+    // Version 1 has a hierarchy a controller.
+    for (const auto& group : ReadGroups(membership, "cpu"))
+    {
+        const auto directory = hierarchy / "cpu" / group;
+        std::ifstream quota(directory / "cpu.cfs_quota_us");
+        std::ifstream period(directory / "cpu.cfs_period_us");
+        ReadProcessorLimit(quota, period, limits.processors);
+    }
+    for (const auto& group : ReadGroups(membership, "memory"))
+        ReadMemoryLimit(hierarchy / "memory" / group / "memory.limit_in_bytes", limits.memoryInBytes);
+    return limits;
 }
 
 } // namespace qpr

@@ -8,14 +8,16 @@
 namespace qpr
 {
 
-/// What a container grants a process, from the files of its control group (version 2) and of those above it.
+/// What a container grants a process, from the files of its control groups, of both versions, and of those above
+/// them.
 struct ControlGroupLimits
 {
     Nullable<double> processors; ///< processor time per time; null: not limited
     Nullable<std::uint64_t> memoryInBytes; ///< null: not limited
 
     /// membership is the file that names a process's group ("/proc/self/cgroup"), hierarchy the directory that holds
-    /// the groups ("/sys/fs/cgroup"). What cannot be read limits nothing.
+    /// the groups ("/sys/fs/cgroup"): those of version 2 directly, those of version 1 in one a controller. What cannot
+    /// be read limits nothing.
     static ControlGroupLimits Read(const std::filesystem::path& membership, const std::filesystem::path& hierarchy);
 };
 

@@ -10,9 +10,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <iostream>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 
 // Several client processes share a computer of 8 processors and 4000 MB. Each tells the test on one common pipe, in the

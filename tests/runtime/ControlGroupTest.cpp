@@ -14,12 +14,17 @@ namespace
 class ControlGroupTest : public testing::Test
 {
 protected:
-    ControlGroupTest() { std::filesystem::create_directories(m_hierarchy / "slice" / "job"); }
     ~ControlGroupTest() override { std::filesystem::remove_all(m_root); }
 
-    void Write(const std::filesystem::path& name, const char* content) const
+    using Files = std::vector<std::pair<const char*, const char*>>;
+    void Write(const Files& files) const
     {
-        std::ofstream(m_root / name) << content;
+        std::filesystem::remove_all(m_root);
+        for (const auto& [name, content] : files)
+        {
+            std::filesystem::create_directories((m_root / name).parent_path());
+            std::ofstream(m_root / name) << content;
+        }
     }
 
     ControlGroupLimits Read() const { return ControlGroupLimits::Read(m_root / "membership", m_hierarchy); }
@@ -32,32 +37,49 @@ private:
 
 } // namespace
 
-TEST_F(ControlGroupTest, TheTightestLevelCounts)
+TEST_F(ControlGroupTest, TheTightestLevelOfEitherVersionCounts)
 {
-    Write("membership", "4:memory:/other\n0::/slice/job\n");
-    Write("fs/slice/job/cpu.max", "max 100000\n");
-    Write("fs/slice/cpu.max", "150000 100000\n");
-    Write("fs/slice/job/memory.max", "1000\n");
-    Write("fs/slice/memory.max", "max\n");
-    Write("fs/memory.max", "2000\n");
-    EXPECT_EQ(Read().processors.Value(), 1.5);
-    EXPECT_EQ(Read().memoryInBytes.Value(), 1000u);
-}
-
-TEST_F(ControlGroupTest, AContainersGroupMayBeTheTopUnderAnotherName)
-{
-    Write("membership", "0::/elsewhere/container\n");
-    Write("fs/cpu.max", "400000 100000\n");
-    EXPECT_EQ(Read().processors.Value(), 4.0);
-    EXPECT_TRUE(Read().memoryInBytes.IsNull());
-}
-
-TEST_F(ControlGroupTest, WhatCannotBeReadLimitsNothing)
-{
-    EXPECT_TRUE(Read().processors.IsNull());
-    Write("membership", "rubbish\n");
-    Write("fs/cpu.max", "-1 0\n");
-    Write("fs/memory.max", "\n");
-    EXPECT_TRUE(Read().processors.IsNull());
-    EXPECT_TRUE(Read().memoryInBytes.IsNull());
+    const struct
+    {
+        const char* name;
+        Files files;
+        double processors; ///< 0: not limited
+        std::uint64_t memoryInBytes;
+    } cases[] = {
+        {"every level",
+            {{"membership", "4:memory:/other\n0::/slice/job\n"}, {"fs/slice/job/cpu.max", "max 100000\n"},
+                {"fs/slice/cpu.max", "150000 100000\n"}, {"fs/slice/job/memory.max", "1000\n"},
+                {"fs/slice/memory.max", "max\n"}, {"fs/memory.max", "2000\n"}},
+            1.5, 1000},
+        {"a container's group at the top, under another name",
+            {{"membership", "0::/elsewhere/container\n"}, {"fs/cpu.max", "400000 100000\n"}}, 4, 0},
+        {"version 1, a hierarchy a controller",
+            {{"membership", "5:cpuset:/a\n4:cpu,cpuacct:/slice/job\n3:memory:/slice\n0::/\n"},
+                {"fs/cpu/slice/job/cpu.cfs_quota_us", "-1\n"}, {"fs/cpu/slice/job/cpu.cfs_period_us", "100000\n"},
+                {"fs/cpu/slice/cpu.cfs_quota_us", "50000\n"}, {"fs/cpu/slice/cpu.cfs_period_us", "100000\n"},
+                {"fs/memory/slice/memory.limit_in_bytes", "3000\n"},
+                {"fs/memory/memory.limit_in_bytes", "9223372036854771712\n"}},
+            0.5, 3000},
+        {"version 1, the container's group at the top",
+            {{"membership", "2:memory:/docker/1\n1:cpuacct,cpu:/docker/1\n"}, {"fs/cpu/cpu.cfs_quota_us", "200000\n"},
+                {"fs/cpu/cpu.cfs_period_us", "100000\n"}, {"fs/memory/memory.limit_in_bytes", "5000\n"}},
+            2, 5000},
+        {"both versions at once",
+            {{"membership", "2:cpu:/a\n0::/b\n"}, {"fs/cpu/a/cpu.cfs_quota_us", "300000\n"},
+                {"fs/cpu/a/cpu.cfs_period_us", "100000\n"}, {"fs/b/memory.max", "4000\n"}},
+            3, 4000},
+        {"nothing there", {}, 0, 0},
+        {"rubbish",
+            {{"membership", "rubbish\n"}, {"fs/cpu.max", "-1 0\n"}, {"fs/memory.max", "\n"},
+                {"fs/cpu/cpu.cfs_quota_us", "1\n"}, {"fs/memory/memory.limit_in_bytes", "x\n"}},
+            0, 0},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Write(c.files);
+        const ControlGroupLimits limits = Read();
+        EXPECT_EQ(limits.processors.IsNull() ? 0 : limits.processors.Value(), c.processors);
+        EXPECT_EQ(limits.memoryInBytes.IsNull() ? 0 : limits.memoryInBytes.Value(), c.memoryInBytes);
+    }
 }
