@@ -1,14 +1,12 @@
 #include "worktable/TableMutex.h"
 
-#include <algorithm>
-#include <chrono>
+#include "runtime/Deadline.h"
 
 namespace qxm
 {
 
 void AcquireTableMutex(qpr::ProcessMutex& mutex, std::uint32_t timeoutMs)
 {
-    using namespace std::chrono;
     try
     {
         return mutex.Acquire(timeoutMs);
@@ -16,17 +14,15 @@ void AcquireTableMutex(qpr::ProcessMutex& mutex, std::uint32_t timeoutMs)
     catch (const qpr::AbandonedMutexError&)
     {
     }
-    const auto end = steady_clock::now() + milliseconds(timeoutMs);
-    for (;;)
+    for (const qpr::Deadline deadline(timeoutMs);;)
     {
         try
         {
-            const auto leftMs = duration_cast<milliseconds>(end - steady_clock::now()).count();
-            return mutex.Acquire(static_cast<std::uint32_t>(std::max<std::int64_t>(leftMs, 0)));
+            return mutex.Acquire(deadline.LeftMs());
         }
         catch (const qpr::AbandonedMutexError&)
         {
-            if (steady_clock::now() >= end)
+            if (deadline.HasPassed())
                 throw;
         }
     }
