@@ -162,8 +162,7 @@ TEST(ChildProcess, TellsTheSignalThatEndedIt)
     EXPECT_FALSE(child.process->WaitForCompletion(0, true));
     EXPECT_THROW(child.process->CollectExitStatus(), std::logic_error);
     child.CloseInput();
-    child.process->WaitForCompletion();
-    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 128U + SIGTERM);
+    EXPECT_EQ(child.ExitCode(), 128U + SIGTERM);
 }
 
 TEST(ChildProcess, IsFoundOnThePathOnlyWhenAskedFor)
@@ -229,11 +228,11 @@ TEST(ChildProcess, IsEndedWithItsGroup)
     child.process->WaitForCompletion();
     child.process->Terminate();
     EXPECT_EQ(child.ReadOutput(), "") << "returns once the grandchild has let go of the pipe";
-    EXPECT_EQ(child.process->CollectExitStatus().exitCode, 0U);
+    EXPECT_EQ(child.ExitCode(), 0U);
 
     PipedChild alone(test::StartOfChild("EchoUntilTheEnd"));
     alone.process->Terminate();
-    EXPECT_EQ(alone.process->CollectExitStatus().exitCode, 128U + SIGKILL);
+    EXPECT_EQ(alone.ExitCode(), 128U + SIGKILL);
     const std::uint32_t abandonedId = PipedChild(test::StartOfChild("EchoUntilTheEnd")).process->ProcessId();
     EXPECT_FALSE(Exists(abandonedId));
 }
@@ -265,8 +264,7 @@ TEST(ChildProcess, CountsItsOwnMemoryAndTimeNotTheClients)
     EXPECT_EQ(child.ReadByte(), ofTheClient[1] == 'c' ? 'x' : 'y');
     child.process->NotePeakMemory();
     child.CloseInput();
-    child.process->WaitForCompletion();
-    child.process->CollectExitStatus();
+    EXPECT_EQ(child.ExitCode(), 0U);
     const qpr::ProcessFigures& figures = child.process->Figures();
     EXPECT_GE(figures.peakWorkingSetSizeMB, 64);
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)

@@ -29,16 +29,12 @@ TEST(ErrorsTest, SystemErrorNamesCallPlaceNumberAndDescription)
             [] { ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ThreadEvent::ThreadEvent", 5, 13); })));
 }
 
-TEST(ErrorsTest, OnlySystemError64ComesWithoutThePlace)
+TEST(ErrorsTest, SystemError64ComesWithoutThePlaceAndAnUnknownOneWithoutADescription)
 {
-    EXPECT_TRUE(SystemErrorMessage(L"Read() failed", L"f", 1, 64).starts_with(L"Read() failed, error number = 0x40: "));
-    EXPECT_TRUE(
-        SystemErrorMessage(L"Read() failed", L"f", 1, 65).starts_with(L"Read() failed in f.1, error number = 0x41: "));
-}
-
-TEST(ErrorsTest, NumberThatTheSystemDoesNotKnowIsReportedAllTheSame)
-{
-    EXPECT_TRUE(SystemErrorMessage(L"Read() failed", L"f", 1, 0xDEADBEEF)
+    const auto message = [](std::uint32_t error) { return SystemErrorMessage(L"Read() failed", L"f", 1, error); };
+    EXPECT_TRUE(message(64).starts_with(L"Read() failed, error number = 0x40: "));
+    EXPECT_TRUE(message(65).starts_with(L"Read() failed in f.1, error number = 0x41: "));
+    EXPECT_TRUE(message(0xDEADBEEF)
                     .starts_with(L"Read() failed in f.1, error number = 0xdeadbeef: ???: FormatMessage() failed, "
                                  L"error number = "));
 }

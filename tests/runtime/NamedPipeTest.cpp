@@ -70,49 +70,35 @@ TEST(NamedPipe, TellsPendingInputAndTheEndOfTheData)
     EXPECT_EQ(reader.Read(&byte, 1), 0U);
 }
 
-TEST(NamedPipe, InterruptsABlockedWriterAndABlockedReader)
-{
-    PipePair full(true, true);
-    PipePair empty(true, true);
-    FunctionRunnable write([&] { qpr::IOWriter(full.client.Handle()).Write(tooMuch.data(), tooMuch.size()); });
-    FunctionRunnable read(
-        [&]
-        {
-            char byte;
-            qpr::PipeReader(empty.server.Handle()).Read(&byte, 1);
-        });
-    for (FunctionRunnable* operation : {&write, &read})
-    {
-        qpr::Thread thread(*operation);
-        thread.Interrupt();
-        thread.WaitForCompletion(30000);
-        EXPECT_EQ(operation->Outcome(), "interrupted");
-    }
-}
-
-TEST(NamedPipe, CancelEndsFunctionRunnablesOnAnyThread)
+TEST(NamedPipe, AnInterruptAndACancelEndABlockedWriterAndABlockedReader)
 {
     PipePair full(true, true);
     PipePair empty(true, true);
     qpr::Cancellation cancellation;
-    FunctionRunnable write(
-        [&] { qpr::IOWriter(full.client.Handle(), &cancellation).Write(tooMuch.data(), tooMuch.size()); });
+    qpr::IOWriter writer(full.client.Handle(), &cancellation);
+    qpr::PipeReader reader(empty.server.Handle(), &cancellation);
+    FunctionRunnable write([&] { writer.Write(tooMuch.data(), tooMuch.size()); });
     FunctionRunnable read(
         [&]
         {
-            cancellation.AdoptCurrentThread();
             char byte;
-            qpr::PipeReader(empty.server.Handle(), &cancellation).Read(&byte, 1);
+            reader.Read(&byte, 1);
         });
+    for (FunctionRunnable* operation : {&write, &read})
     {
-        qpr::Thread writer(write);
-        qpr::Thread reader(read);
+        const qpr::Thread interrupted(*operation);
+    }
+    EXPECT_EQ(write.Outcome(), "interrupted");
+    EXPECT_EQ(read.Outcome(), "interrupted");
+    {
+        qpr::Thread writing(write);
+        qpr::Thread reading(read);
         cancellation.Cancel();
-        writer.WaitForCompletion(30000);
-        reader.WaitForCompletion(30000);
+        writing.WaitForCompletion(30000);
+        reading.WaitForCompletion(30000);
     }
     EXPECT_EQ(write.Outcome(), "Call cancelled");
-    EXPECT_EQ(read.Outcome(), "interrupted");
+    EXPECT_EQ(read.Outcome(), "Call cancelled");
 }
 
 TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
@@ -128,6 +114,7 @@ TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
     char bytes[3];
     EXPECT_EQ(ErrorOf([&] { writer.Write("d", 1); }), "Call cancelled");
     EXPECT_EQ(ErrorOf([&] { reader.Read(bytes, 1); }), "Call cancelled");
+    EXPECT_EQ(ErrorOf([&] { reader.InputPending(); }), "Call cancelled");
     EXPECT_EQ(qpr::PipeReader(pipe.server.Handle()).Read(bytes, sizeof bytes), 3U);
     sender.join();
 }

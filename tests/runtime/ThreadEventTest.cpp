@@ -20,35 +20,21 @@ bool IsSet(ThreadEvent& event)
     return Thread::WaitForObject(event.Object(), L"test", 0, true);
 }
 
-TEST(ThreadEventTest, AutoResetEventHoldsOneSignalForOneWait)
+TEST(ThreadEventTest, HoldsOneSignalForOneWaitOrForAllUntilCleared)
 {
-    ThreadEvent event(ThreadEvent::Kind_AutoReset);
-    EXPECT_FALSE(IsSet(event));
-    event.Signal();
-    event.Signal();
-    EXPECT_TRUE(IsSet(event));
-    EXPECT_FALSE(IsSet(event));
-    event.Signal();
-    event.Clear();
-    EXPECT_FALSE(IsSet(event));
-}
-
-TEST(ThreadEventTest, ManualResetEventStaysSetUntilCleared)
-{
-    ThreadEvent event(ThreadEvent::Kind_ManualReset);
-    EXPECT_FALSE(IsSet(event));
-    event.Clear();
-    event.Signal();
-    EXPECT_TRUE(IsSet(event));
-    EXPECT_TRUE(IsSet(event));
-    event.Clear();
-    EXPECT_FALSE(IsSet(event));
-}
-
-TEST(ThreadEventTest, WaitThatRunsOutOfTimeSaysSo)
-{
-    ThreadEvent event(ThreadEvent::Kind_AutoReset);
-    EXPECT_EQ("Timeout executing qpr::ThreadEvent::Wait", test::ErrorOf([&] { event.Wait(1); }));
+    for (const auto kind : {ThreadEvent::Kind_AutoReset, ThreadEvent::Kind_ManualReset})
+    {
+        ThreadEvent event(kind);
+        EXPECT_EQ("Timeout executing qpr::ThreadEvent::Wait", test::ErrorOf([&] { event.Wait(1); }));
+        event.Clear();
+        event.Signal();
+        event.Signal();
+        EXPECT_TRUE(IsSet(event));
+        EXPECT_EQ(kind == ThreadEvent::Kind_ManualReset, IsSet(event));
+        event.Signal();
+        event.Clear();
+        EXPECT_FALSE(IsSet(event));
+    }
 }
 
 TEST(ThreadEventTest, OneSignalLetsOneOfManyWaitersPass)

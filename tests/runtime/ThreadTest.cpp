@@ -54,7 +54,7 @@ void RunWithPendingInterrupt(std::function<void()> body)
     EXPECT_EQ("", runnable.Outcome());
 }
 
-TEST(ThreadTest, InterruptEndsEveryKindOfWait)
+TEST(ThreadTest, ItsDestructorInterruptsEveryKindOfWait)
 {
     ThreadEvent never(ThreadEvent::Kind_AutoReset);
     ThreadEvent neverEither(ThreadEvent::Kind_ManualReset);
@@ -85,42 +85,18 @@ TEST(ThreadTest, InterruptEndsEveryKindOfWait)
                 started.Signal();
                 wait();
             });
-        Thread thread(runnable);
-        started.Wait(patienceMs);
-        thread.Interrupt();
-        thread.WaitForCompletion(patienceMs);
+        {
+            const Thread thread(runnable);
+            started.Wait(patienceMs);
+        }
         EXPECT_EQ("interrupted", runnable.Outcome()) << "wait " << &wait - waits;
     }
 }
 
-TEST(ThreadTest, PendingInterruptComesBeforeASignalledObject)
+TEST(ThreadTest, APendingInterruptIsTakenOnceByTheFirstWaitOutsideAllSections)
 {
-    ThreadEvent event(ThreadEvent::Kind_AutoReset);
-    event.Signal();
-    RunWithPendingInterrupt([&] { EXPECT_TRUE(IsInterruptedIn([&] { event.Wait(0); })); });
-    EXPECT_NO_THROW(event.Wait(0)) << "the wait that was interrupted has taken the signal";
-}
-
-TEST(ThreadTest, InterruptIsTakenOnce)
-{
-    ThreadEvent set(ThreadEvent::Kind_ManualReset);
-    set.Signal();
+    ThreadEvent set(ThreadEvent::Kind_AutoReset);
     ThreadEvent never(ThreadEvent::Kind_ManualReset);
-    RunWithPendingInterrupt(
-        [&]
-        {
-            EXPECT_TRUE(IsInterruptedIn(&Thread::CheckInterrupt));
-            Thread::CheckInterrupt();
-            set.Wait(0);
-            EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 1, true));
-            Thread::Sleep(1);
-        });
-}
-
-TEST(ThreadTest, NonInterruptibleSectionsNest)
-{
-    ThreadEvent set(ThreadEvent::Kind_ManualReset);
-    set.Signal();
     RunWithPendingInterrupt(
         [&]
         {
@@ -128,12 +104,17 @@ TEST(ThreadTest, NonInterruptibleSectionsNest)
                 const NonInterruptibleSection outer;
                 {
                     const NonInterruptibleSection inner;
-                    set.Wait(0);
+                    EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 0, true));
                 }
                 Thread::CheckInterrupt();
                 Thread::Sleep(0);
             }
+            set.Signal();
             EXPECT_TRUE(IsInterruptedIn([&] { set.Wait(0); }));
+            Thread::CheckInterrupt();
+            set.Wait(0); // the wait that was interrupted has not taken the signal
+            EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 1, true));
+            Thread::Sleep(1);
         });
 }
 
@@ -195,22 +176,6 @@ TEST(ThreadTest, FailingErrorHandlerEndsItsThreadOnly)
     Thread thread(runnable);
     thread.WaitForCompletion(patienceMs);
     EXPECT_TRUE(thread.HasCompleted());
-}
-
-TEST(ThreadTest, DestructorInterruptsAndWaits)
-{
-    ThreadEvent started(ThreadEvent::Kind_AutoReset);
-    FunctionRunnable runnable(
-        [&]
-        {
-            started.Signal();
-            Thread::Sleep(Infinite);
-        });
-    {
-        const Thread thread(runnable);
-        started.Wait(patienceMs);
-    }
-    EXPECT_EQ("interrupted", runnable.Outcome());
 }
 
 TEST(ThreadTest, CompletionIsSeenWhenItIsThere)

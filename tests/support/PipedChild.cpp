@@ -35,6 +35,20 @@ char PipedChild::ReadByte()
     return byte;
 }
 
+std::string PipedChild::ReadLine()
+{
+    std::string line;
+    for (char character = ReadByte(); character != 0 && character != '\n'; character = ReadByte())
+        line += character;
+    return line;
+}
+
+std::uint32_t PipedChild::ExitCode()
+{
+    process->WaitForCompletion();
+    return process->CollectExitStatus().exitCode;
+}
+
 std::string PipedChild::ReadAll(qpr::PipePair& pipe)
 {
     qpr::PipeReader reader(pipe.server.Handle());

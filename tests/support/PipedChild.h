@@ -25,6 +25,12 @@ public:
     std::string ReadError() { return ReadAll(m_error); }
     char ReadByte();
 
+    /// Up to a line feed, which is taken, or to the end of the output.
+    std::string ReadLine();
+
+    /// Waits for the end.
+    std::uint32_t ExitCode();
+
     std::optional<qpr::ChildProcess> process;
 
 private:

@@ -6,14 +6,15 @@
 
 #include <gmock/gmock.h>
 
+#include <deque>
 #include <fstream>
 #include <iostream>
 #include <limits>
-#include <memory>
 #include <sstream>
 #include <vector>
 
 using namespace qxm;
+using test::PipedChild;
 using test::Row;
 
 // Several real processes at one table: they tell the test what they have done by a line on their standard output, and
@@ -22,47 +23,11 @@ using test::Row;
 namespace
 {
 
-class Child : private test::PipedChild
+std::deque<PipedChild> StartChildren(int count, const char* body, const std::wstring& tableName)
 {
-public:
-    Child(const std::string& body, const std::vector<std::wstring>& arguments,
-        const std::map<std::wstring, std::wstring>& environment = {})
-        : PipedChild(Start(body, arguments, environment))
-    {
-    }
-
-    std::string ReadLine()
-    {
-        std::string line;
-        for (char character = ReadByte(); character != 0 && character != '\n'; character = ReadByte())
-            line += character;
-        return line;
-    }
-
-    void GoOn() { Write("\n"); }
-    void Kill() { process->Terminate(); }
-
-    std::uint32_t ExitCode()
-    {
-        process->WaitForCompletion();
-        return process->CollectExitStatus().exitCode;
-    }
-
-private:
-    static qpr::ProcessStart Start(const std::string& body, const std::vector<std::wstring>& arguments,
-        const std::map<std::wstring, std::wstring>& environment)
-    {
-        qpr::ProcessStart start = test::StartOfChild(body.c_str(), arguments);
-        start.environment = environment;
-        return start;
-    }
-};
-
-std::vector<std::unique_ptr<Child>> StartChildren(int count, const std::string& body, const std::wstring& tableName)
-{
-    std::vector<std::unique_ptr<Child>> children;
+    std::deque<PipedChild> children;
     for (int i = 0; i < count; ++i)
-        children.push_back(std::make_unique<Child>(body, std::vector{tableName}));
+        children.emplace_back(test::StartOfChild(body, {tableName}));
     return children;
 }
 
@@ -176,9 +141,9 @@ TEST(WorkTableProcesses, AProcessKilledInTheTableStopsNobodyAndItsRowRunsOut)
 {
     test::TestTable test;
     Row own(test.table, 1);
-    Child child("worktable-die", {test.name.Text()});
+    PipedChild child(test::StartOfChild("worktable-die", {test.name.Text()}));
     ASSERT_EQ("holding", child.ReadLine());
-    child.Kill();
+    child.process->Terminate();
     {
         WorkTable::Lock lock(test.table);
         EXPECT_EQ((Work{3, 0, 100}), own.SumActiveWork(lock));
@@ -197,10 +162,10 @@ TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOther
     for (int round = 0; round < 3; ++round)
     {
         auto children = StartChildren(count, "worktable-use", test.name.Text());
-        for (const auto& child : children)
-            ASSERT_EQ("busy", child->ReadLine());
-        for (const auto& child : children)
-            child->Kill();
+        for (PipedChild& child : children)
+            ASSERT_EQ("busy", child.ReadLine());
+        for (PipedChild& child : children)
+            child.process->Terminate();
         children.clear();
 
         test.now += 31;
@@ -216,23 +181,23 @@ TEST(WorkTableProcesses, NeverAdmitMoreThanFitsTogether)
 {
     test::TestTable test;
     const Row own(test.table, 1);
-    const auto children = StartChildren(6, "worktable-admit", test.name.Text());
-    for (const auto& child : children)
-        ASSERT_EQ("ready", child->ReadLine());
-    for (const auto& child : children)
-        child->GoOn();
+    auto children = StartChildren(6, "worktable-admit", test.name.Text());
+    for (PipedChild& child : children)
+        ASSERT_EQ("ready", child.ReadLine());
+    for (PipedChild& child : children)
+        child.Write("\n");
     int total = 0;
-    for (const auto& child : children)
-        total += std::stoi(child->ReadLine());
+    for (PipedChild& child : children)
+        total += std::stoi(child.ReadLine());
     EXPECT_EQ(100, total);
     {
         WorkTable::Lock lock(test.table);
         EXPECT_EQ(100u, own.SumActiveWork(lock).jobs);
     }
-    for (const auto& child : children)
+    for (PipedChild& child : children)
     {
-        child->GoOn();
-        EXPECT_EQ(0u, child->ExitCode());
+        child.Write("\n");
+        EXPECT_EQ(0u, child.ExitCode());
     }
 }
 
@@ -240,9 +205,9 @@ TEST(WorkTableProcesses, AChangeWakesAnotherProcess)
 {
     test::TestTable test;
     Row own(test.table, 1);
-    Child child("worktable-wait", {test.name.Text()});
+    PipedChild child(test::StartOfChild("worktable-wait", {test.name.Text()}));
     ASSERT_EQ("waiting", child.ReadLine());
-    child.GoOn();
+    child.Write("\n");
     {
         WorkTable::Lock lock(test.table);
         own.Publish(lock, {{42, 1, 1}, {}});
@@ -254,7 +219,9 @@ TEST(WorkTableProcesses, TraceEveryLock)
 {
     const test::UniqueName name;
     const std::filesystem::path path = std::filesystem::temp_directory_path() / name.Text();
-    Child child("worktable-trace", {name.Text()}, {{L"QXWORKTABLE_TRACELOG", path.wstring()}});
+    qpr::ProcessStart start = test::StartOfChild("worktable-trace", {name.Text()});
+    start.environment = {{L"QXWORKTABLE_TRACELOG", path.wstring()}};
+    PipedChild child(start);
     const std::string processId = child.ReadLine();
     EXPECT_EQ(0u, child.ExitCode());
 
