@@ -11,19 +11,9 @@ class FormulaTest : public test::ToolFixture
 
 TEST_F(FormulaTest, ExprPrintsADocument)
 {
-    EXPECT_EQ(RunBare({L"expr", L"--json", L"A + B * 2", L"A=1", L"B=2"}),
-        (ProgramEnd{0,
-            R"json({
-  "canonical": "add(float A, mul(float B, 2))",
-  "type": "float",
-  "variables": {
-    "A": "float",
-    "B": "float"
-  },
-  "value": 5.0
-}
-)json",
-            ""}));
+    EXPECT_EQ(RunJson({L"expr", L"A + B * 2", L"A=1", L"B=2"}),
+        R"json({"canonical":"add(float A, mul(float B, 2))","type":"float","variables":{"A":"float","B":"float"},)json"
+        R"json("value":5.0})json");
 }
 
 TEST_F(FormulaTest, ExprEvaluatesWhatItCan)
@@ -60,21 +50,11 @@ TEST_F(FormulaTest, UsageSupposesAComputer)
         "<ExpectedProcessorUsage>ProcessorCount</ExpectedProcessorUsage>"
         "<ExpectedMemoryUsageInMB>Size * ProcessorCount</ExpectedMemoryUsageInMB></Service></Services></Servant>"
         "</Servants></QxConfiguration>");
-    EXPECT_EQ(RunBare({L"usage", L"--config", configuration, L"--connector",
+    EXPECT_EQ(RunJson({L"usage", L"--config", configuration, L"--connector",
                   L"<LocalServiceConnector PhysicalMemoryUtilizationLimit='50%'/>", L"--processors", L"8",
-                  L"--memory-mb", L"900", L"--json", L"S", L"Size=100"}),
-        (ProgramEnd{0,
-            R"json({
-  "service": "S",
-  "expectedProcessorUsage": 4.0,
-  "expectedMemoryUsageInMB": 400.0,
-  "numberOfProcessorsToUse": 4,
-  "addressSpaceExcessInMB": -8388208.0,
-  "processorLimit": 8.0,
-  "memoryLimitInMB": 450.0
-}
-)json",
-            ""}));
+                  L"--memory-mb", L"900", L"S", L"Size=100"}),
+        R"({"service":"S","expectedProcessorUsage":4.0,"expectedMemoryUsageInMB":400.0,"numberOfProcessorsToUse":4,)"
+        R"("addressSpaceExcessInMB":-8388208.0,"processorLimit":8.0,"memoryLimitInMB":450.0})");
     EXPECT_EQ(RunBare({L"usage", L"--config", configuration, L"T"}),
         (ProgramEnd{1, "", "qx: Service 'T' not available on local computer\n"}));
 }

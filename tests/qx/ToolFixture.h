@@ -2,6 +2,7 @@
 
 #include "config/TemporaryDirectory.h"
 #include "support/ProgramRun.h"
+#include "tools/qx/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +25,7 @@ protected:
         configuration = directory.Write("qx.xml",
             "<QxConfiguration><Servants><Servant TargetPlatform='WinX64' RelativePath='" + servant.string()
                 + "'><Services><Service Name='Echo'/><Service Name='AnswerFirst'/><Service Name='FirstLine'/>"
-                  "<Service Name='Break'/><Service Name='Log'/><Service Name='Hang'/></Services></Servant>"
+                  "<Service Name='Log'/><Service Name='Hang'/></Services></Servant>"
                   "<Servant TargetPlatform='WinX64' RelativePath='missing'><Services><Service Name='Missing'/>"
                   "</Services></Servant></Servants></QxConfiguration>");
     }
@@ -33,6 +34,16 @@ protected:
     static ProgramEnd RunBare(const std::vector<std::wstring>& arguments, const std::string& input = {})
     {
         return RunProgram({L"qx", arguments, input, {{L"QX_CONFIGURATION", L""}}});
+    }
+
+    /// The one JSON document that a command prints, without its blanks.
+    static std::string RunJson(std::vector<std::wstring> arguments)
+    {
+        arguments.insert(arguments.begin() + 1, L"--json");
+        const ProgramEnd end = RunBare(arguments);
+        EXPECT_EQ(end.exitCode, 0u) << end;
+        EXPECT_EQ(end.errors, "");
+        return qx::Json::parse(end.output).dump();
     }
 
     /// A command that makes calls.

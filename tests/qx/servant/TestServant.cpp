@@ -1,7 +1,6 @@
 #include <qxservant/Servant.h>
 
 #include <chrono>
-#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -42,13 +41,6 @@ int FirstLine(qxservant::Connection& connection)
     return 0;
 }
 
-/// Answers a part, then dies.
-int Break(qxservant::Connection& connection)
-{
-    connection.Output() << "a part" << std::flush;
-    throw std::runtime_error("broken");
-}
-
 int Log(qxservant::Connection& connection)
 {
     connection.Log() << "gr\xc3\xbc\xc3\x9f dich\n";
@@ -71,7 +63,6 @@ int main(int argc, char** argv)
             {L"Echo", Echo},
             {L"AnswerFirst", AnswerFirst},
             {L"FirstLine", FirstLine},
-            {L"Break", Break},
             {L"Log", Log},
             {L"Hang", Hang},
         });
