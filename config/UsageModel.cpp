@@ -33,6 +33,13 @@ std::wstring Printed(const qexpr::Value& value)
     throw qpr::RuntimeError(text);
 }
 
+/// Such a formula needs no helper.
+bool UsesOnlyProcessorCount(const qexpr::Expression& expression)
+{
+    const qexpr::UsedVariables& used = expression.GetUsedVariables();
+    return used.size() == 1 && (*used.begin())->GetName() == processorCountName;
+}
+
 } // namespace
 
 std::unique_ptr<const UsageModel> UsageModel::Build(const ServiceInfo& service)
@@ -117,10 +124,13 @@ UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
 
     // Every variable has now shown, in its turn, that it has a value: the fixed ones need not be asked again.
     const Formula memoryUsage{m_memoryUsage.sourceName, m_memoryUsage.expression->Specialise(FixedValues(inputs))};
+    const bool usesNothingElse = UsesOnlyProcessorCount(*memoryUsage.expression);
     for (std::uint32_t n = offeredProcessors - 1; n >= 1; --n)
     {
         processorCount = qexpr::Value(static_cast<float>(n));
-        choice = {n, Evaluate(memoryUsage, inputs)};
+        const qexpr::Value memory = usesNothingElse ? memoryUsage.expression->GetRoot().Evaluate(inputs)
+                                                    : m_evaluator.Evaluate(*memoryUsage.expression, inputs);
+        choice = {n, Checked(memory, memoryUsage, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
     }
@@ -135,12 +145,17 @@ qexpr::ValueMap UsageModel::FixedValues(const qexpr::ValueMap& inputs) const
     return values;
 }
 
-float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
+float UsageModel::Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs)
 {
-    const auto result = static_cast<float>(m_evaluator.Evaluate(*formula.expression, inputs));
+    const auto result = static_cast<float>(value);
     if (result < 0.0f)
         ThrowInvalidResult(formula.sourceName, result, inputs);
     return result;
+}
+
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
+{
+    return Checked(m_evaluator.Evaluate(*formula.expression, inputs), formula, inputs);
 }
 
 } // namespace qxm

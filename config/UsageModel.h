@@ -65,6 +65,8 @@ private:
     /// The values in the memory formula that are the same for every number of processors.
     qexpr::ValueMap FixedValues(const qexpr::ValueMap& inputs) const;
     float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
+    /// A formula's result as a number that makes sense.
+    static float Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs);
 
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;

@@ -9,6 +9,28 @@
 namespace qexpr
 {
 
+namespace
+{
+
+/// A formula has few inputs: walking over them compares the name once, where a search compares it twice.
+const Value* FindValue(const ValueMap& values, const std::wstring& name)
+{
+    constexpr std::size_t few = 8;
+    if (values.size() > few)
+    {
+        const auto found = values.find(name);
+        return found == values.end() ? nullptr : &found->second;
+    }
+    for (const auto& [key, value] : values)
+    {
+        if (CompareNames(key, name) == 0)
+            return &value;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 void VariableReference::SetDefinedValueType(Value::Type type)
 {
     if (m_type != Value::Type_Undefined)
@@ -18,10 +40,10 @@ void VariableReference::SetDefinedValueType(Value::Type type)
 
 Value VariableReference::Evaluate(const ValueMap& values) const
 {
-    const auto found = values.find(m_name);
-    if (found == values.end())
+    const Value* const value = FindValue(values, m_name);
+    if (!value)
         throw qpr::RuntimeError(L"Variable '" + m_name + L"' not set");
-    return found->second;
+    return *value;
 }
 
 NodePtr VariableReference::Specialise(const ValueMap& values) const
