@@ -1,7 +1,7 @@
 #include "client/ConnectorFixture.h"
+#include "client/RandomCalls.h"
 
-#include <random>
-#include <thread>
+#include <gmock/gmock.h>
 
 namespace
 {
@@ -232,42 +232,13 @@ TEST_F(HybridServiceConnectorTest, ThousandsOfCallsEndExactlyOnceWhateverHappens
             std::make_unique<CapriciousExecutor>()),
         [](HybridServiceConnector* object) { object->Release(); });
     connector->AddRef();
-
-    std::atomic<int> endedTwice = 0;
-    const auto work = [&](unsigned seed)
-    {
-        std::mt19937 random(seed);
-        for (int round = 0; round < 50; ++round)
+    const auto complaints = test::RandomCalls().Make(*connector,
+        [](std::mt19937& random)
         {
-            std::deque<test::RecordingRequest> requests;
-            std::vector<qxmi::IServiceCall*> calls;
-            for (int i = 0; i < 10; ++i)
-            {
-                const std::wstring processors = std::to_wstring(random() % 6);
-                requests.emplace_back(random() % 9 ? L"Work" : L"Other",
-                    std::map<std::wstring, std::wstring>{{L"P", processors}, {L"M", L"600"}});
-                calls.push_back(connector->CreateServiceCall(requests.back()));
-                if (random() % 4 == 0)
-                    calls[random() % calls.size()]->Cancel();
-            }
-            for (auto* call : calls)
-            {
-                if (random() % 5)
-                    call->Wait();
-                call->Release();
-            }
-            for (auto& request : requests)
-            {
-                const std::string text = request.Notifications();
-                endedTwice += std::count(text.begin(), text.end(), ';') > 1;
-            }
-        }
-    };
-    std::vector<std::jthread> threads;
-    for (unsigned seed = 1; seed <= 4; ++seed)
-        threads.emplace_back(work, seed);
-    threads.clear();
-    EXPECT_EQ(endedTwice, 0);
+            return std::make_unique<test::RecordingRequest>(random() % 9 ? L"Work" : L"Other",
+                std::map<std::wstring, std::wstring>{{L"P", std::to_wstring(random() % 6)}, {L"M", L"600"}});
+        });
+    EXPECT_THAT(complaints, testing::IsEmpty());
 }
 
 } // namespace

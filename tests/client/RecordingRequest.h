@@ -4,6 +4,7 @@
 
 #include "runtime/Utf8.h"
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <string>
@@ -46,6 +47,13 @@ public:
     {
         std::lock_guard lock(m_lock);
         return m_log;
+    }
+
+    /// What is wrong with how the call has ended; empty when nothing is.
+    virtual std::string Complaint()
+    {
+        const std::string text = Notifications();
+        return std::ranges::count(text, ';') > 1 ? "ended twice: " + text : "";
     }
 
 private:

@@ -38,6 +38,8 @@ TestConfiguration::TestConfiguration()
 <Servant RelativePath=")"
         << servant.string() << R"(" TargetPlatform="WinX64" QxServantLibraryVersion="15.1.1.1"><Services>
 <Service Name="Echo"/><Service Name="Hold"/><Service Name="Flood"/><Service Name="Fail"/>
+<Service Name="Vanish"/><Service Name="Remote"/><Service Name="Work">
+<ExpectedProcessorUsage>P</ExpectedProcessorUsage><ExpectedMemoryUsageInMB>600</ExpectedMemoryUsageInMB></Service>
 <Service Name="Arguments" CompressionMode="zlib">
 <ExpectedProcessorUsage>Size</ExpectedProcessorUsage>
 <ExpectedMemoryUsageInMB>ProcessorCount</ExpectedMemoryUsageInMB>

@@ -1,6 +1,10 @@
+#include "distributor/ServantCounts.h"
 #include "support/ChildMain.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,12 +32,31 @@ void Echo()
     std::fputs("echoed \xc3\xa9\n", stderr);
 }
 
+/// The first line says where to be counted: here with its processors, elsewhere with its slot.
+void Work(bool isLocal)
+{
+    std::string line;
+    for (int byte = std::getchar(); byte != EOF && byte != '\n'; byte = std::getchar())
+        line += static_cast<char>(byte);
+    std::istringstream words(line);
+    std::string counts;
+    unsigned processors = 0;
+    std::optional<test::CountedServant> counted;
+    if (words >> counts >> processors)
+        counted.emplace(counts, isLocal, isLocal ? processors : 1);
+    Echo();
+}
+
 int Execute(const std::vector<std::string>& arguments)
 {
     const std::string& service = arguments[0];
+    if (service == "Vanish")
+        return 7;
     Say("servant test executing " + service + "\r\n");
     if (service == "Echo")
         Echo();
+    if (service == "Work" || service == "Remote")
+        Work(std::ranges::count(arguments, "IsLocal=true") != 0);
     if (service == "Hold") // until its input ends
     {
         while (ReadByte())

@@ -3,9 +3,9 @@
 #include "runtime/ChildProcess.h"
 #include "runtime/NamedPipe.h"
 #include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
 #include "support/ChildMain.h"
 
+#include <condition_variable>
 #include <filesystem>
 #include <mutex>
 #include <ostream>
@@ -26,10 +26,11 @@ public:
     {
     }
 
-    void WaitForText(const std::string& text)
+    std::string WaitForText(const std::string& text)
     {
-        while (!HoldsOrHasEnded(text))
-            m_changed.Wait();
+        std::unique_lock lock(m_lock);
+        m_changed.wait(lock, [&] { return m_hasEnded || m_text.find(text) != std::string::npos; });
+        return m_text;
     }
 
     /// All of it, once there can be no more.
@@ -50,25 +51,19 @@ public:
     void HandleError(const std::exception& error) override { Append(error.what(), true); }
 
 private:
-    bool HoldsOrHasEnded(const std::string& text)
-    {
-        const std::lock_guard lock(m_lock);
-        return m_hasEnded || m_text.find(text) != std::string::npos;
-    }
-
     void Append(std::string_view piece, bool isEnd)
     {
         const std::lock_guard lock(m_lock);
         m_text += piece;
         m_hasEnded = isEnd;
-        m_changed.Signal();
+        m_changed.notify_all();
     }
 
     qpr::PipeEnd m_end;
     std::mutex m_lock;
+    std::condition_variable m_changed;
     std::string m_text;
     bool m_hasEnded = false;
-    qpr::ThreadEvent m_changed{qpr::ThreadEvent::Kind_AutoReset};
     qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
 };
 
@@ -152,9 +147,14 @@ std::uint32_t RunningProgram::ProcessId() const
     return m_state->process->ProcessId();
 }
 
-void RunningProgram::WaitForErrors(const std::string& text)
+std::string RunningProgram::WaitForOutput(const std::string& text)
 {
-    m_state->errors->WaitForText(text);
+    return m_state->output->WaitForText(text);
+}
+
+std::string RunningProgram::WaitForErrors(const std::string& text)
+{
+    return m_state->errors->WaitForText(text);
 }
 
 void RunningProgram::CloseOutput()

@@ -42,8 +42,9 @@ public:
 
     std::uint32_t ProcessId() const;
 
-    /// Returns when the program has written this to its error stream, or has ended.
-    void WaitForErrors(const std::string& text);
+    /// What the program has written so far, once that holds the text or the program has ended.
+    std::string WaitForOutput(const std::string& text);
+    std::string WaitForErrors(const std::string& text);
 
     /// From now on nobody reads the program's output.
     void CloseOutput();

@@ -1,0 +1,77 @@
+#include "client/RandomCalls.h"
+#include "distributor/RealCalls.h"
+#include "distributor/ServantCounts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <deque>
+
+/// Network calls with a real distributor and real servants.
+namespace
+{
+
+constexpr unsigned slots = 2;
+
+std::wstring PortOf(const test::RunningDistributor& distributor)
+{
+    return std::to_wstring(distributor.Address().Port());
+}
+
+TEST(NetworkCallsTest, ManyInARowAndFiftyAtOnceGetTheirAnswersInFewSlots)
+{
+    const test::UniqueName name;
+    const std::string countsName = qpr::ToUtf8(name.Local());
+    test::ServantCounts counts(countsName);
+    const test::RunningDistributor distributor(slots);
+    std::deque<test::EchoRequest> requests;
+    std::deque<test::Connector> connectors;
+    const auto call = [&](qxmi::IServiceConnectorW& connector)
+    {
+        requests.emplace_back(L"Remote", 1, countsName + " 1", 10'000);
+        return connector.CreateServiceCall(requests.back());
+    };
+    connectors.push_back(test::MakeNetworkConnector(PortOf(distributor)));
+    for (unsigned number = test::FromEnvironment("QX_TEST_CALLS", 20); number != 0; --number)
+    {
+        auto* inARow = call(*connectors.front());
+        inARow->Wait();
+        inARow->Release();
+    }
+    std::vector<qxmi::IServiceCall*> atOnce;
+    for (int number = 0; number < 50; ++number) // of a connector each, which all wait at the distributor
+    {
+        connectors.push_back(test::MakeNetworkConnector(PortOf(distributor)));
+        atOnce.push_back(call(*connectors.back()));
+    }
+    for (auto* waiting : atOnce)
+    {
+        waiting->Wait();
+        waiting->Release();
+    }
+    for (test::EchoRequest& request : requests)
+        EXPECT_EQ(request.Notifications() + request.Complaint(), "");
+    EXPECT_LE(counts.Of(false).most, slots);
+    EXPECT_EQ(counts.Of(false).now, 0u);
+}
+
+TEST(NetworkCallsTest, CallsGivenUpAtAnyMomentLeaveNothingAtTheDistributor)
+{
+    test::RunningDistributor distributor(slots);
+    const test::Connector connector = test::MakeNetworkConnector(PortOf(distributor));
+    const auto complaints = test::RandomCalls{.callsPerThread = 30}.Make(*connector,
+        [](std::mt19937& random)
+        {
+            const wchar_t* const services[] = {L"Work", L"Remote", L"Missing", L"Vanish"};
+            return std::make_unique<test::EchoRequest>(services[random() % 4], 1, "", random() % 30'000);
+        });
+    EXPECT_THAT(complaints, testing::IsEmpty());
+    std::deque<qxm::DistributorRequest> all;
+    for (unsigned slot = 0; slot < slots; ++slot)
+    {
+        all.push_back(distributor.Request(L"Hold"));
+        EXPECT_TRUE(all.back().WaitUntilReady());
+    }
+}
+
+} // namespace
