@@ -6,10 +6,18 @@
 #include <fstream>
 
 using test::ProgramEnd;
-using test::RunProgram;
 
 namespace
 {
+
+/// The examples' texts end their lines as the system does.
+ProgramEnd RunProgram(const test::ProgramStart& start)
+{
+    ProgramEnd end = test::RunProgram(start);
+    std::erase(end.output, '\r');
+    std::erase(end.errors, '\r');
+    return end;
+}
 
 std::string Content(const std::filesystem::path& path)
 {
