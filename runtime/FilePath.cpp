@@ -25,8 +25,9 @@ std::wstring ToText(const std::filesystem::path& path)
 
 bool IsAbsolutePath(std::wstring_view path) noexcept
 {
-    const bool beginsWithDrive = path.size() >= 3 && path[1] == L':' && IsSeparator(path[2]);
-    return beginsWithDrive || (!path.empty() && IsSeparator(path[0]));
+    const auto isRoot = [](wchar_t character) { return character == L'\\' || character == nativeSeparator; };
+    const bool beginsWithDrive = path.size() >= 3 && path[1] == L':' && isRoot(path[2]);
+    return beginsWithDrive || (!path.empty() && isRoot(path[0]));
 }
 
 std::wstring WithNativeSeparators(std::wstring_view path)

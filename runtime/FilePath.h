@@ -8,7 +8,8 @@
 namespace qpr
 {
 
-/// Begins with a separator of either kind, or with a drive and a separator ("C:\x"; "C:x" is relative).
+/// Begins with "\" or this system's separator, or with a drive and one of these ("C:\x"; "C:x" is relative). So on
+/// Windows "/x" and "C:/x" are relative.
 bool IsAbsolutePath(std::wstring_view path) noexcept;
 
 /// The same path with this system's separator throughout.

@@ -183,7 +183,7 @@ TEST(Configuration, RefusesWhatItCannotUnderstand)
         {"<Servant RelativePath='\\\\server\\share\\x.exe'/>",
             L"<Servant RelativePath='\\\\server\\share\\x.exe'> must be a relative path"},
         {"<Servant RelativePath='C:\\x.exe'/>", L"<Servant RelativePath='C:\\x.exe'> must be a relative path"},
-        {"<Servant RelativePath='/x'/>", L"<Servant RelativePath='/x'> must be a relative path"},
+        {"<Servant RelativePath='\\x'/>", L"<Servant RelativePath='\\x'> must be a relative path"},
         {"<Servant RelativePath='x' TargetPlatform='winx64'><HostRequirements>1 == 2</HostRequirements></Servant>",
             L"Invalid target platform string 'winx64'"},
         {"<Servant RelativePath='x' IsLargeAddressAware='1'/>",

@@ -4,8 +4,11 @@
 
 TEST(FilePath, IsAbsoluteWithALeadingSeparatorOrADriveAndASeparator)
 {
-    for (const wchar_t* path : {L"/x", L"\\x", L"\\\\server\\share", L"C:\\x", L"c:/x", L"/"})
+    for (const wchar_t* path : {L"\\x", L"\\\\server\\share", L"C:\\x"})
         EXPECT_TRUE(qpr::IsAbsolutePath(path)) << path;
+    const bool slashSeparates = std::filesystem::path::preferred_separator == '/';
+    for (const wchar_t* path : {L"/x", L"c:/x", L"/"})
+        EXPECT_EQ(qpr::IsAbsolutePath(path), slashSeparates) << path;
     for (const wchar_t* path : {L"", L"x", L"C:x", L"C:", L"..\\x", L"x/y", L"ab:\\x"})
         EXPECT_FALSE(qpr::IsAbsolutePath(path)) << path;
 }
