@@ -77,9 +77,10 @@ void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason)
 
 void PartFrom(qpr::Socket& client)
 {
+    if (!client.TryShutdown(qpr::Socket::Direction::Send))
+        return;
     try
     {
-        client.Shutdown(qpr::Socket::Direction::Send);
         const DeadlineWaiter waiter(partingTimeMs);
         qpr::SocketReader reader(client, waiter);
         DiscardBytes(reader);

@@ -15,18 +15,6 @@ namespace
 constexpr std::uint32_t dataBufferSize = 65536;
 constexpr std::size_t logBufferSize = 4096;
 
-/// A connection that is broken tells its peer as well.
-void EndSending(qpr::Socket& socket) noexcept
-{
-    try
-    {
-        socket.Shutdown(qpr::Socket::Direction::Send);
-    }
-    catch (const std::exception&)
-    {
-    }
-}
-
 } // namespace
 
 JoinedCall::JoinedCall(qpr::Socket& mainSocket)
@@ -80,7 +68,7 @@ void JoinedCall::CopyOutput()
 {
     qpr::SocketWriter writer(m_mainSocket, m_waiter);
     if (CopyBytes(m_servant->Output(), writer) == CopyEnd::EndOfData)
-        EndSending(m_mainSocket);
+        m_mainSocket.TryShutdown(qpr::Socket::Direction::Send);
 }
 
 void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end)
@@ -93,7 +81,7 @@ void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescr
 
 void JoinedCall::Finish()
 {
-    EndSending(m_logSocket);
+    m_logSocket.TryShutdown(qpr::Socket::Direction::Send);
     m_logSocket.SetResetOnClose(false);
     m_mainSocket.SetResetOnClose(false);
     PartFrom(m_mainSocket);

@@ -2,7 +2,7 @@
 
 #include "config/Arguments.h"
 #include "protocol/LineConversation.h"
-#include "protocol/PeekingReader.h"
+#include "protocol/PeekingInputStream.h"
 #include "protocol/SocketStreams.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
@@ -39,7 +39,7 @@ class Conversation
 {
 public:
     Conversation(qpr::Socket& socket, const qpr::IWaiter& waiter)
-        : m_reader(socket, waiter)
+        : m_inputBytes(socket, waiter)
         , m_writer(socket, waiter)
     {
     }
@@ -66,7 +66,7 @@ public:
     {
         WriteLine(BuildServiceRequestLine(request));
         const std::wstring reply = ReadLine(m_input);
-        m_reader.Settle();
+        m_inputBytes.Settle();
         if (reply != serviceRequestAcceptedLine)
             throw qpr::RuntimeError(L"Service request rejected by distributor (" + reply + L")");
     }
@@ -74,8 +74,7 @@ public:
 private:
     void WriteLine(const std::wstring& line) { (m_output << line << L"\r\n").flush(); }
 
-    qpr::PeekingReader m_reader;
-    qpr::PeekingInputStream m_inputBytes{m_reader, 1};
+    qpr::PeekingInputStream m_inputBytes;
     qpr::UTF8InputStream m_input{m_inputBytes};
     qpr::SocketWriter m_writer;
     qpr::SocketOutputStream m_outputBytes{m_writer, outputBufferSize};

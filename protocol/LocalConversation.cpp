@@ -21,7 +21,8 @@ bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& c
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
     auto reader = std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), &cancellation);
-    const ServantAnswer answer = ReadServantAnswer(*reader, call.ServiceName());
+    qpr::GenericInputStream<qpr::PipeReader> bytes(*reader, 1); // takes nothing that comes after the answer
+    const ServantAnswer answer = ReadServantAnswer(bytes, call.ServiceName());
     PipeConnection connection(std::move(reader),
         std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), &cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, true, 0},

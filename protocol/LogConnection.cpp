@@ -1,7 +1,7 @@
 #include "protocol/LogConnection.h"
 
 #include "protocol/LineConversation.h"
-#include "protocol/PeekingReader.h"
+#include "protocol/PeekingInputStream.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
 
@@ -12,11 +12,10 @@ namespace qxm
 
 void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::IWaiter& waiter)
 {
-    qpr::PeekingReader reader(mainSocket, waiter);
-    qpr::PeekingInputStream bytes(reader, 1);
+    qpr::PeekingInputStream bytes(mainSocket, waiter);
     qpr::UTF8InputStream text(bytes);
     const std::wstring line = ReadLine(text);
-    reader.Settle();
+    bytes.Settle();
 
     // Lines are trimmed, so that one without a port lacks the prefix's own blank too.
     const std::wstring_view prefix = logPortLinePrefix;

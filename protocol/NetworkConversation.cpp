@@ -3,7 +3,7 @@
 #include "protocol/GenericServiceConnection.h"
 #include "protocol/HandOver.h"
 #include "protocol/LogForwarder.h"
-#include "protocol/PeekingReader.h"
+#include "protocol/PeekingInputStream.h"
 #include "protocol/ServantAnswer.h"
 #include "protocol/ServantConversation.h"
 #include "runtime/Cancellation.h"
@@ -20,9 +20,9 @@ using SocketConnection = GenericServiceConnection<qpr::SocketReader, qpr::Socket
 ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
 {
     const qpr::CancellableWaiter waiter(&call.GetCancellation());
-    qpr::PeekingReader reader(socket, waiter);
-    ServantAnswer answer = ReadServantAnswer(reader, call.ServiceName());
-    reader.Settle();
+    qpr::PeekingInputStream bytes(socket, waiter);
+    ServantAnswer answer = ReadServantAnswer(bytes, call.ServiceName());
+    bytes.Settle();
     return answer;
 }
 
@@ -37,18 +37,6 @@ bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clien
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 
-/// Tells the servant that its input has ended; a connection that is broken has told it.
-void ShutDown(qpr::Socket& socket)
-{
-    try
-    {
-        socket.Shutdown(qpr::Socket::Direction::Send);
-    }
-    catch (const std::exception&)
-    {
-    }
-}
-
 } // namespace
 
 void RunNetworkConversation(ICallContext& call, DistributorRequest& request, const ConversationSettings& settings)
@@ -59,7 +47,7 @@ void RunNetworkConversation(ICallContext& call, DistributorRequest& request, con
     const bool used = Attempt(call, [&] { return Converse(call, mainSocket, settings.client.identifier); });
 
     const qpr::NonInterruptibleSection section;
-    ShutDown(mainSocket);
+    mainSocket.TryShutdown(qpr::Socket::Direction::Send); // a connection that is broken has told the servant
     mainSocket.Close();
     logForwarder.WaitForEnd(call.GetCancellation(), !used);
 }

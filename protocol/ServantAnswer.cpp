@@ -1,25 +1,15 @@
 #include "protocol/ServantAnswer.h"
 
 #include "config/Arguments.h"
-#include "protocol/ByteStreams.h"
 #include "protocol/LineConversation.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
-#include "runtime/IReader.h"
 
 namespace qxm
 {
 
 namespace
 {
-
-/// Through a one-byte buffer, so that nothing after the line is taken from the connection.
-std::wstring ReadAnswerLine(qpr::IReader& reader)
-{
-    qpr::GenericInputStream<qpr::IReader> bytes(reader, 1);
-    qpr::UTF8InputStream text(bytes);
-    return ReadLine(text);
-}
 
 ServantAnswer CheckAnswer(const std::wstring& line, const std::wstring& serviceName)
 {
@@ -32,12 +22,13 @@ ServantAnswer CheckAnswer(const std::wstring& line, const std::wstring& serviceN
 
 } // namespace
 
-ServantAnswer ReadServantAnswer(qpr::IReader& reader, const std::wstring& serviceName)
+ServantAnswer ReadServantAnswer(std::istream& bytes, const std::wstring& serviceName)
 {
     std::wstring line;
     try
     {
-        line = ReadAnswerLine(reader);
+        qpr::UTF8InputStream text(bytes);
+        line = ReadLine(text);
         return CheckAnswer(line, serviceName);
     }
     catch (const std::exception& error)

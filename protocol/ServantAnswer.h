@@ -1,11 +1,7 @@
 #pragma once
 
+#include <istream>
 #include <string>
-
-namespace qpr
-{
-class IReader;
-}
 
 namespace qxm
 {
@@ -22,7 +18,7 @@ struct ServantAnswer
 
 /// Reads the line and not a byte more, and checks it. Every failure reads "Error processing servant answer '<line>':
 /// <what>".
-ServantAnswer ReadServantAnswer(qpr::IReader& reader, const std::wstring& serviceName);
+ServantAnswer ReadServantAnswer(std::istream& bytes, const std::wstring& serviceName);
 
 /// Throws "Unexpected '<got>' (expected '<expected>')" when the positional argument is another text.
 void ExpectArgument(const Arguments& arguments, std::size_t position, const std::wstring& expected);

@@ -1,7 +1,15 @@
 #include "runtime/Socket.h"
 
+#include "runtime/Errors.h"
+
 namespace qpr
 {
+
+void Socket::Shutdown(Direction direction)
+{
+    if (!TryShutdown(direction))
+        ThrowSocketError(L"shutdown() failed", L"qpr::Socket::Shutdown");
+}
 
 bool Socket::HasInputEnded() const
 {

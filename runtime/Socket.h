@@ -69,6 +69,10 @@ public:
     void SetResetOnClose(bool reset);
 
     void Shutdown(Direction direction);
+
+    /// False for a connection that is broken: the peer knows then.
+    bool TryShutdown(Direction direction) noexcept;
+
     void Close();
 
     /// Returns when there is data, its end, or a connection to accept.

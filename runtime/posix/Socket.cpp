@@ -175,11 +175,10 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
-void Socket::Shutdown(Direction direction)
+bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SHUT_RD : direction == Direction::Send ? SHUT_WR : SHUT_RDWR;
-    if (shutdown(Descriptor(m_handle), how) == -1)
-        ThrowSocketError(L"shutdown() failed", L"qpr::Socket::Shutdown");
+    return shutdown(Descriptor(m_handle), how) == 0;
 }
 
 void Socket::Close()

@@ -256,11 +256,10 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
-void Socket::Shutdown(Direction direction)
+bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
-    if (shutdown(SystemSocket(m_handle), how) != 0)
-        ThrowSocketError(L"shutdown() failed", L"qpr::Socket::Shutdown");
+    return shutdown(SystemSocket(m_handle), how) == 0;
 }
 
 void Socket::Close()

@@ -1,0 +1,39 @@
+#include "protocol/PeekingInputStream.h"
+
+#include "protocol/ByteStreams.h"
+
+namespace qpr
+{
+
+void PeekingInputStreamBuffer::Settle()
+{
+    SocketReader reader(m_socket, m_waiter);
+    const auto read = static_cast<std::size_t>(gptr() - eback());
+    for (std::size_t taken = 0; taken < read;)
+        taken += reader.Read(m_bytes.data(), read - taken);
+    setg(nullptr, nullptr, nullptr);
+}
+
+PeekingInputStreamBuffer::int_type PeekingInputStreamBuffer::underflow()
+{
+    Settle();
+    for (;;)
+    {
+        m_waiter.Check();
+        if (const std::optional<std::size_t> size = m_socket.TryPeek(m_bytes.data(), m_bytes.size()))
+        {
+            setg(m_bytes.data(), m_bytes.data(), m_bytes.data() + *size);
+            return *size == 0 ? traits_type::eof() : traits_type::to_int_type(*gptr());
+        }
+        m_socket.WaitForInput(m_waiter);
+    }
+}
+
+PeekingInputStream::PeekingInputStream(Socket& socket, const IWaiter& waiter)
+    : std::istream(nullptr)
+    , m_buffer(socket, waiter)
+{
+    AttachStreamBuffer<char>(*this, m_buffer);
+}
+
+} // namespace qpr
