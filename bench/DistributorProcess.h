@@ -4,10 +4,9 @@
 #include "runtime/ChildProcess.h"
 #include "runtime/NamedPipe.h"
 
-#include <array>
+#include <fcntl.h>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace bench
 {
@@ -22,6 +21,8 @@ public:
         constexpr bool ours = true;
         qpr::PipePair input(false, ours);
         qpr::PipePair output(ours, false);
+        // Room for all that it says, which nobody reads.
+        fcntl(static_cast<int>(output.server.Handle().Value()), F_SETPIPE_SZ, 1 << 20);
         qpr::ProcessStart start;
         start.executablePath = ProgramPath("qx-distributor").wstring();
         start.arguments = {L"qx-distributor", L"--config", installation.ConfigurationPath().wstring(), L"--listen",
@@ -36,15 +37,7 @@ public:
         m_output = std::move(output.server);
         const std::string line = ReadLine();
         m_port = line.substr(line.rfind(':') + 1);
-        m_drain = std::thread([this] { Drain(); });
     }
-    ~DistributorProcess()
-    {
-        m_process.reset();
-        m_drain.join();
-    }
-    DistributorProcess(const DistributorProcess&) = delete;
-    DistributorProcess& operator=(const DistributorProcess&) = delete;
 
     const std::string& Port() const noexcept { return m_port; }
     std::uint32_t ProcessId() const noexcept { return m_process->ProcessId(); }
@@ -59,18 +52,9 @@ private:
         return line;
     }
 
-    void Drain()
-    {
-        qpr::PipeReader reader(m_output.Handle());
-        std::array<char, 4096> bytes;
-        while (reader.Read(bytes.data(), bytes.size()) != 0)
-            continue;
-    }
-
     std::optional<qpr::ChildProcess> m_process;
     qpr::PipeEnd m_output;
     std::string m_port;
-    std::thread m_drain; ///< takes what it says, so that it is never held up
 };
 
 } // namespace bench

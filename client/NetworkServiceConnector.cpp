@@ -61,14 +61,16 @@ void NetworkServiceConnector::OnServantAssigned(ServiceCallBase& call)
     PublishChange();
 }
 
+/// Nobody else hears of this connector's calls: a change matters when it lets the starter start one.
 void NetworkServiceConnector::PublishChange()
 {
-    m_starterEvent.Signal();
+    PublishChangeLater();
 }
 
 void NetworkServiceConnector::PublishChangeLater() noexcept
 {
-    m_starterEvent.Signal();
+    if (!m_waiting && !m_queue.IsEmpty())
+        m_starterEvent.Signal();
 }
 
 bool NetworkServiceConnector::Leave(ServiceCallBase& call)

@@ -16,6 +16,7 @@ namespace
 
 constexpr std::size_t maxClients = 1000;
 constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
+constexpr std::uint32_t tidyUpMs = 1000; // a session that has ended waits for the next client, or this long
 constexpr std::uint32_t greetingTimeMs = 100; // a new connection takes a few lines at once
 
 } // namespace
@@ -35,18 +36,24 @@ void Distributor::Run(const qpr::WaitObject& stop)
 {
     for (;;)
     {
-        std::vector<qpr::WaitObject> objects = {stop, m_sessions.EndedObject()};
+        std::vector<qpr::WaitObject> objects = {stop};
         if (m_canAccept)
             objects.push_back(m_listener.InputObject());
-        const std::uint32_t timeoutMs = m_canAccept ? qpr::Infinite : acceptRetryMs;
-        const int signalled = qpr::Thread::WaitForAnyObject(objects, L"qxd::Distributor::Run", timeoutMs, true);
+        const int signalled = qpr::Thread::WaitForAnyObject(objects, L"qxd::Distributor::Run", TimeoutMs(), true);
         if (signalled == 0)
             return WindDown();
-        m_sessions.RemoveEnded();
         m_canAccept = true;
-        if (signalled == 2)
+        if (signalled == 1)
             AcceptClients();
+        m_sessions.RemoveEnded();
     }
+}
+
+std::uint32_t Distributor::TimeoutMs() const noexcept
+{
+    if (!m_canAccept)
+        return acceptRetryMs;
+    return m_sessions.Size() != 0 ? tidyUpMs : qpr::Infinite;
 }
 
 void Distributor::AcceptClients()
@@ -66,6 +73,8 @@ void Distributor::AcceptClients()
 /// The greeting is not left to the session: the client reads it while the session's thread comes up.
 void Distributor::Welcome(qpr::Socket socket, const qpr::SocketAddress& address)
 {
+    if (m_sessions.Size() >= maxClients)
+        m_sessions.RemoveEnded();
     const bool isAccepted = m_sessions.Size() < maxClients;
     const std::string lines = m_greeting + (isAccepted ? "$ " : "! Too many clients\r\n");
     try

@@ -28,6 +28,7 @@ public:
     void Run(const qpr::WaitObject& stop);
 
 private:
+    std::uint32_t TimeoutMs() const noexcept;
     void AcceptClients();
     void Welcome(qpr::Socket socket, const qpr::SocketAddress& address);
     void WindDown();
