@@ -39,7 +39,7 @@ TEST(ThreadEventTest, HoldsOneSignalForOneWaitOrForAllUntilCleared)
 
 TEST(ThreadEventTest, OneSignalLetsOneOfManyWaitersPass)
 {
-    constexpr int roundCount = 2000;
+    constexpr int roundCount = 500;
     ThreadEvent turn(ThreadEvent::Kind_AutoReset);
     int passed = 0; // guarded by having the turn
     test::FunctionRunnable runnable(

@@ -73,6 +73,7 @@ int DieInTheTable(const std::vector<std::string>& arguments)
 int UseTheTableForEver(const std::vector<std::string>& arguments)
 {
     ChildTable child(arguments.at(0));
+    SayAndWait("ready"); // while others use the table for ever, starting takes long
     for (std::uint32_t i = 0;; ++i)
     {
         {
@@ -80,7 +81,7 @@ int UseTheTableForEver(const std::vector<std::string>& arguments)
             child.row.SumActiveWork(lock);
             child.row.Publish(lock, {{i % 2, 1, 1}, {}});
         }
-        if (i == 100)
+        if (i == 30)
             std::cout << "busy" << std::endl;
     }
 }
@@ -162,6 +163,10 @@ TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOther
     for (int round = 0; round < 3; ++round)
     {
         auto children = StartChildren(count, "worktable-use", test.name.Text());
+        for (PipedChild& child : children)
+            ASSERT_EQ("ready", child.ReadLine());
+        for (PipedChild& child : children)
+            child.Write("\n");
         for (PipedChild& child : children)
             ASSERT_EQ("busy", child.ReadLine());
         for (PipedChild& child : children)
