@@ -35,11 +35,12 @@ private:
     const Conversation m_conversation;
 };
 
-/// Open handles of this process, where the system shows them as files; else 0.
+/// Open handles of this process, where the system shows them as files; else 0. Under Wine the files are Wine's.
 std::ptrdiff_t CountOpenHandles()
 {
     std::error_code noSuchFolder;
-    const std::filesystem::directory_iterator handles("/proc/self/fd", noSuchFolder);
+    const std::filesystem::path folder = "/proc/self/fd";
+    const std::filesystem::directory_iterator handles(folder.is_absolute() ? folder : "", noSuchFolder);
     return std::distance(begin(handles), end(handles));
 }
 

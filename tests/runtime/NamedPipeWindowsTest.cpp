@@ -1,13 +1,42 @@
 #include "runtime/NamedPipe.h"
 
 #include "runtime/ThreadEvent.h"
+#include "runtime/windows/Handle.h"
 #include "support/ErrorOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cwchar>
+
 using qpr::PipePair;
 using test::ErrorOf;
+
+namespace
+{
+
+std::wstring NameOf(const qpr::PipeEnd& end)
+{
+    alignas(FILE_NAME_INFO) char room[1024]{};
+    EXPECT_TRUE(GetFileInformationByHandleEx(qpr::SystemHandleOf(end.Handle()), FileNameInfo, room, sizeof room));
+    const auto& info = reinterpret_cast<const FILE_NAME_INFO&>(room);
+    return std::wstring(info.FileName, info.FileNameLength / sizeof(wchar_t));
+}
+
+} // namespace
+
+TEST(NamedPipeWindows, HasANameOfItsOwn)
+{
+    const PipePair pipes[] = {{true, false}, {false, true}};
+    for (const PipePair& pipe : pipes)
+    {
+        wchar_t name[100];
+        std::swprintf(name, 100, L"\\FerndelPipes.%lu.%lu.0x%016zX", GetCurrentProcessId(), GetCurrentThreadId(),
+            reinterpret_cast<std::size_t>(&pipe));
+        EXPECT_EQ(NameOf(pipe.server), name);
+        EXPECT_EQ(NameOf(pipe.client), name);
+    }
+}
 
 TEST(NamedPipeWindows, ReportsABrokenPipe)
 {
