@@ -83,11 +83,11 @@ TEST_F(CheckTest, ShowsServicesAndDistributorAsConfigured)
         "<Servants><Servant RelativePath='b' QxServantLibraryVersion='11.0.0.0'><Services><Service Name='Zeta'>"
         "<ExpectedProcessorUsage>2</ExpectedProcessorUsage></Service></Services></Servant></Servants>"
         "</QxConfiguration>");
-    const std::string servant =
-        std::regex_replace(qpr::ToUtf8(directory.PathOf("b")), std::regex(R"(\\)"), R"(\\)"); // as JSON has it
+    const std::string servant = qpr::ToUtf8(directory.PathOf("b"));
+    const std::string servantInJson = std::regex_replace(servant, std::regex(R"(\\)"), R"(\\)");
     const std::string distributor = R"("distributor":{"host":"far","clientPort":"57555"}})";
     EXPECT_EQ(RunJson({L"services", L"--config", path}),
-        R"({"services":[{"name":"Zeta","servantPath":")" + servant
+        R"({"services":[{"name":"Zeta","servantPath":")" + servantInJson
             + R"(","is32Bit":true,"addressSpaceInMB":2048,"servantLibraryVersion":"11.0.0.0",)"
               R"("expectedProcessorUsage":"2","expectedMemoryUsageInMB":"","expectedResourceUsageHelpers":"",)"
               R"("crashDumpFlags":"1","crashDumpDirectory":"dumps"}],)"
