@@ -1,6 +1,6 @@
 #include "config/Arguments.h"
 
-#include "config/ErrorOf.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -31,15 +31,6 @@ TEST(Arguments, AreSplitAtBlanksAndGroupedByQuotes)
     }
 }
 
-TEST(Arguments, AreRefusedWithTheOffendingWord)
-{
-    for (const wchar_t* open : {L"'abc", L"a \"b c", L"k='v\""})
-        EXPECT_EQ(ErrorOf([&] { Arguments::Parse(open); }), L"Unexpected end of string") << open;
-    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a =x"); }), L"Syntax error in argument '=x'");
-    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a '=x y'"); }), L"Syntax error in argument '=x y'");
-    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a k=v").Positional(1); }), L"Missing required argument 1");
-}
-
 TEST(Arguments, TellAbsentNamesFromEmptyValues)
 {
     const Arguments arguments = Arguments::Parse(L"empty= full=x");
@@ -52,13 +43,19 @@ TEST(Arguments, TellAbsentNamesFromEmptyValues)
     EXPECT_EQ(arguments.NamedOrEmpty(L"full"), L"x");
 }
 
-TEST(Arguments, AreValidatedByCountAndName)
+TEST(Arguments, AreRefusedWithTheOffendingWord)
 {
+    for (const wchar_t* open : {L"'abc", L"a \"b c", L"k='v\""})
+        EXPECT_EQ(ErrorOf([&] { Arguments::Parse(open); }), "Unexpected end of string") << open;
+    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a =x"); }), "Syntax error in argument '=x'");
+    EXPECT_EQ(ErrorOf([] { Arguments::Parse(L"a '=x y'"); }), "Syntax error in argument '=x y'");
+
     const Arguments arguments = Arguments::Parse(L"a b B=1 A=2");
+    EXPECT_EQ(ErrorOf([&] { arguments.Positional(2); }), "Missing required argument 2");
     EXPECT_NO_THROW(arguments.Validate(2, 2, L"Line", {L"A", L"B"}));
     EXPECT_EQ(ErrorOf([&] { arguments.Validate(3, 4, L"Line", {}); }),
-        L"Line: Not enough positional arguments (got 2 but must be at least 3)");
+        "Line: Not enough positional arguments (got 2 but must be at least 3)");
     EXPECT_EQ(ErrorOf([&] { arguments.Validate(0, 1, L"Line", {}); }),
-        L"Line: Too many positional arguments (got 2 but must be at most 1)");
-    EXPECT_EQ(ErrorOf([&] { arguments.Validate(2, 2, L"Line", {L"C"}); }), L"Line: Invalid named argument 'A'");
+        "Line: Too many positional arguments (got 2 but must be at most 1)");
+    EXPECT_EQ(ErrorOf([&] { arguments.Validate(2, 2, L"Line", {L"C"}); }), "Line: Invalid named argument 'A'");
 }

@@ -1,8 +1,8 @@
 #include "config/Configuration.h"
 
-#include "config/ErrorOf.h"
 #include "config/TemporaryDirectory.h"
 #include "runtime/FilePath.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -103,11 +103,7 @@ TEST(Configuration, MayBeAlmostEmpty)
 
 TEST(Configuration, TheLastDefinitionOfAServiceCountsAndAnUnmetOneRemovesIt)
 {
-    const struct
-    {
-        std::string servants;
-        const wchar_t* names;
-    } cases[] = {
+    const std::pair<std::string, const wchar_t*> cases[] = {
         {Servant("a", "S") + Servant("b", "S", "ProcessorCount >= 8"), L"S "},
         {Servant("a", "S") + Servant("b", "S", "ProcessorCount > 8"), L""},
         {Servant("a", "S") + Servant("b", "S", "", "PhysicalMemorySizeInMB &lt; 16000"), L""},
@@ -117,7 +113,7 @@ TEST(Configuration, TheLastDefinitionOfAServiceCountsAndAnUnmetOneRemovesIt)
         {Servant("a", "S", "HostName > 1") + Servant("b", "T", "1 == 1", ""), L"T "},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(Names(Read("<Servants>" + c.servants + "</Servants>").services), c.names) << c.servants;
+        EXPECT_EQ(Names(Read("<Servants>" + c.first + "</Servants>").services), c.second) << c.first;
 
     const auto services = Read("<Servants>" + Servant("a", "S") + Servant("b", "S") + "</Servants>").services;
     EXPECT_TRUE(services.at(L"S")->servant->executablePath.ends_with(L"b"));
@@ -154,63 +150,56 @@ TEST(Configuration, ExtendsAServiceConfigurationFile)
         EXPECT_EQ(configuration.services.at(L"Both")->servant->executablePath, directory.PathOf("own.exe"));
     }
 
-    const std::wstring name = L"configuration file '" + directory.PathOf("base/s.xml") + L"': ";
-    const struct
-    {
-        const char* services;
-        std::wstring error;
-    } cases[] = {
-        {"<Service Name='S'/><Service Name='S'/>", L"Duplicate service name 'S'"},
-        {"<Service/>", L"Missing Name attribute in <Service> element"},
-        {"<Service Name='S' Mode='1'/>", name + L"Invalid attribute 'Mode' in element <Service>"},
-        {"<Other/>", name + L"Invalid child element <Other> in element <Services>"},
+    const std::string name = "configuration file '" + qpr::ToUtf8(directory.PathOf("base/s.xml")) + "': ";
+    const std::pair<const char*, std::string> cases[] = {
+        {"<Service Name='S'/><Service Name='S'/>", "Duplicate service name 'S'"},
+        {"<Service/>", "Missing Name attribute in <Service> element"},
+        {"<Service Name='S' Mode='1'/>", name + "Invalid attribute 'Mode' in element <Service>"},
+        {"<Other/>", name + "Invalid child element <Other> in element <Services>"},
     };
     for (const auto& c : cases)
     {
-        base(c.services);
-        EXPECT_EQ(ErrorOf([&] { read("base/s.xml"); }), c.error);
+        base(c.first);
+        EXPECT_EQ(ErrorOf([&] { read("base/s.xml"); }), c.second);
     }
 }
 
 TEST(Configuration, RefusesWhatItCannotUnderstand)
 {
-    const struct
-    {
-        std::string servant;
-        const wchar_t* error;
-    } cases[] = {
-        {"<Servant/>", L"Missing RelativePath attribute in <Servant> element"},
+    const std::pair<std::string, const char*> cases[] = {
+        {"<Servant/>", "Missing RelativePath attribute in <Servant> element"},
         {"<Servant RelativePath='\\\\server\\share\\x.exe'/>",
-            L"<Servant RelativePath='\\\\server\\share\\x.exe'> must be a relative path"},
-        {"<Servant RelativePath='C:\\x.exe'/>", L"<Servant RelativePath='C:\\x.exe'> must be a relative path"},
-        {"<Servant RelativePath='\\x'/>", L"<Servant RelativePath='\\x'> must be a relative path"},
+            "<Servant RelativePath='\\\\server\\share\\x.exe'> must be a relative path"},
+        {"<Servant RelativePath='C:\\x.exe'/>", "<Servant RelativePath='C:\\x.exe'> must be a relative path"},
+        {"<Servant RelativePath='\\x'/>", "<Servant RelativePath='\\x'> must be a relative path"},
         {"<Servant RelativePath='x' TargetPlatform='winx64'><HostRequirements>1 == 2</HostRequirements></Servant>",
-            L"Invalid target platform string 'winx64'"},
+            "Invalid target platform string 'winx64'"},
         {"<Servant RelativePath='x' IsLargeAddressAware='1'/>",
-            L"Invalid IsLargeAddressAware string '1': value must be a boolean."},
+            "Invalid IsLargeAddressAware string '1': value must be a boolean."},
         {"<Servant RelativePath='x' QxServantLibraryVersion='1.2'/>",
-            L"Invalid QxServantLibraryVersion '1.2' (Invalid number of components)"},
-        {Servant("x", ""), L"Missing 'Name' attribute in <Service> element"},
+            "Invalid QxServantLibraryVersion '1.2' (Invalid number of components)"},
+        {Servant("x", ""), "Missing 'Name' attribute in <Service> element"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(ErrorOf([&] { Read("<Servants>" + c.servant + "</Servants>"); }), c.error) << c.servant;
+        EXPECT_EQ(ErrorOf([&] { Read("<Servants>" + c.first + "</Servants>"); }), c.second) << c.first;
 }
 
 TEST(Configuration, FileErrorsNameThePath)
 {
     const TemporaryDirectory directory;
-    const std::wstring missing = directory.PathOf("none.xml");
-    EXPECT_EQ(ErrorOf([&] { ReadConfiguration(missing, Host()); }).find(L"CreateFile('" + missing + L"') failed"), 0u);
-    const std::wstring itself = directory.PathOf(".");
-    EXPECT_EQ(ErrorOf([&] { ReadDistributorSettings(itself); }).find(L"CreateFile('" + itself + L"') failed"), 0u);
-
+    for (const char* unreadable : {"none.xml", "."})
+    {
+        const std::wstring path = directory.PathOf(unreadable);
+        const std::string error = "CreateFile('" + qpr::ToUtf8(path) + "') failed";
+        EXPECT_EQ(ErrorOf([&] { ReadConfiguration(path, Host()); }).substr(0, error.size()), error);
+    }
     const std::wstring other = directory.Write("o.xml", "<Other/>");
     EXPECT_EQ(ErrorOf([&] { ReadDistributorSettings(other); }),
-        L"Invalid configuration file: document element is <Other> instead of <QxConfiguration>");
+        "Invalid configuration file: document element is <Other> instead of <QxConfiguration>");
     const std::wstring broken = directory.Write("b.xml", "<QxConfiguration>");
     EXPECT_EQ(ErrorOf([&] { ReadConfiguration(broken, Host()); }),
-        L"configuration file '" + broken
-            + L"': XML_ParseBuffer() failed, Expat error code = 3 (no element found), line 1, column 17");
+        "configuration file '" + qpr::ToUtf8(broken)
+            + "': XML_ParseBuffer() failed, Expat error code = 3 (no element found), line 1, column 17");
 }
 
 TEST(Configuration, IsLocatedBesideTheApplicationUnlessConfigured)

@@ -1,6 +1,6 @@
 #include "config/ExpectedUsage.h"
 
-#include "config/ErrorOf.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -85,28 +85,28 @@ TEST(ExpectedUsage, NamesTheServiceInEveryError)
         const wchar_t* memory;
         const wchar_t* helpers;
         Attributes attributes;
-        const wchar_t* error;
+        const char* error;
     } cases[] = {
         {L"B - 2 * ProcessorCount", L"1", L"", {{L"B", L"1"}},
-            L"ExpectedProcessorUsage of service 'S' evaluated to invalid value -15 using input variable values B = 1, "
-            L"ProcessorCount = 8"},
+            "ExpectedProcessorUsage of service 'S' evaluated to invalid value -15 using input variable values B = 1, "
+            "ProcessorCount = 8"},
         {L"1", L"if M == 'x' and T then -0.5 else 1", L"", {{L"M", L"x"}, {L"T", L"true"}},
-            L"ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -0.5 using input variable values "
-            L"M = 'x', T = true"},
-        {L"1", L"-1", L"", {}, L"ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -1"},
+            "ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -0.5 using input variable values "
+            "M = 'x', T = true"},
+        {L"1", L"-1", L"", {}, "ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -1"},
         {L"1", L"1", L"", {{L"ProcessorCount", L"1"}},
-            L"Illegal attribute ProcessorCount in service request attributes"},
-        {L"1", L"A", L"", {{L"A", L"x"}}, L"Invalid A string 'x': value is not a float."},
-        {L"1", L"A", L"", {}, L"Missing definition for helper variable 'A'"},
+            "Illegal attribute ProcessorCount in service request attributes"},
+        {L"1", L"A", L"", {{L"A", L"x"}}, "Invalid A string 'x': value is not a float."},
+        {L"1", L"A", L"", {}, "Missing definition for helper variable 'A'"},
         {L"1", L"if ProcessorCount == 'x' then 1 else 2", L"", {},
-            L"Reference to input variable ProcessorCount has incorrect type string, should be float"},
+            "Reference to input variable ProcessorCount has incorrect type string, should be float"},
         {L"1", L"1", L"ProcessorCount = 'x';", {},
-            L"Reference to input variable ProcessorCount has incorrect type string, should be float"},
-        {L"1 +", L"1", L"", {}, L"Missing token at end of ExpectedProcessorUsage of service 'S'"},
+            "Reference to input variable ProcessorCount has incorrect type string, should be float"},
+        {L"1 +", L"1", L"", {}, "Missing token at end of ExpectedProcessorUsage of service 'S'"},
         {L"1", L"true", L"", {},
-            L"Wrong result type bool (should be float) at end of ExpectedMemoryUsageInMB of service 'S'"},
+            "Wrong result type bool (should be float) at end of ExpectedMemoryUsageInMB of service 'S'"},
         {L"1", L"1", L"1", {},
-            L"Expected variable name but got '1' at position 1 of ExpectedResourceUsageHelpers of service 'S'"},
+            "Expected variable name but got '1' at position 1 of ExpectedResourceUsageHelpers of service 'S'"},
     };
     for (const auto& c : cases)
     {

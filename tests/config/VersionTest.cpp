@@ -1,6 +1,6 @@
 #include "config/Version.h"
 
-#include "config/ErrorOf.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
@@ -34,19 +34,19 @@ TEST(Version, NamesWhatIsWrongWithAText)
     {
         const wchar_t* text;
         const wchar_t* label;
-        const wchar_t* error;
+        const char* error;
     } cases[] = {
-        {L"15.1.1", L"", L"Invalid version string '15.1.1' (Invalid number of components)"},
-        {L"15.1.1.1.64.1", L"QX", L"Invalid QX '15.1.1.1.64.1' (Invalid number of components)"},
-        {L"", L"QX", L"Invalid QX '' (Invalid number of components)"},
+        {L"15.1.1", L"", "Invalid version string '15.1.1' (Invalid number of components)"},
+        {L"15.1.1.1.64.1", L"QX", "Invalid QX '15.1.1.1.64.1' (Invalid number of components)"},
+        {L"", L"QX", "Invalid QX '' (Invalid number of components)"},
         {L"x.1.1.1", L"QX",
-            L"Invalid QX 'x.1.1.1' (Invalid major version number string 'x': value is not an unsigned int.)"},
-        {L"1..1.1", L"QX", L"Invalid QX '1..1.1' (Invalid minor version number string '': no value given.)"},
-        {L"1.1.-1.1", L"QX", L"Invalid QX '1.1.-1.1' (Invalid build number string '-1': value must be 0 or higher.)"},
+            "Invalid QX 'x.1.1.1' (Invalid major version number string 'x': value is not an unsigned int.)"},
+        {L"1..1.1", L"QX", "Invalid QX '1..1.1' (Invalid minor version number string '': no value given.)"},
+        {L"1.1.-1.1", L"QX", "Invalid QX '1.1.-1.1' (Invalid build number string '-1': value must be 0 or higher.)"},
         {L"1.1.1.wcmods", L"QX",
-            L"Invalid QX '1.1.1.wcmods' (Invalid revision number string 'wcmods': value is not an unsigned int.)"},
+            "Invalid QX '1.1.1.wcmods' (Invalid revision number string 'wcmods': value is not an unsigned int.)"},
         {L"1.1.1.1.4294967296", L"QX",
-            L"Invalid QX '1.1.1.1.4294967296' (Invalid bitness string '4294967296': value is not an unsigned int.)"},
+            "Invalid QX '1.1.1.1.4294967296' (Invalid bitness string '4294967296': value is not an unsigned int.)"},
     };
     for (const auto& c : cases)
         EXPECT_EQ(ErrorOf([&] { Version::Parse(c.text, c.label); }), c.error);
