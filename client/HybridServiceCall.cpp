@@ -98,8 +98,8 @@ std::optional<qpr::WaitObject> HybridServiceCall::GiveUpObject() const
 /// The call's thread ends after this; finishing the call queues it again.
 void HybridServiceCall::FallBackToLocal(const std::exception& error)
 {
-    m_connector.OnNetworkStartFailed(*this);
     LogDecision(L"Failed to start call on network: " + qpr::ErrorText(error) + L". Call will be executed locally.");
+    m_connector.OnNetworkStartFailed(*this); // last: nothing may fail once the call is to go back
 }
 
 } // namespace QxClient

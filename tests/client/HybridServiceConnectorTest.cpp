@@ -84,42 +84,6 @@ TEST_F(HybridServiceConnectorTest, CallsTooLargeForTheComputerGoToTheNetworkAndS
     EXPECT_EQ(LastRequest().Notifications(), "");
 }
 
-TEST_F(HybridServiceConnectorTest, SaysWhyACallIsSentToTheNetwork)
-{
-    struct Case
-    {
-        const wchar_t* processors;
-        const wchar_t* memory;
-        const wchar_t* service;
-        std::string log;
-    };
-    const std::string attempting = " Attempting to execute call on network first.\r\n";
-    const Case cases[] = {
-        {L"4", L"4000", L"Work", ""},
-        {L"4.1", L"4001", L"Work", tooManyProcessors},
-        {L"4", L"4001", L"Work",
-            "[HybridServiceConnector] Expected memory usage exceeds local memory usage limit." + attempting},
-        {L"1", L"1", L"Other",
-            "[HybridServiceConnector] Service not available locally. Call will be executed on network.\r\n"},
-    };
-    auto& connector = Make();
-    for (const Case& c : cases)
-    {
-        Call(connector, L"1", c.processors, c.memory, c.service);
-        EXPECT_EQ(LastRequest().Log(), c.log);
-    }
-}
-
-TEST_F(HybridServiceConnectorTest, ACallThatIsNotOfferedHereFailsWithTheNetwork)
-{
-    auto& connector = Make();
-    auto* call = Call(connector, L"1", L"1", L"1", L"Other");
-    m_executor->Await("network 1");
-    m_executor->Fail("1", L"no distributor");
-    call->Wait();
-    EXPECT_EQ(LastRequest().Notifications(), "error: no distributor;");
-}
-
 TEST_F(HybridServiceConnectorTest, AFailureAfterTheServantWasAssignedIsTheCalls)
 {
     auto& connector = Make();

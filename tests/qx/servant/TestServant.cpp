@@ -54,6 +54,12 @@ int Hang(qxservant::Connection& connection)
     return 0;
 }
 
+int Where(qxservant::Connection& connection)
+{
+    connection.Output() << (connection.IsLocal() ? "here\n" : "elsewhere\n");
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -65,5 +71,9 @@ int main(int argc, char** argv)
             {L"FirstLine", FirstLine},
             {L"Log", Log},
             {L"Hang", Hang},
+            {L"Where", Where},
+            {L"Here", Where},
+            {L"There", Where},
+            {L"Narrow", Where},
         });
 }
