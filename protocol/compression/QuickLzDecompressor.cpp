@@ -19,9 +19,6 @@ namespace
 
 constexpr std::uint32_t NeverEntered = 0xFFFFFFFFu;
 
-/// Where a position goes that is no token's start: behind the table, so that no branch is needed.
-constexpr std::uint32_t NoIndex = TableSize;
-
 constexpr std::size_t CopyStep = 16;
 
 /// What one step may touch: a control word, the longest run of literals, a match; copies rounded up.
@@ -32,6 +29,14 @@ inline void CopyPiece(std::uint8_t* to, const std::uint8_t* from)
 {
     StoreUnaligned(to, LoadUnaligned<std::uint64_t>(from));
     StoreUnaligned(to + sizeof(std::uint64_t), LoadUnaligned<std::uint64_t>(from + sizeof(std::uint64_t)));
+}
+
+/// Up to two steps, each by one store: the packet is never what was just written.
+inline void CopyLiterals(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
+{
+    std::memcpy(to, from, CopyStep);
+    if (size > CopyStep)
+        std::memcpy(to + CopyStep, from + CopyStep, CopyStep);
 }
 
 /// In words of 8 bytes, one after the other: right for ranges at least that far apart, and a word that is soon read
@@ -115,15 +120,14 @@ inline void Unpacking::EnterUpTo(std::size_t end)
 
 /// Enters the match and the two positions before it, as far as they are literals. What is copied stands at the source
 /// too, and has the index by which that was found.
-
 inline void Unpacking::EnterAround(std::size_t match, std::size_t source, std::uint32_t index)
 {
     if (m_entered != match)
     {
-        const std::uint32_t bytes =
-            m_data[match - 2] | m_data[match - 1] << 8 | LoadUnaligned<std::uint16_t>(m_data + source) << 16;
-        m_table[m_entered + 2 <= match ? TableIndex(bytes) : NoIndex] = static_cast<std::uint32_t>(match - 2);
-        m_table[TableIndex(bytes >> 8)] = static_cast<std::uint32_t>(match - 1);
+        const std::uint32_t bytes = m_data[match - 1] | LoadUnaligned<std::uint16_t>(m_data + source) << 8;
+        if (m_entered + 2 <= match)
+            m_table[TableIndex(m_data[match - 2] | bytes << 8)] = static_cast<std::uint32_t>(match - 2);
+        m_table[TableIndex(bytes)] = static_cast<std::uint32_t>(match - 1);
     }
     m_table[index] = static_cast<std::uint32_t>(match);
 }
@@ -132,7 +136,7 @@ inline void Unpacking::EnterAround(std::size_t match, std::size_t source, std::u
 inline void Unpacking::TakeStep()
 {
     const int literals = std::countr_zero(m_control);
-    CopyRounded(m_data + m_out, m_in, static_cast<std::size_t>(literals));
+    CopyLiterals(m_data + m_out, m_in, static_cast<std::size_t>(literals));
     m_in += literals;
     m_out += static_cast<std::size_t>(literals);
     m_control >>= literals;

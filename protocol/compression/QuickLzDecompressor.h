@@ -15,7 +15,7 @@ public:
     void Decompress(const PacketHeader& header, std::span<const std::uint8_t> packet, std::uint8_t* data);
 
 private:
-    std::uint32_t m_table[TableSize + 1];
+    std::uint32_t m_table[TableSize];
 };
 
 } // namespace qpr::quicklz
