@@ -1,53 +1,16 @@
 #include "protocol/ByteStreams.h"
 
-#include "runtime/IReader.h"
+#include "PieceReader.h"
 #include "runtime/IWriter.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
-#include <string>
-#include <vector>
+
+using compression_test::PieceReader;
 
 namespace
 {
-
-/// No std::exception, as an interrupt is none.
-struct GivenUp
-{
-};
-
-/// Hands out the data in pieces, remembers how much was asked for, and throws when it reaches the mark '!'.
-class ScriptedReader : public qpr::IReader
-{
-public:
-    explicit ScriptedReader(std::string data, std::size_t pieceSize = 1000000)
-        : m_data(std::move(data))
-        , m_pieceSize(pieceSize)
-    {
-    }
-
-    std::size_t Read(void* buffer, std::size_t size) override
-    {
-        requests.push_back(size);
-        const std::string piece = m_data.substr(0, std::min(size, m_pieceSize));
-        if (piece.starts_with('!'))
-            throw GivenUp();
-        const std::size_t count = std::min(piece.size(), piece.find('!'));
-        std::memcpy(buffer, piece.data(), count);
-        m_data.erase(0, count);
-        return count;
-    }
-    bool InputPending() override { return isPending; }
-
-    std::vector<std::size_t> requests;
-    bool isPending = true;
-
-private:
-    std::string m_data;
-    std::size_t m_pieceSize;
-};
 
 class ScriptedWriter : public qpr::IWriter
 {
@@ -68,7 +31,6 @@ public:
 using InputStream = qpr::GenericInputStream<qpr::IReader>;
 using OutputStream = qpr::GenericOutputStream<qpr::IWriter>;
 using Pieces = std::vector<std::string>;
-using Requests = std::vector<std::size_t>;
 
 } // namespace
 
@@ -81,7 +43,7 @@ TEST(ByteStreams, ReadsWhateverThePiecesAre)
     {
         for (const std::size_t bufferSize : {1, 10, 4096})
         {
-            ScriptedReader reader(data, pieceSize);
+            PieceReader reader(data, pieceSize);
             InputStream stream(reader, bufferSize);
             std::string line;
             std::getline(stream, line);
@@ -95,51 +57,44 @@ TEST(ByteStreams, ReadsWhateverThePiecesAre)
     }
 }
 
-TEST(ByteStreams, OneByteBufferTakesNoByteTooMany)
+TEST(ByteStreams, LargeReadsPassTheBufferByAndABufferOfOneByteTakesNoneTooMany)
 {
-    ScriptedReader reader("$ rest");
-    InputStream stream(reader, 1);
-    EXPECT_EQ(stream.get(), '$');
-    EXPECT_EQ(stream.get(), ' ');
-    char rest[10];
-    EXPECT_EQ(std::string(rest, reader.Read(rest, sizeof rest)), "rest");
-}
-
-TEST(ByteStreams, LargeReadsPassTheBufferBy)
-{
-    ScriptedReader reader(std::string(50, 'x'));
+    PieceReader reader(std::string(50, 'x') + "$ rest");
     InputStream stream(reader, 16);
     char target[100];
     stream.read(target, 4); // fills the buffer
-    stream.read(target, 36); // empties it and takes the rest of its own
-    EXPECT_EQ(reader.requests, (Requests{16, 24}));
+    stream.read(target, 46); // empties it and takes the rest of its own
+    InputStream oneByte(reader, 1);
+    EXPECT_EQ(oneByte.get(), '$');
+    EXPECT_EQ(oneByte.get(), ' ');
+    EXPECT_EQ(std::string(target, reader.Read(target, 100)), "rest");
+    EXPECT_EQ(reader.requests, (std::vector<std::size_t>{16, 34, 1, 1, 100}));
 }
 
 TEST(ByteStreams, TellsWhatCanBeReadWithoutBlocking)
 {
-    ScriptedReader reader("abcdef", 3);
+    PieceReader reader("", 3, false);
     InputStream stream(reader, 10);
-    reader.isPending = false;
     char target[10];
     EXPECT_FALSE(stream.InputPending());
     EXPECT_EQ(stream.readsome(target, 10), 0);
-    reader.isPending = true;
+    reader.Arrive("abcdef");
     EXPECT_EQ(stream.readsome(target, 10), 3);
     EXPECT_EQ(stream.get(), 'd');
-    reader.isPending = false;
     EXPECT_TRUE(stream.InputPending()) << "two bytes are buffered";
     EXPECT_EQ(stream.readsome(target, 10), 2);
-    reader.isPending = true;
+    EXPECT_FALSE(stream.InputPending());
+    reader.Close();
     EXPECT_EQ(stream.readsome(target, 10), 0);
     EXPECT_TRUE(stream.eof());
 }
 
 TEST(ByteStreams, ReaderFailuresComeThroughAndStay)
 {
-    ScriptedReader reader("ab!");
+    PieceReader reader("ab", 10, false);
     InputStream stream(reader, 10);
     std::string word;
-    EXPECT_THROW(stream >> word, GivenUp);
+    EXPECT_THROW(stream >> word, compression_test::NothingThere);
     EXPECT_THROW(stream.get(), std::ios_base::failure);
 }
 
@@ -157,30 +112,21 @@ TEST(ByteStreams, CollectsSmallWritesAndPassesLargeOnesOn)
     EXPECT_EQ(stream.BytesTransferred(), 30U);
 }
 
-TEST(ByteStreams, DropsWhatIsNotFlushed)
-{
-    ScriptedWriter writer;
-    {
-        OutputStream stream(writer, 8);
-        stream << "ab";
-        stream.Abandon();
-        stream << "cd" << std::flush << "ef";
-    }
-    EXPECT_EQ(writer.pieces, (Pieces{"cd"}));
-}
-
-TEST(ByteStreams, NeverSendsAgainWhatFailed)
+TEST(ByteStreams, DropsWhatIsNotFlushedAndNeverSendsAgainWhatFailed)
 {
     ScriptedWriter writer;
     OutputStream stream(writer, 8);
-    writer.isBroken = true;
     stream << "ab";
+    stream.Abandon();
+    stream << "cd" << std::flush << "ef";
+    writer.isBroken = true;
     EXPECT_THROW(stream.flush(), std::runtime_error);
     writer.isBroken = false;
-    EXPECT_THROW(stream << 'c', std::ios_base::failure);
+    EXPECT_THROW(stream << 'g', std::ios_base::failure);
     stream.clear();
     stream.flush();
-    EXPECT_EQ(writer.pieces, Pieces());
+    stream << 'h';
+    EXPECT_EQ(writer.pieces, (Pieces{"cd"}));
 }
 
 TEST(ByteStreams, IgnoresTheApplicationsLocale)

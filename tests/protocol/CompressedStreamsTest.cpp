@@ -112,47 +112,36 @@ TYPED_TEST(CompressedStreams, AnswersAreReadWithoutWaitingForMore)
     std::ostringstream sent;
     typename TypeParam::Writer writer(sent);
     Receiver<typename TypeParam::Reader> receiver{PieceReader("", 65536, false)};
-    for (const std::string& answer : {Text(10), Text(70000), Runs(300000), "x"s})
-    {
-        sent.str("");
-        writer.Write(answer.data(), answer.size());
-        writer.Flush();
-        EXPECT_FALSE(receiver.reader.InputPending());
-        const std::string frames = sent.str();
-        for (const char byte : frames.substr(0, 3))
+    for (const std::size_t requestSize : {1 << 20, 100})
+        for (const std::string& answer : {Text(10), Text(70000), Runs(300000), "x"s})
         {
-            receiver.channel.Arrive({&byte, 1});
-            EXPECT_FALSE(receiver.reader.InputPending()) << "no whole frame has arrived";
+            sent.str("");
+            writer.Write(answer.data(), answer.size());
+            writer.Flush();
+            const std::string frames = sent.str();
+            writer.Flush();
+            EXPECT_EQ(sent.str(), frames) << "there was nothing more to send";
+            EXPECT_FALSE(receiver.reader.InputPending());
+            for (const char byte : frames.substr(0, 3))
+            {
+                receiver.channel.Arrive({&byte, 1});
+                EXPECT_FALSE(receiver.reader.InputPending()) << "no whole frame has arrived";
+            }
+            receiver.channel.Arrive(frames.substr(3));
+            EXPECT_TRUE(receiver.reader.InputPending());
+            std::string got;
+            while (got.size() < answer.size())
+                got += receiver.Read(requestSize);
+            EXPECT_TRUE(got == answer);
         }
-        receiver.channel.Arrive(frames.substr(3));
-        EXPECT_TRUE(receiver.reader.InputPending());
-        std::string got;
-        while (got.size() < answer.size())
-            got += receiver.Read(1 << 20);
-        EXPECT_TRUE(got == answer);
-    }
     receiver.channel.Close();
     EXPECT_TRUE(receiver.reader.InputPending());
     EXPECT_EQ(receiver.Read(10), "");
 }
 
-TYPED_TEST(CompressedStreams, ASecondFlushSendsNothing)
-{
-    std::ostringstream channel;
-    typename TypeParam::Writer writer(channel);
-    writer.Write("data", 4);
-    writer.Flush();
-    const std::string once = channel.str();
-    writer.Flush();
-    EXPECT_EQ(channel.str(), once);
-}
-
 TYPED_TEST(CompressedStreams, RefusesMalformedFrames)
 {
-    const struct
-    {
-        std::string bytes, error;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "no error"},
         {"x", "Expected delimiter '[' (91) at start of compressed block but got 'x' (120)"},
         {"[0|]", "Invalid compressed block length 0"},
@@ -169,8 +158,8 @@ TYPED_TEST(CompressedStreams, RefusesMalformedFrames)
     };
     for (const auto& item : cases)
     {
-        SCOPED_TRACE(item.bytes);
-        EXPECT_EQ(ReadError<typename TypeParam::Reader>(item.bytes), item.error);
+        SCOPED_TRACE(item.first);
+        EXPECT_EQ(ReadError<typename TypeParam::Reader>(item.first), item.second);
     }
 }
 
@@ -186,25 +175,22 @@ TEST(BlockedQLZ14, CutsBlocksOf65536Bytes)
     EXPECT_EQ(channel.str().substr(65553), "[4473|\x46\x79\x11\0\0\x70\x11\0\0"s + data.substr(65536) + "]");
 }
 
-TEST(BlockedQLZ14, RefusesMalformedPackets)
+TEST(CompressingCodecs, RefuseWhatTheirCodecsDo)
 {
-    EXPECT_EQ(ReadError<qpr::BlockedQLZ14Reader>("[3|\x44\x03\0]"s), "Invalid uncompressed block length 0");
-    EXPECT_EQ(ReadError<qpr::BlockedQLZ14Reader>("[1|\x44]"), "Invalid compressed data: header cut off");
+    using qpr::BlockedQLZ14Reader, qpr::BlockedRawDeflateReader;
+    EXPECT_EQ(ReadError<BlockedQLZ14Reader>("[3|\x44\x03\0]"s), "Invalid uncompressed block length 0");
+    EXPECT_EQ(ReadError<BlockedQLZ14Reader>("[1|\x44]"), "Invalid compressed data: header cut off");
+    EXPECT_EQ(ReadError<BlockedRawDeflateReader>("[3|\xFF\xFF\xFF]"), "inflate() failed, zlib result code = -3");
+    EXPECT_EQ(ReadError<BlockedRawDeflateReader>("[2|\x03\0]"s), "inflate() failed, zlib result code = 1");
 }
 
-TEST(BlockedRawDeflate, RefusesWhatInflateDoes)
+TEST(CompressingCodecs, RefuseBuffersThatNoFrameFits)
 {
-    EXPECT_EQ(ReadError<qpr::BlockedRawDeflateReader>("[3|\xFF\xFF\xFF]"), "inflate() failed, zlib result code = -3");
-    EXPECT_EQ(ReadError<qpr::BlockedRawDeflateReader>("[2|\x03\0]"s), "inflate() failed, zlib result code = 1");
-}
-
-TEST(BlockedRawDeflate, OutputBeyondTheBufferNeedsNoFurtherFrame)
-{
-    const std::string data(10000, 'a');
-    Receiver<qpr::BlockedRawDeflateReader> receiver{PieceReader(Compress<RawDeflate>(data), 65536, false)};
-    std::string got;
-    while (got.size() < data.size())
-        got += receiver.Read(100);
-    EXPECT_EQ(got, data);
-    EXPECT_FALSE(receiver.reader.InputPending());
+    std::ostringstream channel;
+    for (const std::size_t size : {0, 6, 10485761})
+        EXPECT_EQ(test::ErrorOf([&] { qpr::BlockedRawDeflateWriter(channel, size); }),
+            "qpr::BlockedRawDeflateWriter::BlockedRawDeflateWriter: invalid bufferSize");
+    for (const std::size_t size : {0, 10485761})
+        EXPECT_EQ(test::ErrorOf([&] { qpr::BlockedQLZ14Writer(channel, size); }),
+            "qpr::BlockedQLZ14Writer::BlockedQLZ14Writer: invalid blockSize");
 }

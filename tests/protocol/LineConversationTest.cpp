@@ -39,11 +39,7 @@ TEST(LineConversationTest, ReadsPrompts)
     EXPECT_FALSE(qxm::ReadPrompt(refused, reason));
     EXPECT_EQ(reason, L"too busy");
 
-    const struct
-    {
-        const wchar_t* input;
-        const char* error;
-    } cases[] = {
+    const std::pair<const wchar_t*, const char*> cases[] = {
         {L"$x", "Expected prompt but received '$x'"},
         {L"!\n", "Expected prompt but received '!\n'"},
         {L"$", "Expected prompt but received '$'"},
@@ -51,8 +47,8 @@ TEST(LineConversationTest, ReadsPrompts)
     };
     for (const auto& c : cases)
     {
-        std::wistringstream input(c.input);
-        EXPECT_EQ(test::ErrorOf([&] { qxm::ReadPrompt(input, reason); }), c.error);
+        std::wistringstream input(c.first);
+        EXPECT_EQ(test::ErrorOf([&] { qxm::ReadPrompt(input, reason); }), c.second);
     }
 }
 

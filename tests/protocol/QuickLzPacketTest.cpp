@@ -89,10 +89,7 @@ TEST(QuickLzPacket, UnpacksPacketsWrittenByHand)
 
 TEST(QuickLzPacket, RefusesHostilePackets)
 {
-    const struct
-    {
-        std::string packet, error;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "Invalid compressed data: header cut off"},
         {"\x45\x03", "Invalid compressed data: header cut off"},
         {"\x47\x09\0\0\0\x01\0\0"s, "Invalid compressed data: header cut off"},
@@ -113,9 +110,9 @@ TEST(QuickLzPacket, RefusesHostilePackets)
     };
     for (const auto& item : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(item.packet));
-        EXPECT_EQ(UnpackError(item.packet), item.error);
-        EXPECT_FALSE(ReferenceUnpacker().Unpack(item.packet));
+        SCOPED_TRACE(testing::PrintToString(item.first));
+        EXPECT_EQ(UnpackError(item.first), item.second);
+        EXPECT_FALSE(ReferenceUnpacker().Unpack(item.first));
     }
 }
 

@@ -2,14 +2,11 @@
 
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "support/ChildMain.h"
-
-/// Data of every kind that goes over a connection, the same in every run (but for the program's own bytes).
+/// Data of every kind that goes over a connection, the same in every run.
 namespace compression_test
 {
 
@@ -23,19 +20,6 @@ inline std::string Text(std::size_t size)
         text += words[random() % std::size(words)];
     text.resize(size);
     return text;
-}
-
-inline std::string Binary(std::size_t size)
-{
-    std::ifstream program(test::OwnPath(), std::ios::binary);
-    std::string bytes(size, '\0');
-    for (std::size_t done = 0; done < size; done += static_cast<std::size_t>(program.gcount()))
-    {
-        program.clear();
-        program.seekg(0);
-        program.read(bytes.data() + done, static_cast<std::streamsize>(size - done));
-    }
-    return bytes;
 }
 
 inline std::string Numbers(std::size_t size)
@@ -73,8 +57,7 @@ struct DataKind
     std::string (*make)(std::size_t size);
 };
 
-inline constexpr DataKind dataKinds[] = {
-    {"text", Text}, {"binary", Binary}, {"numbers", Numbers}, {"runs", Runs}, {"noise", Noise}};
+inline constexpr DataKind dataKinds[] = {{"text", Text}, {"numbers", Numbers}, {"runs", Runs}, {"noise", Noise}};
 
 inline constexpr std::size_t dataSizes[] = {1, 9, 215, 216, 65535, 65536, 65537, 10485760};
 

@@ -23,11 +23,7 @@ TEST(ServiceRequestAttributesTest, AreWrittenInKeyOrderAndReadBack)
 
 TEST(ServiceRequestAttributesTest, WhatTheRequestLineCannotCarryIsRefused)
 {
-    const struct
-    {
-        ServiceRequestAttributes attributes;
-        const char* text;
-    } cases[] = {
+    const std::pair<ServiceRequestAttributes, const char*> cases[] = {
         {{{L"Size", L"a b"}}, "a b"},
         {{{L"a\tb", L"1"}}, "a\tb"},
         {{{L"Size", L" "}}, " "},
@@ -37,8 +33,8 @@ TEST(ServiceRequestAttributesTest, WhatTheRequestLineCannotCarryIsRefused)
     };
     for (const auto& c : cases)
     {
-        EXPECT_EQ(test::ErrorOf([&] { qxm::SerialiseAttributes(c.attributes); }),
-            "Invalid service request attribute key or value '" + std::string(c.text) + "'");
+        EXPECT_EQ(test::ErrorOf([&] { qxm::SerialiseAttributes(c.first); }),
+            "Invalid service request attribute key or value '" + std::string(c.second) + "'");
     }
 }
 

@@ -43,11 +43,7 @@ constexpr const char* notEncoded = "WideCharToMultiByte() failed in qpr::UTF8Out
 
 TEST(Utf8Streams, ReadsTextAndNamesWhatIsNone)
 {
-    const struct
-    {
-        std::string bytes;
-        std::wstring text;
-    } cases[] = {
+    const std::pair<std::string, std::wstring> cases[] = {
         {"", L""}, {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", L"a\u00E4\u20AC\U0001F600\U0010FFFF"},
         {"a\x80", L"aInvalid lead byte (0x80) in UTF-8 input stream"},
         {"\xF8\x88\x80\x80\x80", L"Invalid lead byte (0xF8) in UTF-8 input stream"},
