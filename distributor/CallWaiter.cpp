@@ -15,8 +15,9 @@ void CallWaiter::Check() const
 
 void CallWaiter::WaitFor(const qpr::WaitObject& object, const wchar_t* location) const
 {
-    const std::array<qpr::WaitObject, 3> objects = {object, m_cancellation.Object(), m_logSocket.InputObject()};
-    if (qpr::Thread::WaitForAnyObject(objects, location) == 2)
+    // The first of several counts: what a client breaks off by going is told as its going.
+    const std::array<qpr::WaitObject, 3> objects = {m_logSocket.InputObject(), m_cancellation.Object(), object};
+    if (qpr::Thread::WaitForAnyObject(objects, location) == 0)
         m_cancellation.Cancel();
     m_cancellation.ThrowIfCancelled();
 }
