@@ -1,6 +1,7 @@
 #include "client/ConnectorFixture.h"
 
 #include "client/ConversationExecutor.h"
+#include "client/OpenHandles.h"
 #include "config/Configuration.h"
 #include "config/TemporaryDirectory.h"
 #include "support/ChildMain.h"
@@ -18,6 +19,7 @@ namespace
 {
 
 using QxClient::LocalServiceConnector;
+using test::CountOpenHandles;
 using Conversation = std::function<void(qxmi::IServiceConnectionW&)>;
 
 class ConversingRequest final : public test::RecordingRequest
@@ -34,15 +36,6 @@ public:
 private:
     const Conversation m_conversation;
 };
-
-/// Open handles of this process, where the system shows them as files; else 0. Under Wine the files are Wine's.
-std::ptrdiff_t CountOpenHandles()
-{
-    std::error_code noSuchFolder;
-    const std::filesystem::path folder = "/proc/self/fd";
-    const std::filesystem::directory_iterator handles(folder.is_absolute() ? folder : "", noSuchFolder);
-    return std::distance(begin(handles), end(handles));
-}
 
 std::string ReadAll(qxmi::IServiceConnectionW& connection)
 {
