@@ -9,22 +9,6 @@
 using qpr::ProcessMutex;
 using test::ErrorOf;
 
-TEST(ProcessMutex, OpensOnlyWhatExists)
-{
-    const test::UniqueName name;
-    ProcessMutex first, second;
-    EXPECT_FALSE(first.TryOpen(name.Local()));
-    first.OpenOrCreate(name.Local(), test::ForEveryone());
-    EXPECT_TRUE(second.TryOpen(name.Local()));
-
-    first.Acquire(0);
-    std::thread([&] { EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { second.Acquire(0); })); })
-        .join();
-    first.Release();
-    second.Acquire(0);
-    second.Release();
-}
-
 TEST(ProcessMutex, ReportsADeadOwnerOnceAndIsFreeAgain)
 {
     const test::UniqueName name;

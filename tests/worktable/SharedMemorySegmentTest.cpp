@@ -6,20 +6,6 @@
 
 using qpr::SharedMemorySegment;
 
-TEST(SharedMemorySegment, IsOneMemoryByWhateverWayItIsOpened)
-{
-    const test::UniqueName name;
-    EXPECT_EQ(nullptr, SharedMemorySegment::TryOpenReadOnly(name.Local(), 100));
-    SharedMemorySegment first(name.Local(), 100, test::ForEveryone());
-    SharedMemorySegment second(name.Local(), 100, test::ForEveryone());
-    EXPECT_EQ(0, static_cast<char*>(second.Address())[99]);
-    static_cast<char*>(first.Address())[99] = 7;
-    EXPECT_EQ(7, static_cast<char*>(second.Address())[99]);
-    const auto readOnly = SharedMemorySegment::TryOpenReadOnly(name.Local(), 100);
-    ASSERT_NE(nullptr, readOnly);
-    EXPECT_EQ(7, static_cast<const char*>(readOnly->Address())[99]);
-}
-
 TEST(SharedMemorySegment, RefusesASmallerOneBeyondItsPage)
 {
     const test::UniqueName name;
