@@ -122,12 +122,12 @@ TEST_F(HybridCallPosixTest, AWaitingCallComesBackWhenThereIsRoomHere)
             waits.Signal();
             client.Stall();
         });
-    const std::wstring configuration = Configuration(qpr::ToUtf8(distributor.Port()), "Here");
-    test::RunningProgram holder(Start(
-        configuration, L"<LocalServiceConnector NoWaitCallMemoryUsageLimitInMB='1000000'/>", {L"Hang", limit, L"M=1"}));
+    const std::wstring own = Configuration(qpr::ToUtf8(distributor.Port()), "Here");
+    test::RunningProgram holder(
+        Start(own, L"<LocalServiceConnector NoWaitCallMemoryUsageLimitInMB='1000000'/>", {L"Hang", limit, L"M=1"}));
     holder.WaitForErrors("hanging");
-    test::RunningProgram waiting(Start(configuration,
-        L"<HybridServiceConnector MaxRunningNoWaitCalls='0' MaxRunningCalls='1'/>", {L"Where", L"P=1", L"M=1"}));
+    test::RunningProgram waiting(Start(
+        own, L"<HybridServiceConnector MaxRunningNoWaitCalls='0' MaxRunningCalls='1'/>", {L"Where", L"P=1", L"M=1"}));
     waits.Wait();
     EXPECT_EQ(
         requestLine, "call Where WithLog=true ServiceRequestAttributes=\"2 M 1 P 1\" LoopbackToLocalMachine=false\r\n");
