@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,13 +25,13 @@ public:
     void Await(const std::string& event)
     {
         std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [&] { return m_events.count(event) != 0; });
+        m_changed.wait(lock, [&] { return m_events.contains(event); });
     }
 
     bool Happened(const std::string& event)
     {
         std::lock_guard lock(m_lock);
-        return m_events.count(event) != 0;
+        return m_events.contains(event);
     }
 
     /// Lets the call go on: a waiting network call gets its servant, a running one ends.
@@ -108,7 +109,7 @@ private:
     void Tell(const char* what, const qxm::ICallContext& call)
     {
         std::lock_guard lock(m_lock);
-        m_events.insert({std::string(what) + ' ' + IdOf(call), 1});
+        m_events.insert(std::string(what) + ' ' + IdOf(call));
         m_changed.notify_all();
     }
 
@@ -134,7 +135,7 @@ private:
 
     std::mutex m_lock;
     std::condition_variable m_changed;
-    std::map<std::string, int> m_events;
+    std::set<std::string> m_events;
     std::map<std::string, std::wstring> m_failures;
     std::map<std::string, qpr::ThreadEvent> m_steps;
 };
