@@ -91,29 +91,4 @@ qxm::DistributorRequest RunningDistributor::Request(qxm::DistributorServiceReque
         HostNamed(L"client", L"here"), nullptr);
 }
 
-std::string ReadToEnd(qpr::Socket& socket)
-{
-    qpr::SocketReader reader(socket);
-    std::string all;
-    char buffer[4096];
-    while (const std::size_t count = reader.Read(buffer, sizeof buffer))
-        all.append(buffer, count);
-    return all;
-}
-
-void WriteTo(qpr::Socket& socket, const std::string& bytes)
-{
-    qpr::SocketWriter(socket).Write(bytes.data(), bytes.size());
-}
-
-std::string ReadLineFrom(qpr::Socket& socket)
-{
-    qpr::SocketReader reader(socket);
-    std::string line;
-    char byte = 0;
-    while (!line.ends_with('\n') && reader.Read(&byte, 1) != 0)
-        line += byte;
-    return line;
-}
-
 } // namespace test

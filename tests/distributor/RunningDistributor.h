@@ -8,6 +8,7 @@
 #include "runtime/IRunnable.h"
 #include "runtime/Thread.h"
 #include "runtime/ThreadEvent.h"
+#include "support/SocketText.h"
 
 #include <condition_variable>
 #include <filesystem>
@@ -83,11 +84,5 @@ private:
     qxd::Distributor m_distributor;
     qpr::Thread m_thread;
 };
-
-std::string ReadToEnd(qpr::Socket& socket);
-void WriteTo(qpr::Socket& socket, const std::string& bytes);
-
-/// Up to the line feed, that included.
-std::string ReadLineFrom(qpr::Socket& socket);
 
 } // namespace test

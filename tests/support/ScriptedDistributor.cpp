@@ -1,6 +1,7 @@
 #include "support/ScriptedDistributor.h"
 
 #include "runtime/Errors.h"
+#include "support/SocketText.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ std::string DistributorGreeting(const std::string& version)
 
 void ScriptedClient::Send(std::string_view bytes)
 {
-    qpr::SocketWriter(m_socket).Write(bytes.data(), bytes.size());
+    WriteTo(m_socket, bytes);
 }
 
 void ScriptedClient::SendBytewise(std::string_view bytes)
@@ -28,12 +29,7 @@ void ScriptedClient::SendBytewise(std::string_view bytes)
 
 std::string ScriptedClient::ReadLine()
 {
-    qpr::SocketReader reader(m_socket);
-    std::string line;
-    char byte = 0;
-    while (!line.ends_with('\n') && reader.Read(&byte, 1) != 0)
-        line += byte;
-    return line;
+    return ReadLineFrom(m_socket);
 }
 
 std::string ScriptedClient::AcceptRequest()
