@@ -1,24 +1,90 @@
 #include "distributor/CallJournal.h"
 
-#include "runtime/Thread.h"
 #include "runtime/Utf8.h"
 
+#include <array>
 #include <exception>
+#include <utility>
 
 namespace qxd
 {
+namespace
+{
+
+constexpr std::uint32_t endTimeMs = 1000;
+
+} // namespace
+
+CallJournal::CallJournal(qpr::IWriter& output)
+    : m_output(output)
+    , m_thread(*this)
+{
+}
+
+CallJournal::~CallJournal()
+{
+    try
+    {
+        m_isEnding.Signal();
+        m_thread.WaitForCompletion(endTimeMs);
+    }
+    catch (const std::exception&)
+    {
+    }
+}
 
 void CallJournal::WriteLine(const std::wstring& line) noexcept
 {
     try
     {
-        const qpr::NonInterruptibleSection section;
-        const std::string bytes = qpr::ToUtf8(line) + "\n";
         const qpr::ScopedLock lock(m_lock);
-        m_output.Write(bytes.data(), bytes.size());
+        Keep(qpr::ToUtf8(line) + "\n");
+        m_hasLines.Signal();
     }
     catch (const std::exception&)
     {
+    }
+}
+
+void CallJournal::Keep(std::string line)
+{
+    if (m_lines.size() >= maxLinesKept)
+    {
+        ++m_lostCount;
+        return;
+    }
+    if (m_lostCount != 0)
+        m_lines.push_back(std::to_string(std::exchange(m_lostCount, 0)) + " lines lost\n");
+    m_lines.push_back(std::move(line));
+}
+
+std::optional<std::string> CallJournal::TakeLine()
+{
+    const qpr::ScopedLock lock(m_lock);
+    if (m_lines.empty())
+        return std::nullopt;
+    std::string line = std::move(m_lines.front());
+    m_lines.pop_front();
+    return line;
+}
+
+void CallJournal::Run()
+{
+    const std::array<qpr::WaitObject, 2> events = {m_hasLines.Object(), m_isEnding.Object()};
+    bool isEnding = false;
+    while (!isEnding)
+    {
+        isEnding = qpr::Thread::WaitForAnyObject(events, L"qxd::CallJournal::Run") == 1;
+        while (const std::optional<std::string> line = TakeLine())
+        {
+            try
+            {
+                m_output.Write(line->data(), line->size());
+            }
+            catch (const std::exception&)
+            {
+            }
+        }
     }
 }
 

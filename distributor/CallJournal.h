@@ -1,29 +1,49 @@
 #pragma once
 
+#include "runtime/IRunnable.h"
 #include "runtime/IWriter.h"
 #include "runtime/Mutex.h"
+#include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
 
+#include <cstddef>
+#include <deque>
+#include <optional>
 #include <string>
 
 namespace qxd
 {
 
-/// What the distributor tells the person who started it: a line for each event. Any thread may write; a line that
-/// cannot be written is lost.
-class CallJournal
+/// What the distributor tells the person who started it: a line for each event. Any thread may write; a thread of the
+/// journal's own passes the lines on, so that no call waits for an output that nobody reads. What comes beyond the
+/// lines that it keeps for such an output is lost, which it tells later, and so is a line that cannot be written.
+class CallJournal final : private qpr::IRunnable
 {
 public:
+    static constexpr std::size_t maxLinesKept = 1000;
+
     /// Not owned; outlives the journal.
-    explicit CallJournal(qpr::IWriter& output)
-        : m_output(output)
-    {
-    }
+    explicit CallJournal(qpr::IWriter& output);
+
+    /// What is left has a second to be written.
+    ~CallJournal() override;
 
     void WriteLine(const std::wstring& line) noexcept;
 
 private:
+    void Run() override;
+    void HandleError(const std::exception&) override { }
+
+    void Keep(std::string line) QX_REQUIRES(m_lock);
+    std::optional<std::string> TakeLine();
+
+    qpr::IWriter& m_output; // not owned
     qpr::Mutex m_lock;
-    qpr::IWriter& m_output QX_GUARDED_BY(m_lock); // not owned
+    std::deque<std::string> m_lines QX_GUARDED_BY(m_lock);
+    std::size_t m_lostCount QX_GUARDED_BY(m_lock) = 0;
+    qpr::ThreadEvent m_hasLines{qpr::ThreadEvent::Kind_AutoReset};
+    qpr::ThreadEvent m_isEnding{qpr::ThreadEvent::Kind_ManualReset};
+    qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
 };
 
 } // namespace qxd
