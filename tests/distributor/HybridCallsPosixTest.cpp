@@ -122,7 +122,7 @@ TEST(HybridCallsPosixTest, EveryCallEndsOnceWhateverTheDistributorDoes)
     const unsigned seed = test::FromEnvironment("QX_TEST_SEED", 1);
     const test::RandomCalls calls{.seed = seed,
         .threads = 4,
-        .callsPerThread = static_cast<int>(test::FromEnvironment("QX_TEST_CALLS", 400) / 4)};
+        .callsPerThread = static_cast<int>(test::FromEnvironment("QX_TEST_CALLS", 200) / 4)};
     const test::TestConfiguration configuration;
     const test::UniqueName table;
     UnreliableDistributor distributor(configuration.Path(), seed);

@@ -85,10 +85,11 @@ void RunningDistributor::HandleError(const std::exception& error)
     ADD_FAILURE() << "distributor: " << error.what();
 }
 
-qxm::DistributorRequest RunningDistributor::Request(qxm::DistributorServiceRequest request) const
+qxm::DistributorRequest RunningDistributor::Request(
+    qxm::DistributorServiceRequest request, const std::wstring& clientHost) const
 {
     return qxm::DistributorRequest(Address().ToText(), std::to_wstring(Address().Port()), std::move(request),
-        HostNamed(L"client", L"here"), nullptr);
+        HostNamed(L"client", clientHost), nullptr);
 }
 
 } // namespace test

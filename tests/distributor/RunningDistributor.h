@@ -64,8 +64,8 @@ public:
     qpr::SocketAddress Address() const { return m_distributor.Address(); }
     JournalLines& Journal() { return m_lines; }
 
-    /// A request of a client on a computer called "here".
-    qxm::DistributorRequest Request(qxm::DistributorServiceRequest request) const;
+    qxm::DistributorRequest Request(
+        qxm::DistributorServiceRequest request, const std::wstring& clientHost = L"here") const;
     qxm::DistributorRequest Request(const std::wstring& serviceName) const
     {
         return Request({serviceName, {}, true, false});
