@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <set>
+#include <sstream>
 
 using test::ProgramEnd;
 
@@ -24,10 +25,9 @@ protected:
         return names;
     }
 
-    /// The result column by file name, and how many lines there are in all.
     std::vector<std::string> JobLines() const
     {
-        std::ifstream log(directory.Path() / "jobs", std::ios::binary);
+        std::istringstream log(Content("jobs"));
         std::vector<std::string> lines;
         for (std::string line; std::getline(log, line);)
             lines.push_back(line);

@@ -23,7 +23,6 @@ TEST_F(FormulaTest, ExprEvaluatesWhatItCan)
         std::vector<std::wstring> arguments;
         ProgramEnd end;
     } cases[] = {
-        {{L"1 / 0"}, {0, "read as   div(1, 0)\ntype      float\nvalue     inf\n", ""}},
         {{L"A > 1"}, {0, "read as   gt(float A, 1)\ntype      bool\nvariable  float A\n", ""}},
         {{L"--helpers", L"H = S == 'a'; I = 1;", L"I > 0", L"I=-1"},
             {0, "read as   gt(float I, 0)\ntype      bool\nvariable  string S\nvalue     false\n", ""}},
