@@ -59,7 +59,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     fuzz::Require(byOne.starts_with(inOneGo), "larger requests lose nothing but what an error takes along");
 
     std::ostringstream channel;
-    qpr::BlockedRawDeflateWriter writer(channel, 7 + data[0]);
+    qpr::BlockedRawDeflateWriter writer(channel, qpr::BlockedRawDeflateWriter::MinBufferSize + data[0]);
     writer.Write(bytes.data(), bytes.size());
     writer.Flush();
     fuzz::Require(Unpack(channel.str(), 7, false) == bytes.substr(0, MaxOutput), "what was written is read");

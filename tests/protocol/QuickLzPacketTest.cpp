@@ -1,43 +1,16 @@
+#include "PacketCodec.h"
 #include "ReferenceUnpacker.h"
 #include "SampleData.h"
 
-#include "protocol/compression/QuickLzCompressor.h"
-#include "protocol/compression/QuickLzDecompressor.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
-
-#include <memory>
 
 using namespace compression_test;
 using namespace std::string_literals;
 
 namespace
 {
-
-const std::uint8_t* Bytes(std::string_view text)
-{
-    return reinterpret_cast<const std::uint8_t*>(text.data());
-}
-
-std::string Pack(const std::string& data)
-{
-    qpr::quicklz::Compressor compressor;
-    std::string packet(qpr::quicklz::Compressor::PacketRoom(data.size()), '\0');
-    packet.resize(compressor.Compress(Bytes(data), data.size(), reinterpret_cast<std::uint8_t*>(packet.data())));
-    return packet;
-}
-
-/// Copies of exact size on the heap, so that the sanitizer sees every byte too far.
-std::string Unpack(const std::string& packet)
-{
-    qpr::quicklz::Decompressor decompressor;
-    const std::vector<std::uint8_t> exactPacket(packet.begin(), packet.end());
-    const auto header = qpr::quicklz::ReadHeader(exactPacket);
-    const auto data = std::make_unique_for_overwrite<std::uint8_t[]>(header.dataSize);
-    decompressor.Decompress(header, exactPacket, data.get());
-    return std::string(data.get(), data.get() + header.dataSize);
-}
 
 std::string UnpackError(const std::string& packet)
 {
