@@ -28,6 +28,9 @@ bool CloseDescriptor(NativeHandle handle) noexcept
     return close(DescriptorOf(handle)) == 0 || errno == EINTR;
 }
 
+/// Half of what a pipe holds: the reader begins with one half while the other is written.
+constexpr std::size_t pieceSize = 32768;
+
 bool StopBlocking(NativeHandle handle) noexcept
 {
     return fcntl(DescriptorOf(handle), F_SETFL, O_NONBLOCK) == 0;
@@ -133,7 +136,8 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     const SigPipeBlock block;
     for (;;)
     {
-        const ssize_t count = write(DescriptorOf(m_handle), next, left);
+        const std::size_t piece = std::min(left, pieceSize);
+        const ssize_t count = write(DescriptorOf(m_handle), next, piece);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && errno != EAGAIN)
@@ -146,6 +150,8 @@ void IOWriter::Write(const void* buffer, std::size_t size)
         left -= written;
         if (left == 0)
             break;
+        if (written == piece)
+            continue;
         m_waiter.WaitFor({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
     }
     Thread::CheckInterrupt();
