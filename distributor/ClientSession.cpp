@@ -138,7 +138,7 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(
         if (!place.HasSlot())
             throw qpr::RuntimeError(L"The distributor is stopping");
         const AttendedWaiter waiter(m_socket, logConnectionTimeMs);
-        LogListener listener(m_socket);
+        LogListener listener(m_socket.GetLocalAddress(), m_socket.GetRemoteAddress());
         conversation.WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
         conversation.Flush();
         // The servant comes up while the client connects.

@@ -14,9 +14,9 @@ qpr::SocketAddress AnyPortOf(const qpr::SocketAddress& address)
 
 } // namespace
 
-LogListener::LogListener(const qpr::Socket& clientSocket)
-    : m_clientAddress(clientSocket.GetRemoteAddress())
-    , m_listener(qpr::Socket::Listen(AnyPortOf(clientSocket.GetLocalAddress()), backlog))
+LogListener::LogListener(const qpr::SocketAddress& ownAddress, const qpr::SocketAddress& clientAddress)
+    : m_clientAddress(clientAddress)
+    , m_listener(qpr::Socket::Listen(AnyPortOf(ownAddress), backlog))
 {
 }
 

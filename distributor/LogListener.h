@@ -13,8 +13,8 @@ namespace qxd
 class LogListener
 {
 public:
-    /// Not owned; outlives the listener.
-    explicit LogListener(const qpr::Socket& clientSocket);
+    /// The addresses of the client's connection: this end's and the client's own.
+    LogListener(const qpr::SocketAddress& ownAddress, const qpr::SocketAddress& clientAddress);
 
     std::uint16_t Port() const { return m_listener.GetLocalAddress().Port(); }
 

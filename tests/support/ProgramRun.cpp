@@ -147,6 +147,11 @@ std::uint32_t RunningProgram::ProcessId() const
     return m_state->process->ProcessId();
 }
 
+void RunningProgram::Kill()
+{
+    m_state->process->Terminate();
+}
+
 std::string RunningProgram::WaitForOutput(const std::string& text)
 {
     return m_state->output->WaitForText(text);

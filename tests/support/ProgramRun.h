@@ -42,6 +42,9 @@ public:
 
     std::uint32_t ProcessId() const;
 
+    /// Ends the program by force; it can be waited for then.
+    void Kill();
+
     /// What the program has written so far, once that holds the text or the program has ended.
     std::string WaitForOutput(const std::string& text);
     std::string WaitForErrors(const std::string& text);
