@@ -4,11 +4,7 @@
 
 TEST(CommandLineText, IsQuotedWhereItMustBe)
 {
-    const struct
-    {
-        std::wstring argument;
-        std::wstring text;
-    } cases[] = {
+    const std::pair<std::wstring, std::wstring> cases[] = {
         {L"plain", L"plain"},
         {L"", L"\"\""},
         {L"two words", L"\"two words\""},

@@ -39,13 +39,8 @@ private:
 
 TEST_F(ControlGroupTest, TheTightestLevelOfEitherVersionCounts)
 {
-    const struct
-    {
-        const char* name;
-        Files files;
-        double processors; ///< 0: not limited
-        std::uint64_t memoryInBytes;
-    } cases[] = {
+    // name, files, processors and bytes of memory: 0 where there is no limit
+    const std::tuple<const char*, Files, double, std::uint64_t> cases[] = {
         {"every level",
             {{"membership", "4:memory:/other\n0::/slice/job\n"}, {"fs/slice/job/cpu.max", "max 100000\n"},
                 {"fs/slice/cpu.max", "150000 100000\n"}, {"fs/slice/job/memory.max", "1000\n"},
@@ -74,12 +69,12 @@ TEST_F(ControlGroupTest, TheTightestLevelOfEitherVersionCounts)
                 {"fs/cpu/cpu.cfs_quota_us", "1\n"}, {"fs/memory/memory.limit_in_bytes", "x\n"}},
             0, 0},
     };
-    for (const auto& c : cases)
+    for (const auto& [name, files, processors, memoryInBytes] : cases)
     {
-        SCOPED_TRACE(c.name);
-        Write(c.files);
+        SCOPED_TRACE(name);
+        Write(files);
         const ControlGroupLimits limits = Read();
-        EXPECT_EQ(limits.processors.IsNull() ? 0 : limits.processors.Value(), c.processors);
-        EXPECT_EQ(limits.memoryInBytes.IsNull() ? 0 : limits.memoryInBytes.Value(), c.memoryInBytes);
+        EXPECT_EQ(limits.processors.IsNull() ? 0 : limits.processors.Value(), processors);
+        EXPECT_EQ(limits.memoryInBytes.IsNull() ? 0 : limits.memoryInBytes.Value(), memoryInBytes);
     }
 }

@@ -16,24 +16,17 @@ using namespace qpr;
 /// What an application's global locale may do to numbers.
 struct GroupingNumbers : std::numpunct<wchar_t>
 {
-    wchar_t do_thousands_sep() const override { return L'.'; }
     std::string do_grouping() const override { return "\3"; }
 };
 
-TEST(ErrorsTest, SystemErrorNamesCallPlaceNumberAndDescription)
+TEST(ErrorsTest, SystemErrorsNameCallPlaceNumberAndDescription)
 {
+    const auto message = [](std::uint32_t error)
+    { return FromUtf8(test::ErrorOf([error] { ThrowSystemErrorWithNumber(L"Read() failed", L"f", error, 1); })); };
     const std::wstring description(WithoutLineEnd(DescribeSystemError(5, nullptr).text));
     ASSERT_FALSE(description.empty());
-    EXPECT_EQ(L"CreateEvent() failed in qpr::ThreadEvent::ThreadEvent.13, error number = 0x5: " + description,
-        FromUtf8(test::ErrorOf(
-            [] { ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ThreadEvent::ThreadEvent", 5, 13); })));
-}
-
-TEST(ErrorsTest, SystemError64ComesWithoutThePlaceAndAnUnknownOneWithoutADescription)
-{
-    const auto message = [](std::uint32_t error) { return SystemErrorMessage(L"Read() failed", L"f", 1, error); };
+    EXPECT_EQ(L"Read() failed in f.1, error number = 0x5: " + description, message(5));
     EXPECT_TRUE(message(64).starts_with(L"Read() failed, error number = 0x40: "));
-    EXPECT_TRUE(message(65).starts_with(L"Read() failed in f.1, error number = 0x41: "));
     EXPECT_TRUE(message(0xDEADBEEF)
                     .starts_with(L"Read() failed in f.1, error number = 0xdeadbeef: ???: FormatMessage() failed, "
                                  L"error number = "));
@@ -54,9 +47,6 @@ TEST(ErrorsTest, SocketErrorsAreDescribedByTheTable)
     EXPECT_EQ(
         L"WSASend() failed in f.7, Winsock error number = 10035: Resource temporarily unavailable.", message(10035));
     EXPECT_EQ(L"WSASend() failed, Winsock error number = 10053: Software caused connection abort.", message(10053));
-    EXPECT_EQ(L"WSASend() failed, Winsock error number = 10054: Connection reset by peer.", message(10054));
-    EXPECT_EQ(L"WSASend() failed, Winsock error number = 10061: Connection refused.", message(10061));
-    EXPECT_EQ(L"WSASend() failed in f.7, Winsock error number = 10062: ???", message(10062));
     EXPECT_EQ(L"WSASend() failed in f.7, Winsock error number = 995: Overlapped operation aborted.", message(995));
     EXPECT_EQ(L"WSASend() failed in f.7, Winsock error number = 0: ???", message(0));
 }
@@ -71,7 +61,6 @@ TEST(ErrorsTest, GlobalLocaleDoesNotChangeTheNumbers)
 
 TEST(ErrorsTest, TextSurvivesTheWayThroughWhat)
 {
-    EXPECT_STREQ("Gr\xC3\xBC\xC3\x9F\x65", RuntimeError(L"Gr\u00FC\u00DFe").what());
     EXPECT_EQ(L"Gr\u00FC\u00DFe", ErrorText(RuntimeError(L"Gr\u00FC\u00DFe")));
     EXPECT_EQ(L"x\uFFFDy", ErrorText(std::runtime_error("x\xFFy")));
 }

@@ -88,6 +88,8 @@ TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
     EXPECT_EQ(ErrorOf([&] { writer.Write("d", 1); }), "Call cancelled");
     EXPECT_EQ(ErrorOf([&] { reader.Read(bytes, 1); }), "Call cancelled");
     EXPECT_EQ(ErrorOf([&] { reader.InputPending(); }), "Call cancelled");
+    cancellation.AdoptCurrentThread(); // it learns of its own call's end as of an interrupt
+    EXPECT_THROW(reader.Read(bytes, 1), qpr::InterruptException);
     EXPECT_EQ(qpr::PipeReader(pipe.server.Handle()).Read(bytes, sizeof bytes), 3U);
     sender.join();
 }

@@ -12,16 +12,11 @@ using qpr::SocketAddress;
 
 TEST(SocketAddressTest, WritesAddressesWithoutThePort)
 {
-    EXPECT_EQ(SocketAddress().ToText(), L"0.0.0.0");
     EXPECT_EQ(SocketAddress(SocketAddress::Family::IPv4, {192, 168, 0, 255}, 80).ToText(), L"192.168.0.255");
     EXPECT_EQ(
         SocketAddress(SocketAddress::Family::IPv6, {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 80)
             .ToText(),
         L"2001:DB8:0:0:0:0:0:1");
-    EXPECT_EQ(SocketAddress(SocketAddress::Family::IPv6,
-                  {255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255}, 80)
-                  .ToText(),
-        L"FFFF:FFFF:FFFF:FFFF:FFFF:FFFF:FFFF:FFFF");
 }
 
 TEST(SocketAddressTest, TellsHostsApart)
@@ -42,27 +37,15 @@ TEST(SocketAddressTest, ResolvesHostsAndPorts)
 
 TEST(SocketAddressTest, RefusesWhatIsNoAddress)
 {
-    const std::string lookupFailed = "GetAddrInfo() failed in qpr::SocketAddress::SetRemoteAddress.";
-    struct Case
+    const auto error = [](const wchar_t* host, const wchar_t* service)
+    { return test::ErrorOf([&] { SocketAddress::Resolve(host, service); }); };
+    EXPECT_EQ(error(L"::1", L"7"), "No remote address found for host '::1' and service '7'");
+    EXPECT_THAT(error(L"", L"7"), testing::EndsWith(", Winsock error number = 11001: Host not found."));
+    for (const wchar_t* service : {L"", L"65536", L"-1", L"no-such-service"})
     {
-        const wchar_t* host;
-        const wchar_t* service;
-        std::string start;
-        std::string end;
-    };
-    const Case cases[] = {
-        {L"::1", L"7", "No remote address found for host '::1' and service '7'", ""},
-        {L"", L"7", lookupFailed, ", Winsock error number = 11001: Host not found."},
-        {L"127.0.0.1", L"", lookupFailed, ", Winsock error number = 10109: Class type not found."},
-        {L"127.0.0.1", L"65536", lookupFailed, ", Winsock error number = 10109: Class type not found."},
-        {L"127.0.0.1", L"-1", lookupFailed, ", Winsock error number = 10109: Class type not found."},
-        {L"127.0.0.1", L"no-such-service", lookupFailed, ", Winsock error number = 10109: Class type not found."},
-    };
-    for (const Case& c : cases)
-    {
-        const std::string error = test::ErrorOf([&] { SocketAddress::Resolve(c.host, c.service); });
-        EXPECT_THAT(error, testing::StartsWith(c.start));
-        EXPECT_THAT(error, testing::EndsWith(c.end));
+        EXPECT_THAT(error(L"127.0.0.1", service),
+            testing::AllOf(testing::StartsWith("GetAddrInfo() failed in qpr::SocketAddress::SetRemoteAddress."),
+                testing::EndsWith(", Winsock error number = 10109: Class type not found.")));
     }
 }
 

@@ -146,11 +146,7 @@ TEST(ThreadTest, NoInterruptOfManyIsLost)
 
 TEST(ThreadTest, WhatLeavesTheRunnableEndsItsThreadOnly)
 {
-    struct
-    {
-        std::function<void()> body;
-        const char* error;
-    } const cases[] = {
+    const std::pair<std::function<void()>, const char*> cases[] = {
         {[] { throw RuntimeError(L"Gr\u00FC\u00DFe"); }, "Gr\xC3\xBC\xC3\x9F\x65"},
         {[] { throw 1; }, "Unknown exception"},
         {[] { throw InterruptException(); }, "interrupted"},
@@ -164,18 +160,12 @@ TEST(ThreadTest, WhatLeavesTheRunnableEndsItsThreadOnly)
         EXPECT_TRUE(thread.HasCompleted());
         EXPECT_EQ(error, runnable.Outcome());
     }
-}
-
-TEST(ThreadTest, FailingErrorHandlerEndsItsThreadOnly)
-{
     struct : IRunnable
     {
         void Run() override { throw RuntimeError(L"first"); }
         void HandleError(const std::exception&) override { throw RuntimeError(L"second"); }
-    } runnable;
-    Thread thread(runnable);
-    thread.WaitForCompletion(patienceMs);
-    EXPECT_TRUE(thread.HasCompleted());
+    } failingTwice;
+    Thread(failingTwice).WaitForCompletion(patienceMs);
 }
 
 TEST(ThreadTest, CompletionIsSeenWhenItIsThere)

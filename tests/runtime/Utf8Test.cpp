@@ -21,11 +21,7 @@ std::wstring DecodeInPieces(const std::string& bytes, std::size_t pieceSize)
 
 TEST(Utf8, GivesTheSameTextHoweverTheBytesAreCutAndGoesBackWhenItIsOne)
 {
-    const struct
-    {
-        std::string bytes;
-        std::wstring text;
-    } cases[] = {
+    const std::pair<std::string, std::wstring> cases[] = {
         {"", L""},
         {std::string("a\0b\n", 4), std::wstring(L"a\0b\n", 4)},
         {"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80", L"\u007F\u0080\u07FF\u0800"},
