@@ -49,6 +49,16 @@ std::wstring Names(const ServicesMap& services)
     return names;
 }
 
+std::wstring Describe(const Configuration& configuration, const wchar_t* name)
+{
+    const LocalServiceInfo& service = *configuration.services.at(name);
+    const ServantInfo& servant = *service.servant;
+    return service.name + L" " + service.expectedProcessorUsage + L"|" + service.expectedMemoryUsageInMB + L"|"
+        + service.expectedResourceUsageHelpers + L"|" + servant.crashDumpFlags + L" " + servant.crashDumpDirectory
+        + L"|" + servant.executablePath + (servant.is32Bit ? L"|32-bit|" : L"|64-bit|")
+        + std::to_wstring(servant.addressSpaceInMB);
+}
+
 } // namespace
 
 TEST(Configuration, ListsServantsAndTheirServices)
@@ -72,25 +82,13 @@ TEST(Configuration, ListsServantsAndTheirServices)
     EXPECT_EQ(configuration.distributor.clientPort, L"4711");
     EXPECT_EQ(Names(configuration.services), L"Gzip Old Render ");
 
-    const LocalServiceInfo& render = *configuration.services.at(L"Render");
-    EXPECT_EQ(render.name, L"Render");
-    EXPECT_EQ(render.expectedProcessorUsage, L"1");
-    EXPECT_EQ(render.expectedMemoryUsageInMB, L"M");
-    EXPECT_EQ(render.expectedResourceUsageHelpers, L"M = 2;");
-    EXPECT_EQ(render.servant->crashDumpFlags, L"7");
-    EXPECT_EQ(render.servant->crashDumpDirectory, L"dumps");
-    EXPECT_EQ(render.servant->executablePath, directory.PathOf("bin/x.exe"));
-    EXPECT_FALSE(render.servant->is32Bit);
-    EXPECT_EQ(render.servant->addressSpaceInMB, 8388608u);
-    EXPECT_TRUE(render.servant->LibraryIsAtLeast({11, 0, 0}));
-    EXPECT_FALSE(render.servant->LibraryIsAtLeast({11, 0, 1}));
-    EXPECT_EQ(configuration.services.at(L"Gzip")->servant, render.servant);
-
-    const ServantInfo& old = *configuration.services.at(L"Old")->servant;
-    EXPECT_EQ(old.executablePath, directory.PathOf("conf/old.exe"));
-    EXPECT_TRUE(old.is32Bit);
-    EXPECT_EQ(old.addressSpaceInMB, 4096u);
-    EXPECT_FALSE(old.LibraryIsAtLeast({0, 0, 0}));
+    EXPECT_EQ(Describe(configuration, L"Render"),
+        L"Render 1|M|M = 2;|7 dumps|" + directory.PathOf("bin/x.exe") + L"|64-bit|8388608");
+    EXPECT_TRUE(configuration.services.at(L"Render")->servant->LibraryIsAtLeast({11, 0, 0}));
+    EXPECT_FALSE(configuration.services.at(L"Render")->servant->LibraryIsAtLeast({11, 0, 1}));
+    EXPECT_EQ(configuration.services.at(L"Gzip")->servant, configuration.services.at(L"Render")->servant);
+    EXPECT_EQ(Describe(configuration, L"Old"), L"Old |||7 dumps|" + directory.PathOf("conf/old.exe") + L"|32-bit|4096");
+    EXPECT_FALSE(configuration.services.at(L"Old")->servant->LibraryIsAtLeast({0, 0, 0}));
 }
 
 TEST(Configuration, MayBeAlmostEmpty)
@@ -143,11 +141,8 @@ TEST(Configuration, ExtendsAServiceConfigurationFile)
     {
         const Configuration configuration = read(path);
         EXPECT_EQ(Names(configuration.services), L"Base Both ");
-        const LocalServiceInfo& service = *configuration.services.at(L"Base");
-        EXPECT_EQ(service.servant->executablePath, directory.PathOf("base/b.exe"));
-        EXPECT_EQ(service.servant->crashDumpFlags, L"1");
-        EXPECT_EQ(service.servant->addressSpaceInMB, 2048u);
-        EXPECT_EQ(configuration.services.at(L"Both")->servant->executablePath, directory.PathOf("own.exe"));
+        EXPECT_EQ(Describe(configuration, L"Base"), L"Base |||1 |" + directory.PathOf("base/b.exe") + L"|32-bit|2048");
+        EXPECT_EQ(Describe(configuration, L"Both"), L"Both |||1 |" + directory.PathOf("own.exe") + L"|32-bit|2048");
     }
 
     const std::string name = "configuration file '" + qpr::ToUtf8(directory.PathOf("base/s.xml")) + "': ";

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <limits>
+#include <sstream>
 #include <thread>
 
 using namespace qxm;
@@ -16,8 +16,6 @@ namespace
 {
 
 using Attributes = std::map<std::wstring, std::wstring>;
-
-constexpr float infinite = std::numeric_limits<float>::infinity();
 
 qpr::CountedPtr<LocalServiceInfo> Service(
     const wchar_t* processors, const wchar_t* memory, const wchar_t* helpers = L"")
@@ -36,84 +34,66 @@ LocalLimits Limits(std::uint64_t processors, std::uint64_t memoryInMB)
     return LocalLimits(processors, memoryInMB, {});
 }
 
+/// With 8 processors and 450 MB: the number of processors to use, processors and MB; or the error.
+std::string Outcome(const LocalServiceInfo& service, const Attributes& attributes)
+{
+    std::ostringstream text;
+    const std::string error = ErrorOf(
+        [&]
+        {
+            const ExpectedUsage usage = ComputeExpectedUsage(service, attributes, Limits(8, 450), 1);
+            EXPECT_EQ(usage.addressSpaceExcessInMB, usage.memoryInMB - 2048);
+            text << usage.numberOfProcessorsToUse << ": " << usage.processors << ", " << usage.memoryInMB;
+        });
+    return error == "no error" ? text.str() : error;
+}
+
 } // namespace
 
 TEST(ExpectedUsage, ComesFromTheFormulasAndTheAttributes)
 {
-    const struct
-    {
-        const wchar_t* processors;
-        const wchar_t* memory;
-        const wchar_t* helpers;
-        Attributes attributes;
-        std::uint32_t numberOfProcessors;
-        float expectedProcessors;
-        float expectedMemory;
-    } cases[] = {
-        // The memory decides the number of processors; limits are 8 processors and 450 MB.
-        {L"ProcessorCount", L"100 * ProcessorCount", L"", {}, 4, 4, 400},
-        {L"ProcessorCount", L"450 / 8 * ProcessorCount", L"", {}, 8, 8, 450},
-        {L"ProcessorCount", L"500 * ProcessorCount", L"", {}, 1, 1, 500},
-        {L"ProcessorCount", L"1 / (ProcessorCount - ProcessorCount)", L"", {}, 1, 1, infinite},
+    const std::tuple<qpr::CountedPtr<LocalServiceInfo>, Attributes, const char*> cases[] = {
+        // The memory decides the number of processors.
+        {Service(L"ProcessorCount", L"100 * ProcessorCount"), {}, "4: 4, 400"},
+        {Service(L"ProcessorCount", L"450 / 8 * ProcessorCount"), {}, "8: 8, 450"},
+        {Service(L"ProcessorCount", L"500 * ProcessorCount"), {}, "1: 1, 500"},
+        {Service(L"ProcessorCount", L"1 / (ProcessorCount - ProcessorCount)"), {}, "1: 1, inf"},
         // Without ProcessorCount in it the processors are those offered.
-        {L"ProcessorCount / 2", L"700", L"", {}, 0, 4, 700},
-        {L"0", L"0", L"", {}, 0, 0, 0},
-        {L"Share", L"Size * Share", L"Share = if Fast then 2 else 1; Unused = Other + 1;",
-            {{L"Fast", L"true"}, {L"Size", L"2.5"}, {L"Ignored", L"text"}}, 0, 2, 5},
-        {L"if Mode == 'big' then 3 else 1", L"1", L"", {{L"Mode", L"big"}}, 0, 3, 1},
+        {Service(L"ProcessorCount / 2", L"700"), {}, "0: 4, 700"},
+        {Service(L"0", L"0"), {}, "0: 0, 0"},
+        {Service(L"Share", L"Size * Share", L"Share = if Fast then 2 else 1; Unused = Other + 1;"),
+            {{L"Fast", L"true"}, {L"Size", L"2.5"}, {L"Ignored", L"text"}}, "0: 2, 5"},
+        {Service(L"if Mode == 'big' then 3 else 1", L"1"), {{L"Mode", L"big"}}, "0: 3, 1"},
         // The helper is the service's own, whatever attribute has its name.
-        {L"H", L"H", L"H = 7;", {{L"H", L"1"}}, 0, 7, 7},
+        {Service(L"H", L"H", L"H = 7;"), {{L"H", L"1"}}, "0: 7, 7"},
         // Through a helper.
-        {L"1", L"PerProcessor * 100", L"PerProcessor = float ProcessorCount;", {}, 4, 1, 400},
-    };
-    for (const auto& c : cases)
-    {
-        const ExpectedUsage usage =
-            ComputeExpectedUsage(*Service(c.processors, c.memory, c.helpers), c.attributes, Limits(8, 450), 1);
-        EXPECT_EQ(usage.numberOfProcessorsToUse, c.numberOfProcessors) << c.memory;
-        EXPECT_EQ(usage.processors, c.expectedProcessors) << c.processors;
-        EXPECT_EQ(usage.memoryInMB, c.expectedMemory) << c.memory;
-        EXPECT_EQ(usage.addressSpaceExcessInMB, c.expectedMemory - 2048);
-    }
-}
-
-TEST(ExpectedUsage, NamesTheServiceInEveryError)
-{
-    const struct
-    {
-        const wchar_t* processors;
-        const wchar_t* memory;
-        const wchar_t* helpers;
-        Attributes attributes;
-        const char* error;
-    } cases[] = {
-        {L"B - 2 * ProcessorCount", L"1", L"", {{L"B", L"1"}},
+        {Service(L"1", L"PerProcessor * 100", L"PerProcessor = float ProcessorCount;"), {}, "4: 1, 400"},
+        // What cannot be computed names the service.
+        {Service(L"B - 2 * ProcessorCount", L"1"), {{L"B", L"1"}},
             "ExpectedProcessorUsage of service 'S' evaluated to invalid value -15 using input variable values B = 1, "
             "ProcessorCount = 8"},
-        {L"1", L"if M == 'x' and T then -0.5 else 1", L"", {{L"M", L"x"}, {L"T", L"true"}},
+        {Service(L"1", L"if M == 'x' and T then -0.5 else 1"), {{L"M", L"x"}, {L"T", L"true"}},
             "ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -0.5 using input variable values "
             "M = 'x', T = true"},
-        {L"1", L"-1", L"", {}, "ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -1"},
-        {L"1", L"1", L"", {{L"ProcessorCount", L"1"}},
+        {Service(L"1", L"-1"), {}, "ExpectedMemoryUsageInMB of service 'S' evaluated to invalid value -1"},
+        {Service(L"1", L"1"), {{L"ProcessorCount", L"1"}},
             "Illegal attribute ProcessorCount in service request attributes"},
-        {L"1", L"A", L"", {{L"A", L"x"}}, "Invalid A string 'x': value is not a float."},
-        {L"1", L"A", L"", {}, "Missing definition for helper variable 'A'"},
-        {L"1", L"if ProcessorCount == 'x' then 1 else 2", L"", {},
+        {Service(L"1", L"A"), {{L"A", L"x"}}, "Invalid A string 'x': value is not a float."},
+        {Service(L"1", L"A"), {}, "Missing definition for helper variable 'A'"},
+        {Service(L"1", L"if ProcessorCount == 'x' then 1 else 2"), {},
             "Reference to input variable ProcessorCount has incorrect type string, should be float"},
-        {L"1", L"1", L"ProcessorCount = 'x';", {},
+        {Service(L"1", L"1", L"ProcessorCount = 'x';"), {},
             "Reference to input variable ProcessorCount has incorrect type string, should be float"},
-        {L"1 +", L"1", L"", {}, "Missing token at end of ExpectedProcessorUsage of service 'S'"},
-        {L"1", L"true", L"", {},
+        {Service(L"1 +", L"1"), {}, "Missing token at end of ExpectedProcessorUsage of service 'S'"},
+        {Service(L"1", L"true"), {},
             "Wrong result type bool (should be float) at end of ExpectedMemoryUsageInMB of service 'S'"},
-        {L"1", L"1", L"1", {},
+        {Service(L"1", L"1", L"1"), {},
             "Expected variable name but got '1' at position 1 of ExpectedResourceUsageHelpers of service 'S'"},
     };
-    for (const auto& c : cases)
+    for (const auto& [service, attributes, outcome] : cases)
     {
-        const auto service = Service(c.processors, c.memory, c.helpers);
-        const auto compute = [&] { ComputeExpectedUsage(*service, c.attributes, Limits(8, 450), 1); };
-        EXPECT_EQ(ErrorOf(compute), c.error);
-        EXPECT_EQ(ErrorOf(compute), c.error); // the same at the next call
+        EXPECT_EQ(Outcome(*service, attributes), outcome);
+        EXPECT_EQ(Outcome(*service, attributes), outcome); // the same at the next call
     }
 }
 
