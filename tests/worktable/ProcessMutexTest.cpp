@@ -1,6 +1,7 @@
 #include "worktable/ProcessMutex.h"
 
 #include "TestTable.h"
+#include "runtime/FunctionRunnable.h"
 
 #include <gmock/gmock.h>
 
@@ -27,24 +28,21 @@ TEST(ProcessMutex, ReportsADeadOwnerOnceAndIsFreeAgain)
 
 TEST(ProcessMutex, AWaiterCanBeInterrupted)
 {
-    struct Waiter : qpr::IRunnable
-    {
-        void Run() override
+    const test::UniqueName name;
+    ProcessMutex mutex;
+    mutex.OpenOrCreate(name.Local(), test::ForEveryone());
+    mutex.Acquire(0);
+    qpr::ThreadEvent started(qpr::ThreadEvent::Kind_ManualReset);
+    test::FunctionRunnable waiter(
+        [&]
         {
             started.Signal();
             mutex.Acquire(qpr::Infinite);
-        }
-        void HandleError(const std::exception&) override { ADD_FAILURE(); }
-
-        ProcessMutex mutex;
-        qpr::ThreadEvent started{qpr::ThreadEvent::Kind_ManualReset};
-    } waiter;
-    const test::UniqueName name;
-    waiter.mutex.OpenOrCreate(name.Local(), test::ForEveryone());
-    waiter.mutex.Acquire(0);
+        });
     {
         qpr::Thread thread(waiter);
-        waiter.started.Wait();
+        started.Wait();
     }
-    waiter.mutex.Release();
+    EXPECT_EQ("interrupted", waiter.Outcome());
+    mutex.Release();
 }

@@ -82,6 +82,18 @@ public:
     qxm::WorkTable table{qxm::WorkTable::ScopeMode_PreferExistingGlobal, Options()};
 };
 
+inline qxm::Work Sum(qxm::WorkTable& table, const Row& row)
+{
+    qxm::WorkTable::Lock lock(table);
+    return row.SumActiveWork(lock);
+}
+
+inline bool Publish(qxm::WorkTable& table, Row& row, const qxm::WorkRecord& record)
+{
+    qxm::WorkTable::Lock lock(table);
+    return row.Publish(lock, record);
+}
+
 /// Security of the objects that the tests share.
 inline const qpr::SecurityDescriptor& ForEveryone()
 {

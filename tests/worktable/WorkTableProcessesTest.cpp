@@ -15,7 +15,9 @@
 
 using namespace qxm;
 using test::PipedChild;
+using test::Publish;
 using test::Row;
+using test::Sum;
 
 // Several real processes at one table: they tell the test what they have done by a line on their standard output, and
 // go on for a line on their standard input.
@@ -23,11 +25,16 @@ using test::Row;
 namespace
 {
 
+/// Goes on once all of them are ready.
 std::deque<PipedChild> StartChildren(int count, const char* body, const std::wstring& tableName)
 {
     std::deque<PipedChild> children;
     for (int i = 0; i < count; ++i)
         children.emplace_back(test::StartOfChild(body, {tableName}));
+    for (PipedChild& child : children)
+        EXPECT_EQ("ready", child.ReadLine());
+    for (PipedChild& child : children)
+        child.Write("\n");
     return children;
 }
 
@@ -109,8 +116,7 @@ int WaitForAChange(const std::vector<std::string>& arguments)
     ChildTable child(arguments.at(0));
     SayAndWait("waiting");
     child.row.Trigger().Wait();
-    WorkTable::Lock lock(child.table);
-    return static_cast<int>(child.row.SumActiveWork(lock).jobs);
+    return static_cast<int>(Sum(child.table, child.row).jobs);
 }
 
 int TraceALifetime(const std::vector<std::string>& arguments)
@@ -122,19 +128,14 @@ int TraceALifetime(const std::vector<std::string>& arguments)
     Row row(table, 12);
     ++now;
     row.Heartbeat();
-    WorkTable::Lock lock(table);
-    row.Publish(lock, {{1, 0.5f, 1048576}, {2, 1e10f, 3}});
+    Publish(table, row, {{1, 0.5f, 1048576}, {2, 1e10f, 3}});
     std::cout << qpr::CurrentProcess::GetId() << std::endl;
     return 0;
 }
 
-const test::ChildRegistration registrations[] = {
-    {"worktable-die", DieInTheTable},
-    {"worktable-use", UseTheTableForEver},
-    {"worktable-admit", AdmitJobs},
-    {"worktable-wait", WaitForAChange},
-    {"worktable-trace", TraceALifetime},
-};
+const test::ChildRegistration registrations[] = {{"worktable-die", DieInTheTable},
+    {"worktable-use", UseTheTableForEver}, {"worktable-admit", AdmitJobs}, {"worktable-wait", WaitForAChange},
+    {"worktable-trace", TraceALifetime}};
 
 } // namespace
 
@@ -145,15 +146,11 @@ TEST(WorkTableProcesses, AProcessKilledInTheTableStopsNobodyAndItsRowRunsOut)
     PipedChild child(test::StartOfChild("worktable-die", {test.name.Text()}));
     ASSERT_EQ("holding", child.ReadLine());
     child.process->Terminate();
-    {
-        WorkTable::Lock lock(test.table);
-        EXPECT_EQ((Work{3, 0, 100}), own.SumActiveWork(lock));
-    }
+    EXPECT_EQ((Work{3, 0, 100}), Sum(test.table, own));
     test.now += 31;
     own.Heartbeat();
     own.Trigger().Wait(); // there is room now
-    WorkTable::Lock lock(test.table);
-    EXPECT_EQ(Work(), own.SumActiveWork(lock));
+    EXPECT_EQ(Work(), Sum(test.table, own));
 }
 
 TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOthers)
@@ -164,19 +161,13 @@ TEST(WorkTableProcesses, ProcessesKilledAtAnyMomentLeaveTheirRowsAndNamesToOther
     {
         auto children = StartChildren(count, "worktable-use", test.name.Text());
         for (PipedChild& child : children)
-            ASSERT_EQ("ready", child.ReadLine());
-        for (PipedChild& child : children)
-            child.Write("\n");
-        for (PipedChild& child : children)
             ASSERT_EQ("busy", child.ReadLine());
         for (PipedChild& child : children)
             child.process->Terminate();
         children.clear();
 
         test.now += 31;
-        const Row own(test.table, 1);
-        WorkTable::Lock lock(test.table);
-        EXPECT_EQ(Work(), own.SumActiveWork(lock));
+        EXPECT_EQ(Work(), Sum(test.table, Row(test.table, 1)));
         test.now = 1'000'000;
     }
     EXPECT_LE(test.name.Files().size(), 2u) << "more than mutex and segment";
@@ -187,18 +178,11 @@ TEST(WorkTableProcesses, NeverAdmitMoreThanFitsTogether)
     test::TestTable test;
     const Row own(test.table, 1);
     auto children = StartChildren(6, "worktable-admit", test.name.Text());
-    for (PipedChild& child : children)
-        ASSERT_EQ("ready", child.ReadLine());
-    for (PipedChild& child : children)
-        child.Write("\n");
     int total = 0;
     for (PipedChild& child : children)
         total += std::stoi(child.ReadLine());
     EXPECT_EQ(100, total);
-    {
-        WorkTable::Lock lock(test.table);
-        EXPECT_EQ(100u, own.SumActiveWork(lock).jobs);
-    }
+    EXPECT_EQ(100u, Sum(test.table, own).jobs);
     for (PipedChild& child : children)
     {
         child.Write("\n");
@@ -213,10 +197,7 @@ TEST(WorkTableProcesses, AChangeWakesAnotherProcess)
     PipedChild child(test::StartOfChild("worktable-wait", {test.name.Text()}));
     ASSERT_EQ("waiting", child.ReadLine());
     child.Write("\n");
-    {
-        WorkTable::Lock lock(test.table);
-        own.Publish(lock, {{42, 1, 1}, {}});
-    }
+    Publish(test.table, own, {{42, 1, 1}, {}});
     EXPECT_EQ(42u, child.ExitCode());
 }
 

@@ -13,7 +13,9 @@
 
 using namespace qxm;
 using test::ErrorOf;
+using test::Publish;
 using test::Row;
+using test::Sum;
 using test::TestTable;
 
 namespace
@@ -21,18 +23,6 @@ namespace
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
-
-Work Sum(WorkTable& table, const Row& row)
-{
-    WorkTable::Lock lock(table);
-    return row.SumActiveWork(lock);
-}
-
-bool Publish(WorkTable& table, Row& row, const WorkRecord& record)
-{
-    WorkTable::Lock lock(table);
-    return row.Publish(lock, record);
-}
 
 layout::Row Read(WorkTable& table, std::size_t index)
 {
@@ -88,14 +78,9 @@ TEST(WorkTable, RefusesThe41stJobManagerUntilARowIsGivenBack)
 TEST(WorkTable, CountsARowByItsAge)
 {
     constexpr std::int64_t now = 1'000'000;
-    struct Case
-    {
-        std::int64_t lastSeenAlive;
-        bool isInUse;
-    };
-    for (const auto& [lastSeenAlive, isInUse] : {Case{now, true}, Case{now - 30, true}, Case{now - 31, false},
-             Case{now + 1000, true}, Case{std::numeric_limits<std::int64_t>::max(), true},
-             Case{std::numeric_limits<std::int64_t>::min(), false}})
+    const std::pair<std::int64_t, bool> cases[] = {{now, true}, {now - 30, true}, {now - 31, false}, {now + 1000, true},
+        {std::numeric_limits<std::int64_t>::max(), true}, {std::numeric_limits<std::int64_t>::min(), false}};
+    for (const auto& [lastSeenAlive, isInUse] : cases)
     {
         TestTable test;
         const Row own(test.table, 1);
@@ -189,8 +174,7 @@ TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
     test.now += 10;
     own.PublishAtNextHeartbeat({{1, 2, 3}, {4, 5, 6}});
     own.Heartbeat();
-    const std::int64_t lastSeenAlive = Read(test.table, 0).lastSeenAlive;
-    EXPECT_EQ(1'000'010, lastSeenAlive);
+    EXPECT_EQ(test.now, std::int64_t{Read(test.table, 0).lastSeenAlive});
     EXPECT_EQ((Work{1, 2, 3}), Sum(test.table, own));
     EXPECT_TRUE(TakeSignal(own));
 }

@@ -21,11 +21,8 @@ TEST(WorkTableView, ShowsTheRowsInUseAndReclaimsNone)
     test::TestTable test;
     test::Row own(test.table, 12);
     const WorkRecord record{{2, 1.5f, 100}, {1, 1, 1}};
-    {
-        WorkTable::Lock lock(test.table);
-        own.Publish(lock, record);
-        lock.Content().rows[1] = {77, test.now - 31, {3, {2, 100}}, {}};
-    }
+    test::Publish(test.table, own, record);
+    WorkTable::Lock(test.table).Content().rows[1] = {77, test.now - 31, {3, {2, 100}}, {}};
     const WorkTableView view = LookAtWorkTable(test.Options());
     ASSERT_EQ(1u, view.rows.size());
     EXPECT_EQ(0u, view.rows[0].index);
