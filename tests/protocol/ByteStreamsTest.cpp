@@ -129,32 +129,21 @@ TEST(ByteStreams, DropsWhatIsNotFlushedAndNeverSendsAgainWhatFailed)
     EXPECT_EQ(writer.pieces, (Pieces{"cd"}));
 }
 
-TEST(ByteStreams, IgnoresTheApplicationsLocale)
+TEST(ByteStreams, OfWideCharactersAreTheSameWhateverTheApplicationsLocale)
 {
-    struct Grouping : std::numpunct<char>
+    struct Grouping : std::numpunct<wchar_t>
     {
-        char do_thousands_sep() const override { return '.'; }
         std::string do_grouping() const override { return "\3"; }
     };
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
-    ScriptedWriter writer;
-    OutputStream stream(writer, 8);
-    stream << 1234567 << std::flush;
-    EXPECT_EQ(writer.pieces, (Pieces{"1234567"}));
-    std::locale::global(before);
-}
-
-TEST(ByteStreams, WideOnesTakeAWriterOfWideCharacters)
-{
     struct WideWriter
     {
         void Write(const wchar_t* characters, std::size_t count) { text.append(characters, count); }
         void Flush() { text += L'|'; }
         std::wstring text;
     } writer;
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
     qpr::GenericOutputStream<WideWriter, wchar_t> stream(writer, 4);
-    stream << L"wide \x20AC" << 42 << std::endl;
-    EXPECT_EQ(writer.text,
-        L"wide \x20AC"
-        L"42\n|");
+    std::locale::global(before);
+    stream << L"wide \x20AC " << 1234567 << std::endl;
+    EXPECT_EQ(writer.text, L"wide \x20AC 1234567\n|");
 }

@@ -156,11 +156,8 @@ TYPED_TEST(CompressedStreams, RefusesMalformedFrames)
         {"[5|abc", "Unexpected end of stream reading compressed data"},
         {"[3|abc", "Unexpected end of stream reading compressed data"},
     };
-    for (const auto& item : cases)
-    {
-        SCOPED_TRACE(item.first);
-        EXPECT_EQ(ReadError<typename TypeParam::Reader>(item.first), item.second);
-    }
+    for (const auto& [frames, error] : cases)
+        EXPECT_EQ(ReadError<typename TypeParam::Reader>(frames), error) << frames;
 }
 
 TEST(BlockedQLZ14, CutsBlocksOf65536Bytes)

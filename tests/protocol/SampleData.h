@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstring>
 #include <random>
 #include <string>
-#include <vector>
 
 /// Data of every kind that goes over a connection, the same in every run.
 namespace compression_test
@@ -20,16 +18,6 @@ inline std::string Text(std::size_t size)
         text += words[random() % std::size(words)];
     text.resize(size);
     return text;
-}
-
-inline std::string Numbers(std::size_t size)
-{
-    std::minstd_rand random(2);
-    std::vector<double> numbers(size / sizeof(double) + 1);
-    double walk = 0;
-    for (double& number : numbers)
-        number = walk += static_cast<double>(random() % 1000) / 64;
-    return std::string(reinterpret_cast<const char*>(numbers.data()), size);
 }
 
 inline std::string Runs(std::size_t size)
@@ -57,7 +45,7 @@ struct DataKind
     std::string (*make)(std::size_t size);
 };
 
-inline constexpr DataKind dataKinds[] = {{"text", Text}, {"numbers", Numbers}, {"runs", Runs}, {"noise", Noise}};
+inline constexpr DataKind dataKinds[] = {{"text", Text}, {"runs", Runs}, {"noise", Noise}};
 
 inline constexpr std::size_t dataSizes[] = {1, 9, 215, 216, 65535, 65536, 65537, 10485760};
 

@@ -22,13 +22,7 @@ qpr::CountedPtr<qxm::LocalServiceInfo> MakeService(qpr::Nullable<qxm::Version> l
 
 TEST(ServantCommandLineTest, HoldsWhatTheServantsLibraryUnderstands)
 {
-    const struct
-    {
-        qpr::Nullable<qxm::Version> libraryVersion;
-        std::uint32_t processors;
-        CompressionMode compression;
-        Words added;
-    } cases[] = {
+    const std::tuple<qpr::Nullable<qxm::Version>, std::uint32_t, CompressionMode, Words> cases[] = {
         {{}, 4, CompressionMode::Zlib, {}},
         {qxm::Version{8, 7, 9}, 4, CompressionMode::Zlib, {}},
         {qxm::Version{8, 8, 0}, 0, CompressionMode::Zlib, {}},
@@ -40,12 +34,12 @@ TEST(ServantCommandLineTest, HoldsWhatTheServantsLibraryUnderstands)
         {qxm::Version{15, 1, 1}, 2, CompressionMode::Qlz14, {L"NumberOfProcessorsToUse=2", L"CompressionMode=qlz14"}},
         {qxm::Version{15, 1, 1}, 2, CompressionMode{3}, {L"NumberOfProcessorsToUse=2", L"CompressionMode="}},
     };
-    for (const auto& test : cases)
+    for (const auto& [libraryVersion, processors, compression, added] : cases)
     {
         Words expected = {L"/opt/a servant", L"execute", L"Solve", L"ClientId=here/7", L"IsLocal=true"};
-        expected.insert(expected.end(), test.added.begin(), test.added.end());
-        const auto service = MakeService(test.libraryVersion, L"");
-        EXPECT_EQ(qxm::BuildExecuteCommandLine(*service, L"here/7", true, test.processors, test.compression), expected);
+        expected.insert(expected.end(), added.begin(), added.end());
+        const auto service = MakeService(libraryVersion, L"");
+        EXPECT_EQ(qxm::BuildExecuteCommandLine(*service, L"here/7", true, processors, compression), expected);
     }
 }
 

@@ -15,7 +15,6 @@ TEST(ServiceRequestAttributesTest, AreWrittenInKeyOrderAndReadBack)
     const ServiceRequestAttributes attributes = {{L"Size", L" 3\t"}, {L"Mode", L"fast"}, {L"\u00e9t\u00e9", L"a=b'c"}};
     EXPECT_EQ(qxm::SerialiseAttributes(attributes), L"3 Mode fast Size 3 \u00e9t\u00e9 a=b'c");
     EXPECT_EQ(qxm::SerialiseAttributes({}), L"0");
-
     const ServiceRequestAttributes trimmed = {{L"Size", L"3"}, {L"Mode", L"fast"}, {L"\u00e9t\u00e9", L"a=b'c"}};
     EXPECT_EQ(qxm::ParseAttributes(qxm::SerialiseAttributes(attributes)), trimmed);
     EXPECT_EQ(qxm::ParseAttributes(L"0"), ServiceRequestAttributes());

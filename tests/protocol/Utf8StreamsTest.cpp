@@ -58,18 +58,6 @@ TEST(Utf8Streams, ReadsTextAndNamesWhatIsNone)
         EXPECT_EQ(ReadAll(bytes), text);
 }
 
-TEST(Utf8Streams, TakesNoByteBeyondTheLine)
-{
-    std::istringstream source("gr\xC3\xBC\xC3\x9F\nrest");
-    qpr::UTF8InputStream stream(source);
-    std::wstring line;
-    std::getline(stream, line);
-    EXPECT_EQ(line, L"gr\x00FC\x00DF");
-    std::string rest;
-    source >> rest;
-    EXPECT_EQ(rest, "rest");
-}
-
 TEST(Utf8Streams, WritesTextAtOnceAndPairsAsOneCharacter)
 {
     std::ostringstream target;
