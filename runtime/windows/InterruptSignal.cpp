@@ -43,6 +43,7 @@ InterruptSignal::InterruptSignal()
     stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     if (!stopEvent)
         ThrowSystemError(L"CreateEvent() failed", L"qpr::InterruptSignal::InterruptSignal");
+    SetConsoleCtrlHandler(nullptr, FALSE); // a process group of its own has come with Ctrl+C switched off
     for (std::size_t index = 0; index < handledSignals.size(); ++index)
     {
         previousHandlers[index] = std::signal(handledSignals[index], &SignalEvent);

@@ -2,6 +2,7 @@
 
 #include "runtime/CheckedIntCast.h"
 #include "runtime/Errors.h"
+#include "runtime/Mutex.h"
 #include "runtime/Panic.h"
 #include "runtime/Thread.h"
 #include "runtime/windows/ChannelEvent.h"
@@ -26,8 +27,12 @@ SOCKET SystemSocket(NativeHandle handle) noexcept
     return static_cast<SOCKET>(handle.Value());
 }
 
+/// The library counts its users; Wine's does so without a lock and would close the sockets of those it forgot.
+Mutex userCount;
+
 void StartLibrary()
 {
+    const ScopedLock lock(userCount);
     WSADATA data;
     const int error = WSAStartup(MAKEWORD(2, 2), &data);
     if (error != 0)
@@ -37,6 +42,7 @@ void StartLibrary()
 
 void LeaveLibrary() noexcept
 {
+    const ScopedLock lock(userCount);
     if (WSACleanup() != 0)
         Panic("WSACleanup() == 0", "qpr::Socket::LibraryUser::~LibraryUser");
 }
