@@ -12,7 +12,7 @@ function(qx_room name)
 endfunction()
 
 # qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program and one CTest entry a case; one entry a
-# program where each start of it takes long. Files named ...Posix.cpp, ...PosixTest.cpp and so on are of that platform.
+# program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp, ...PosixTest.cpp and so on are of that platform.
 function(qx_test room)
   cmake_parse_arguments(TEST "" "" "LINKS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${room}/*.cpp)
@@ -26,7 +26,7 @@ function(qx_test room)
   target_link_libraries(${room}_test PRIVATE ${TEST_LINKS} qx_test_support GTest::gmock GTest::gtest)
   if(CMAKE_CROSSCOMPILING)
     add_test(NAME ${room} COMMAND ${room}_test)
-    set_tests_properties(${room} PROPERTIES TIMEOUT 900)
+    set_tests_properties(${room} PROPERTIES TIMEOUT 900 ENVIRONMENT QX_TEST_CALLS=40)
   else()
     gtest_discover_tests(${room}_test DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
   endif()

@@ -1,6 +1,8 @@
 #include "config/LocalHost.h"
 #include "distributor/RunningDistributor.h"
 #include "support/DistributorProgram.h"
+#include "support/ErrorOf.h"
+#include "support/ProcessControl.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,6 +28,21 @@ TEST(ProgramTest, ServesAndTells)
         testing::MatchesRegex("qx-distributor listening on 127.0.0.1:.+\ncall Echo of .+: done after .+\n"));
     program.Kill();
     EXPECT_EQ(program.WaitForEnd().errors, "");
+}
+
+TEST(ProgramTest, AClientOfOneThatIsKilledSeesNoOrderlyEnd)
+{
+    const test::TestConfiguration configuration;
+    test::DistributorProgram program(configuration.Path(), 1);
+    qxm::DistributorRequest request(
+        L"localhost", program.Port(), {L"Hold", {}, true, false}, test::HostNamed(L"client", L"here"), nullptr);
+    ASSERT_TRUE(request.WaitUntilReady());
+    request.OpenLogConnection();
+    EXPECT_EQ(test::ReadLineFrom(request.MainSocket()), "servant test executing Hold\r\n");
+    program.Kill();
+    EXPECT_EQ(test::ErrorOf([&] { test::ReadToEnd(request.MainSocket()); }),
+        test::KillResetsConnections() ? "WSARecv() failed, Winsock error number = 10054: Connection reset by peer."
+                                      : "no error");
 }
 
 TEST(ProgramTest, SaysWhatIsWrongWithItsCommandLine)

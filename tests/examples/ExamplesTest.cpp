@@ -59,3 +59,22 @@ TEST(ExamplesTest, RendererReportsATileThatFails)
         end, (ProgramEnd{1, "", "mandelbrot: tile at 0, 0: Service 'Mandelbrot' not available on local computer\n"}));
     EXPECT_FALSE(std::filesystem::exists(directory.Path() / "x.png"));
 }
+
+TEST(ExamplesTest, HelloFindsTheConfigurationBesideItself)
+{
+    const test::TemporaryDirectory directory;
+    const std::filesystem::path servant = std::filesystem::absolute(test::ProgramPath(L"qx-test-servant"));
+    const std::filesystem::path hello = test::ProgramPath(L"hello");
+    std::filesystem::copy_file(hello, directory.Path() / hello.filename());
+    directory.Write("QxConfiguration.xml",
+        "<QxConfiguration><Servants><Servant TargetPlatform='WinX64' RelativePath='"
+            + std::filesystem::relative(servant, directory.Path()).string()
+            + "'><Services><Service Name='Gzip'><ExpectedProcessorUsage>0.01</ExpectedProcessorUsage>"
+              "<ExpectedMemoryUsageInMB>1</ExpectedMemoryUsageInMB></Service></Services></Servant></Servants></"
+              "QxConfiguration>");
+    // Where each system looks for the library when it is not beside the program.
+    const std::wstring libraries = servant.parent_path().wstring();
+    EXPECT_EQ(RunProgram({(directory.Path() / "hello").wstring(), {}, "",
+                  {{L"PATH", libraries}, {L"LD_LIBRARY_PATH", libraries}}}),
+        (ProgramEnd{0, "hello\n", ""}));
+}

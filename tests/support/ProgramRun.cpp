@@ -71,23 +71,32 @@ private:
 class Feeder final : public qpr::IRunnable
 {
 public:
-    Feeder(qpr::PipeEnd end, std::string input)
+    Feeder(qpr::PipeEnd end, std::string input, bool staysOpen)
         : m_end(std::move(end))
         , m_input(std::move(input))
+        , m_staysOpen(staysOpen)
         , m_thread(*this)
     {
+    }
+
+    void Close()
+    {
+        m_thread.WaitForCompletion();
+        m_end.Close();
     }
 
     void Run() override
     {
         qpr::IOWriter(m_end.Handle()).Write(m_input.data(), m_input.size());
-        m_end.Close();
+        if (!m_staysOpen)
+            m_end.Close();
     }
     void HandleError(const std::exception&) override { m_end.Close(); }
 
 private:
     qpr::PipeEnd m_end;
     const std::string m_input;
+    const bool m_staysOpen;
     qpr::Thread m_thread;
 };
 
@@ -120,8 +129,12 @@ std::ostream& operator<<(std::ostream& stream, const ProgramEnd& end)
     return stream << "exit code " << end.exitCode << "\noutput:\n" << end.output << "\nerrors:\n" << end.errors;
 }
 
+/// The pipes are where they were made, and so keep their names from being given again, until the program is done with.
 struct RunningProgram::State
 {
+    qpr::PipePair inputPipe{false, true};
+    qpr::PipePair outputPipe{true, false};
+    qpr::PipePair errorsPipe{true, false};
     std::unique_ptr<qpr::ChildProcess> process;
     std::unique_ptr<Feeder> input;
     std::unique_ptr<Collector> output;
@@ -131,13 +144,15 @@ struct RunningProgram::State
 RunningProgram::RunningProgram(const ProgramStart& start)
     : m_state(std::make_unique<State>())
 {
-    qpr::PipePair input(false, true);
-    qpr::PipePair output(true, false);
-    qpr::PipePair errors(true, false);
-    m_state->process = StartProcess(start, input.server.Handle(), output.client.Handle(), errors.client.Handle());
-    m_state->input = std::make_unique<Feeder>(std::move(input.client), start.input);
-    m_state->output = std::make_unique<Collector>(std::move(output.server));
-    m_state->errors = std::make_unique<Collector>(std::move(errors.server));
+    State& state = *m_state;
+    state.process = StartProcess(
+        start, state.inputPipe.server.Handle(), state.outputPipe.client.Handle(), state.errorsPipe.client.Handle());
+    state.inputPipe.server.Close();
+    state.outputPipe.client.Close();
+    state.errorsPipe.client.Close();
+    state.input = std::make_unique<Feeder>(std::move(state.inputPipe.client), start.input, start.inputStaysOpen);
+    state.output = std::make_unique<Collector>(std::move(state.outputPipe.server));
+    state.errors = std::make_unique<Collector>(std::move(state.errorsPipe.server));
 }
 
 RunningProgram::~RunningProgram() = default;
@@ -160,6 +175,11 @@ std::string RunningProgram::WaitForOutput(const std::string& text)
 std::string RunningProgram::WaitForErrors(const std::string& text)
 {
     return m_state->errors->WaitForText(text);
+}
+
+void RunningProgram::CloseInput()
+{
+    m_state->input->Close();
 }
 
 void RunningProgram::CloseOutput()

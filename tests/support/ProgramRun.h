@@ -19,6 +19,7 @@ struct ProgramStart
     std::vector<std::wstring> arguments;
     std::string input = {};
     std::map<std::wstring, std::wstring> environment = {};
+    bool inputStaysOpen = false; ///< until CloseInput
 };
 
 /// What a program did, once it has ended.
@@ -48,6 +49,9 @@ public:
     /// What the program has written so far, once that holds the text or the program has ended.
     std::string WaitForOutput(const std::string& text);
     std::string WaitForErrors(const std::string& text);
+
+    /// For one whose input stays open.
+    void CloseInput();
 
     /// From now on nobody reads the program's output.
     void CloseOutput();

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-// The servant of the tool's tests: a service for each way of behaving.
+// The servant of the tool's and the examples' tests: a service for each way of behaving.
 
 namespace
 {
@@ -67,6 +67,7 @@ int main(int argc, char** argv)
     return qxservant::Run(argc, argv,
         {
             {L"Echo", Echo},
+            {L"Gzip", Echo}, // stands for the example's
             {L"AnswerFirst", AnswerFirst},
             {L"FirstLine", FirstLine},
             {L"Log", Log},

@@ -33,11 +33,25 @@ std::string Joined(const std::vector<std::string>& lines)
     return text;
 }
 
+test::ProgramStart Call(const wchar_t* service, std::string input)
+{
+    return {L"qx", {L"call", L"--config", QX_EXAMPLES_DIRECTORY L"/QxConfiguration.xml", service}, std::move(input)};
+}
+
 } // namespace
+
+// The end of what gzip writes says what it has packed, and how much.
+TEST(ScriptsPosixTest, AServantInShellWorksWhereItStands)
+{
+    using namespace std::string_literals;
+    const test::ProgramEnd end = test::RunProgram(Call(L"Gzip", "hello\n"));
+    EXPECT_EQ(end.exitCode, 0u) << end.errors;
+    EXPECT_TRUE(end.output.ends_with("\x20\x30\x3a\x36\x06\0\0\0"s));
+}
 
 // Compressed both ways by another writer and reader than ours; our frames hold 32768 bytes at most, the servant's
 // 100000.
-TEST(SortPosixTest, AServantInPythonReadsAndWritesCompressedData)
+TEST(ScriptsPosixTest, AServantInPythonReadsAndWritesCompressedData)
 {
     const struct
     {
@@ -47,8 +61,7 @@ TEST(SortPosixTest, AServantInPythonReadsAndWritesCompressedData)
     for (const auto [size, isNoise] : cases)
     {
         std::vector<std::string> lines = Lines(size, isNoise);
-        const test::ProgramEnd end = test::RunProgram(
-            {L"qx", {L"call", L"--config", QX_EXAMPLES_DIRECTORY L"/QxConfiguration.xml", L"Sort"}, Joined(lines)});
+        const test::ProgramEnd end = test::RunProgram(Call(L"Sort", Joined(lines)));
         EXPECT_EQ(end.exitCode, 0u) << end.errors;
         EXPECT_EQ(end.errors, "");
         std::ranges::sort(lines);

@@ -1,39 +1,36 @@
 #include "ToolFixture.h"
 
-#include <csignal>
+#include "support/ProcessControl.h"
 
 using test::ProgramEnd;
 
-class InterruptPosixTest : public test::ToolFixture
+class InterruptTest : public test::ToolFixture
 {
 protected:
     /// Interrupts the program once its servant runs.
-    static ProgramEnd Interrupt(const test::ProgramStart& start, int signal, const std::string& runs = "hanging")
+    static ProgramEnd Interrupt(const test::ProgramStart& start, const std::string& runs = "hanging")
     {
         test::RunningProgram program(start);
         program.WaitForErrors(runs);
-        kill(static_cast<pid_t>(program.ProcessId()), signal);
+        test::InterruptProcess(program.ProcessId());
         return program.WaitForEnd();
     }
 };
 
-TEST_F(InterruptPosixTest, CancelsTheCallFirst)
+TEST_F(InterruptTest, CancelsTheCallFirst)
 {
-    for (const int signal : {SIGINT, SIGTERM})
-    {
-        const ProgramEnd end = Interrupt(Start({L"call", L"Hang"}), signal);
-        EXPECT_EQ(end.exitCode, 130u);
-        EXPECT_TRUE(end.errors.ends_with("qx: interrupted\n")) << end;
-    }
+    const ProgramEnd end = Interrupt(Start({L"call", L"Hang"}));
+    EXPECT_EQ(end.exitCode, 130u);
+    EXPECT_TRUE(end.errors.ends_with("qx: interrupted\n")) << end;
 }
 
-TEST_F(InterruptPosixTest, LeavesNoOutputOfAnInterruptedBatch)
+TEST_F(InterruptTest, LeavesNoOutputOfAnInterruptedBatch)
 {
     const std::wstring output = directory.PathOf("out");
     // The first file's call fails, which is told; the others run then.
     const ProgramEnd end = Interrupt(Start({L"batch", L"--service", L"Hang", L"--output-dir", output, L"missing",
                                          directory.Write("a", "a"), directory.Write("b", "b")}),
-        SIGINT, "qx: missing: ");
+        "qx: missing: ");
     EXPECT_EQ(end.exitCode, 130u);
     EXPECT_NE(end.errors.find("\n0 done, 1 failed, 2 interrupted, "), std::string::npos) << end;
     EXPECT_TRUE(std::filesystem::is_empty(output));
