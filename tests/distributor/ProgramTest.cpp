@@ -11,7 +11,7 @@
 namespace
 {
 
-TEST(ProgramTest, ServesAndTells)
+TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
 {
     const test::TestConfiguration configuration;
     test::DistributorProgram program(configuration.Path(), 1);
@@ -26,23 +26,17 @@ TEST(ProgramTest, ServesAndTells)
     request.MainSocket().Close();
     EXPECT_THAT(program.WaitForOutput(": done after "),
         testing::MatchesRegex("qx-distributor listening on 127.0.0.1:.+\ncall Echo of .+: done after .+\n"));
-    program.Kill();
-    EXPECT_EQ(program.WaitForEnd().errors, "");
-}
 
-TEST(ProgramTest, AClientOfOneThatIsKilledSeesNoOrderlyEnd)
-{
-    const test::TestConfiguration configuration;
-    test::DistributorProgram program(configuration.Path(), 1);
-    qxm::DistributorRequest request(
+    qxm::DistributorRequest cut(
         L"localhost", program.Port(), {L"Hold", {}, true, false}, test::HostNamed(L"client", L"here"), nullptr);
-    ASSERT_TRUE(request.WaitUntilReady());
-    request.OpenLogConnection();
-    EXPECT_EQ(test::ReadLineFrom(request.MainSocket()), "servant test executing Hold\r\n");
+    ASSERT_TRUE(cut.WaitUntilReady());
+    cut.OpenLogConnection();
+    EXPECT_EQ(test::ReadLineFrom(cut.MainSocket()), "servant test executing Hold\r\n");
     program.Kill();
-    EXPECT_EQ(test::ErrorOf([&] { test::ReadToEnd(request.MainSocket()); }),
+    EXPECT_EQ(test::ErrorOf([&] { test::ReadToEnd(cut.MainSocket()); }),
         test::KillResetsConnections() ? "WSARecv() failed, Winsock error number = 10054: Connection reset by peer."
                                       : "no error");
+    EXPECT_EQ(program.WaitForEnd().errors, "");
 }
 
 TEST(ProgramTest, SaysWhatIsWrongWithItsCommandLine)
