@@ -33,9 +33,11 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
     cut.OpenLogConnection();
     EXPECT_EQ(test::ReadLineFrom(cut.MainSocket()), "servant test executing Hold\r\n");
     program.Kill();
-    EXPECT_EQ(test::ErrorOf([&] { test::ReadToEnd(cut.MainSocket()); }),
-        test::KillResetsConnections() ? "WSARecv() failed, Winsock error number = 10054: Connection reset by peer."
-                                      : "no error");
+    if (test::KillResetsConnections())
+    {
+        EXPECT_EQ(test::ErrorOf([&] { test::ReadToEnd(cut.MainSocket()); }),
+            "WSARecv() failed, Winsock error number = 10054: Connection reset by peer.");
+    }
     EXPECT_EQ(program.WaitForEnd().errors, "");
 }
 

@@ -90,7 +90,7 @@ std::string EchoRequest::Complaint()
     if (m_executions > 1)
         return "executed " + std::to_string(m_executions) + " times";
     if (m_isCutShort)
-        return cutShort;
+        return "a part of the answer was taken for all of it";
     if (text.empty() ? !m_isDone : text != "cancelled;" && !IsClear(text))
         return "ended with '" + text + "'";
     return {};

@@ -33,9 +33,6 @@ unsigned FromEnvironment(const char* name, unsigned otherwise);
 class EchoRequest final : public RecordingRequest
 {
 public:
-    /// The complaint about an answer that ended before it was whole, as if it were.
-    static constexpr const char* cutShort = "a part of the answer was taken for all of it";
-
     EchoRequest(const std::wstring& service, unsigned processors, std::string firstLine, std::size_t size)
         : RecordingRequest(service, {{L"P", std::to_wstring(processors)}})
         , m_firstLine(std::move(firstLine))

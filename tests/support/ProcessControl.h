@@ -12,7 +12,8 @@ void InterruptProcess(std::uint32_t processId);
 /// Nothing runs in a stalled one.
 void SetStalled(std::uint32_t processId, bool isStalled);
 
-/// Whether a peer can tell the death of a killed process from the end of its data. Wine hides the difference.
+/// Whether the connections of a killed process are reset, so that its peers cannot take what they have for everything.
+/// Wine ends them in good order, and now and then leaves one open.
 bool KillResetsConnections();
 
 } // namespace test
