@@ -28,8 +28,8 @@ constexpr std::size_t messageSize = 64;
 class Call
 {
 public:
-    Call(const bench::DistributorProcess& distributor, const qxm::HostDescription& client)
-        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, client, nullptr)
+    Call(const bench::DistributorProcess& distributor, qxm::Introductions& introductions)
+        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, introductions, nullptr)
     {
         m_request.WaitUntilReady();
         m_request.OpenLogConnection();
@@ -69,7 +69,7 @@ private:
 };
 
 /// Calls a second, made by so many clients at once.
-double Rate(const bench::DistributorProcess& distributor, const qxm::HostDescription& client, int clients)
+double Rate(const bench::DistributorProcess& distributor, qxm::Introductions& introductions, int clients)
 {
     std::atomic<int> callsLeft = callsARound;
     const double seconds = bench::WallSeconds(
@@ -82,7 +82,7 @@ double Rate(const bench::DistributorProcess& distributor, const qxm::HostDescrip
                     {
                         while (callsLeft.fetch_sub(1) > 0)
                         {
-                            Call call(distributor, client);
+                            Call call(distributor, introductions);
                             call.Echo();
                             call.End();
                         }
@@ -91,13 +91,13 @@ double Rate(const bench::DistributorProcess& distributor, const qxm::HostDescrip
     return callsARound / seconds;
 }
 
-bool CompareRates(const bench::DistributorProcess& distributor, const qxm::HostDescription& client, int rounds)
+bool CompareRates(const bench::DistributorProcess& distributor, qxm::Introductions& introductions, int rounds)
 {
     std::map<int, std::vector<double>> rates;
     for (int round = 0; round < rounds; ++round)
     {
         for (const int clients : {1, 10, 100})
-            rates[clients].push_back(Rate(distributor, client, clients));
+            rates[clients].push_back(Rate(distributor, introductions, clients));
     }
     const double alone = bench::MedianOf(rates[1]);
     bool ok = true;
@@ -131,18 +131,18 @@ ProcessCost CostOf(const bench::DistributorProcess& distributor)
     return cost;
 }
 
-bool CompareWaitingClients(const bench::DistributorProcess& distributor, const qxm::HostDescription& client)
+bool CompareWaitingClients(const bench::DistributorProcess& distributor, qxm::Introductions& introductions)
 {
     constexpr int waitingClients = 100;
     std::vector<std::unique_ptr<Call>> running;
     for (int index = 0; index < slots; ++index)
-        running.push_back(std::make_unique<Call>(distributor, client));
+        running.push_back(std::make_unique<Call>(distributor, introductions));
     const ProcessCost before = CostOf(distributor);
 
     std::vector<qpr::Socket> waiting(waitingClients);
     const qpr::SocketAddress address = qpr::SocketAddress::Resolve(L"127.0.0.1", qpr::FromUtf8(distributor.Port()));
     for (qpr::Socket& socket : waiting)
-        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, client, qpr::CancellableWaiter());
+        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, introductions, qpr::CancellableWaiter());
     const ProcessCost after = CostOf(distributor);
     waiting.clear();
     for (const auto& call : running)
@@ -159,7 +159,8 @@ int main(int argc, char** argv)
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 11;
     const bench::Installation services("bench_call_servant", {"Echo"});
     const bench::DistributorProcess distributor(services, slots);
-    const qxm::HostDescription client = qxm::DescribeLocalHost(L"client");
-    const bool memoryOk = CompareWaitingClients(distributor, client); // first: nothing is cached from calls before
-    return CompareRates(distributor, client, rounds) && memoryOk ? 0 : 1;
+    qxm::Introductions introductions(qxm::DescribeLocalHost(L"client"));
+    const bool memoryOk =
+        CompareWaitingClients(distributor, introductions); // first: nothing is cached from calls before
+    return CompareRates(distributor, introductions, rounds) && memoryOk ? 0 : 1;
 }

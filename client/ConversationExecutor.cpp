@@ -16,12 +16,13 @@ class DistributorExecution final : public INetworkExecution
 {
 public:
     DistributorExecution(qxm::ICallContext& call, const qxm::DistributorSettings& distributor,
-        const qxm::ConversationSettings& settings, std::optional<qpr::WaitObject> giveUpObject)
+        qxm::Introductions& introductions, const qxm::ConversationSettings& settings,
+        std::optional<qpr::WaitObject> giveUpObject)
         : m_call(call)
         , m_settings(settings)
         , m_request(distributor.host, distributor.clientPort,
               {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), settings.logServiceExecutionInfo},
-              settings.client, &call.GetCancellation(), giveUpObject)
+              introductions, &call.GetCancellation(), giveUpObject)
     {
     }
 
@@ -47,6 +48,7 @@ private:
 ConversationExecutor::ConversationExecutor(
     qxm::HostDescription client, bool logServiceExecutionInfo, qxm::DistributorSettings distributor)
     : m_client(std::move(client))
+    , m_introductions(m_client)
     , m_logServiceExecutionInfo(logServiceExecutionInfo)
     , m_distributor(std::move(distributor))
 {
@@ -61,8 +63,8 @@ void ConversationExecutor::RunLocally(
 std::unique_ptr<INetworkExecution> ConversationExecutor::PrepareNetwork(
     qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject)
 {
-    return std::make_unique<DistributorExecution>(
-        call, m_distributor, qxm::ConversationSettings{m_client, m_logServiceExecutionInfo}, giveUpObject);
+    return std::make_unique<DistributorExecution>(call, m_distributor, m_introductions,
+        qxm::ConversationSettings{m_client, m_logServiceExecutionInfo}, giveUpObject);
 }
 
 } // namespace QxClient

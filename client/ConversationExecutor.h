@@ -2,7 +2,7 @@
 
 #include "client/ICallExecutor.h"
 #include "config/Configuration.h"
-#include "config/HostDescription.h"
+#include "protocol/DistributorConversation.h"
 
 namespace QxClient
 {
@@ -21,6 +21,7 @@ public:
 
 private:
     const qxm::HostDescription m_client;
+    qxm::Introductions m_introductions;
     const bool m_logServiceExecutionInfo;
     const qxm::DistributorSettings m_distributor;
 };

@@ -12,6 +12,7 @@ namespace
 {
 
 constexpr std::uint32_t endTimeMs = 1000;
+constexpr std::uint32_t gatheringTimeMs = 20; // a thread woken for each of many short calls would stand in their way
 
 } // namespace
 
@@ -70,11 +71,13 @@ std::optional<std::string> CallJournal::TakeLine()
 
 void CallJournal::Run()
 {
+    constexpr bool timeoutsAllowed = true;
     const std::array<qpr::WaitObject, 2> events = {m_hasLines.Object(), m_isEnding.Object()};
-    bool isEnding = false;
-    while (!isEnding)
+    for (bool isEnding = false; !isEnding;)
     {
-        isEnding = qpr::Thread::WaitForAnyObject(events, L"qxd::CallJournal::Run") == 1;
+        qpr::Thread::WaitForAnyObject(events, L"qxd::CallJournal::Run");
+        isEnding =
+            qpr::Thread::WaitForObject(m_isEnding.Object(), L"qxd::CallJournal::Run", gatheringTimeMs, timeoutsAllowed);
         while (const std::optional<std::string> line = TakeLine())
         {
             try

@@ -34,11 +34,11 @@ ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::IWaiter& 
 {
 }
 
-qxm::HostDescription ClientConversation::LogIn()
+qxm::HostDescription ClientConversation::LogIn(qxm::HostDescriptionMemo& clients)
 {
     try
     {
-        qxm::HostDescription client = qxm::HostDescription::Read(qxm::ReadLine(m_input), L"client");
+        qxm::HostDescription client = clients.Read(qxm::ReadLine(m_input));
         m_output << L"$ " << std::flush;
         return client;
     }

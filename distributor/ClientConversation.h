@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/HostDescription.h"
+#include "config/HostDescriptionMemo.h"
 #include "protocol/SocketStreams.h"
 #include "protocol/Utf8Streams.h"
 
@@ -18,7 +18,7 @@ public:
     ClientConversation(qpr::Socket& socket, const qpr::IWaiter& waiter);
 
     /// Takes the login of a client that has been greeted.
-    qxm::HostDescription LogIn();
+    qxm::HostDescription LogIn(qxm::HostDescriptionMemo& clients);
 
     std::wstring ReadRequestLine();
 

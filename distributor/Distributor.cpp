@@ -26,7 +26,7 @@ Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription
     : m_host(std::move(host))
     , m_greeting(qpr::ToUtf8(m_host.Write()) + "\r\n")
     , m_slots(slots)
-    , m_surroundings{m_host, catalogue, slots, m_slots, starter, journal}
+    , m_surroundings{m_host, m_clients, catalogue, slots, m_slots, starter, journal}
     , m_listener(qpr::Socket::Listen(address))
     , m_sessions(m_surroundings)
 {

@@ -35,6 +35,7 @@ private:
 
     const qxm::HostDescription m_host;
     const std::string m_greeting; ///< the description as a line
+    qxm::HostDescriptionMemo m_clients{L"client"};
     SlotQueue m_slots;
     const SessionSurroundings m_surroundings;
     qpr::Socket m_listener;

@@ -3,6 +3,7 @@
 #include "distributor/CallRequest.h"
 #include "distributor/ClientConversation.h"
 #include "distributor/DeadlineWaiter.h"
+#include "runtime/EagerWaiter.h"
 #include "runtime/Errors.h"
 
 #include <algorithm>
@@ -67,9 +68,10 @@ CallOrder ReceiveCall(qpr::Socket& client, const SessionSurroundings& surroundin
     client.EnableKeepAlive();
     try
     {
-        const DeadlineWaiter waiter(receptionTimeMs);
+        const DeadlineWaiter deadline(receptionTimeMs);
+        const qpr::EagerWaiter waiter(deadline);
         ClientConversation conversation(client, waiter);
-        const qxm::HostDescription description = conversation.LogIn();
+        const qxm::HostDescription description = conversation.LogIn(surroundings.clients);
         return TakeRequest(conversation, description, surroundings);
     }
     catch (const std::exception&)

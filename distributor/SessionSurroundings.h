@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/HostDescription.h"
+#include "config/HostDescriptionMemo.h"
 
 #include <cstdint>
 
@@ -16,6 +16,7 @@ class SlotQueue;
 struct SessionSurroundings
 {
     const qxm::HostDescription& host; ///< the distributor's
+    qxm::HostDescriptionMemo& clients;
     const ServiceCatalogue& catalogue;
     std::uint32_t slotCount;
     SlotQueue& slots;

@@ -38,15 +38,16 @@ std::wstring QuotedServiceName(const std::wstring& name)
 class Conversation
 {
 public:
-    Conversation(qpr::Socket& socket, const qpr::IWaiter& waiter)
-        : m_inputBytes(socket, waiter)
+    Conversation(qpr::Socket& socket, Introductions& introductions, const qpr::IWaiter& waiter)
+        : m_introductions(introductions)
+        , m_inputBytes(socket, waiter)
         , m_writer(socket, waiter)
     {
     }
 
     void ReadGreeting()
     {
-        const HostDescription distributor = HostDescription::Read(ReadLine(m_input), L"distributor");
+        const HostDescription distributor = m_introductions.ReadDistributor(ReadLine(m_input));
         std::wstring reason;
         if (!ReadPrompt(m_input, reason))
             throw qpr::RuntimeError(L"Client connection rejected by distributor: " + reason);
@@ -54,9 +55,9 @@ public:
             throw qpr::RuntimeError(L"Distributor version too low");
     }
 
-    void LogIn(const HostDescription& client)
+    void LogIn()
     {
-        WriteLine(client.Write());
+        WriteLine(m_introductions.ClientLine());
         std::wstring reason;
         if (!ReadPrompt(m_input, reason))
             throw qpr::RuntimeError(L"Client login rejected by distributor: " + reason);
@@ -74,6 +75,7 @@ public:
 private:
     void WriteLine(const std::wstring& line) { (m_output << line << L"\r\n").flush(); }
 
+    Introductions& m_introductions; // not owned
     qpr::PeekingInputStream m_inputBytes;
     qpr::UTF8InputStream m_input{m_inputBytes};
     qpr::SocketWriter m_writer;
@@ -96,7 +98,7 @@ std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request)
 }
 
 void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, const HostDescription& client, const qpr::IWaiter& waiter)
+    const DistributorServiceRequest& request, Introductions& introductions, const qpr::IWaiter& waiter)
 {
     try
     {
@@ -104,9 +106,9 @@ void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distribut
         socket.Connect(distributor, waiter);
         socket.SendWithoutDelay();
         socket.EnableKeepAlive();
-        Conversation conversation(socket, waiter);
+        Conversation conversation(socket, introductions, waiter);
         conversation.ReadGreeting();
-        conversation.LogIn(client);
+        conversation.LogIn();
         conversation.SendRequest(request);
     }
     catch (const std::exception& error)

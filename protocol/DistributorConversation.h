@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/HostDescription.h"
+#include "config/HostDescriptionMemo.h"
 #include "protocol/ServiceRequestAttributes.h"
 #include "runtime/IWaiter.h"
 #include "runtime/Socket.h"
@@ -24,6 +24,24 @@ struct DistributorServiceRequest
 /// The distributor's answer to a request that it will serve.
 inline constexpr wchar_t serviceRequestAcceptedLine[] = L"service request accepted";
 
+/// How the two sides introduce themselves, which is the same for each call: the client's line is made once, the
+/// distributor's parsed when it is another. Any thread may use it.
+class Introductions
+{
+public:
+    explicit Introductions(const HostDescription& client)
+        : m_clientLine(client.Write())
+    {
+    }
+
+    const std::wstring& ClientLine() const noexcept { return m_clientLine; }
+    HostDescription ReadDistributor(std::wstring_view line) { return m_distributors.Read(line); }
+
+private:
+    const std::wstring m_clientLine;
+    HostDescriptionMemo m_distributors{L"distributor"};
+};
+
 /// The request as its line, without the line end. Throws "Invalid service name '<name>'" for one that cannot be written
 /// as a word of a line, and what serialising the attributes throws.
 std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);
@@ -32,6 +50,6 @@ std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);
 /// connected and the request accepted. Every failure reads "Error sending service request to distributor at <address>:
 /// <what>".
 void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, const HostDescription& client, const qpr::IWaiter& waiter);
+    const DistributorServiceRequest& request, Introductions& introductions, const qpr::IWaiter& waiter);
 
 } // namespace qxm

@@ -2,6 +2,7 @@
 
 #include "protocol/LogConnection.h"
 #include "runtime/Cancellation.h"
+#include "runtime/EagerWaiter.h"
 #include "runtime/Errors.h"
 #include "runtime/Thread.h"
 
@@ -55,12 +56,12 @@ private:
 } // namespace
 
 DistributorRequest::DistributorRequest(std::wstring distributorHost, std::wstring distributorPort,
-    DistributorServiceRequest request, HostDescription client, const qpr::Cancellation* cancellation,
+    DistributorServiceRequest request, Introductions& introductions, const qpr::Cancellation* cancellation,
     std::optional<qpr::WaitObject> giveUpObject)
     : m_distributorHost(std::move(distributorHost))
     , m_distributorPort(std::move(distributorPort))
     , m_request(std::move(request))
-    , m_client(std::move(client))
+    , m_introductions(introductions)
     , m_cancellation(cancellation)
     , m_giveUpObject(giveUpObject)
 {
@@ -68,11 +69,12 @@ DistributorRequest::DistributorRequest(std::wstring distributorHost, std::wstrin
 
 bool DistributorRequest::WaitUntilReady()
 {
-    const GiveUpWaiter waiter(m_cancellation, m_giveUpObject);
+    const GiveUpWaiter giveUpWaiter(m_cancellation, m_giveUpObject);
+    const qpr::EagerWaiter waiter(giveUpWaiter);
     const qpr::SocketAddress address = qpr::SocketAddress::Resolve(m_distributorHost, m_distributorPort);
     try
     {
-        SendServiceRequest(m_mainSocket, address, m_request, m_client, waiter);
+        SendServiceRequest(m_mainSocket, address, m_request, m_introductions, waiter);
         m_mainSocket.WaitForInput(waiter);
     }
     catch (const GivenUp&)

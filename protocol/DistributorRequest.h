@@ -16,7 +16,7 @@ namespace qxm
 /// Used by the call's thread alone; every step (resolving the host aside) ends at once when that thread is interrupted
 /// or the cancellation cancelled, and up to the readiness also when the give-up object is signalled.
 ///
-///     DistributorRequest request(host, port, what, description, &cancellation, switchEvent.Object());
+///     DistributorRequest request(host, port, what, introductions, &cancellation, switchEvent.Object());
 ///     if (!request.WaitUntilReady())
 ///         return RunLocally();
 ///     request.OpenLogConnection();
@@ -24,9 +24,9 @@ namespace qxm
 class DistributorRequest
 {
 public:
-    /// The cancellation may be null; it and what the give-up object names outlive the request.
+    /// The cancellation may be null; it, the introductions and what the give-up object names outlive the request.
     DistributorRequest(std::wstring distributorHost, std::wstring distributorPort, DistributorServiceRequest request,
-        HostDescription client, const qpr::Cancellation* cancellation,
+        Introductions& introductions, const qpr::Cancellation* cancellation,
         std::optional<qpr::WaitObject> giveUpObject = std::nullopt);
 
     /// Sends the request and waits until it is accepted and the log-port line has begun to arrive: a servant is there.
@@ -44,7 +44,7 @@ private:
     std::wstring m_distributorHost;
     std::wstring m_distributorPort;
     DistributorServiceRequest m_request;
-    HostDescription m_client;
+    Introductions& m_introductions; // not owned
     const qpr::Cancellation* m_cancellation; // not owned, may be null
     std::optional<qpr::WaitObject> m_giveUpObject;
     qpr::Socket m_mainSocket;

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <map>
 
 namespace test
 {
@@ -61,6 +62,12 @@ qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hos
     return host;
 }
 
+qxm::Introductions& IntroductionsOf(const std::wstring& hostName)
+{
+    static std::map<std::wstring, qxm::Introductions> introductions;
+    return introductions.try_emplace(hostName, HostNamed(L"client", hostName)).first->second;
+}
+
 RunningDistributor::RunningDistributor(std::uint32_t slots)
     : m_catalogue(m_configuration.Path(), HostNamed(L"distributor", L"there"))
     , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), slots, m_catalogue, m_starter,
@@ -89,7 +96,7 @@ qxm::DistributorRequest RunningDistributor::Request(
     qxm::DistributorServiceRequest request, const std::wstring& clientHost) const
 {
     return qxm::DistributorRequest(Address().ToText(), std::to_wstring(Address().Port()), std::move(request),
-        HostNamed(L"client", clientHost), nullptr);
+        IntroductionsOf(clientHost), nullptr);
 }
 
 } // namespace test

@@ -50,6 +50,9 @@ private:
 
 qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hostName);
 
+/// Of a client on that computer.
+qxm::Introductions& IntroductionsOf(const std::wstring& hostName);
+
 /// The real distributor on a thread of this process, on a computer called "there".
 class RunningDistributor final : private qpr::IRunnable
 {

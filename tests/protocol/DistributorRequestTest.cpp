@@ -25,7 +25,7 @@ using test::ScriptedDistributor;
 
 const std::string errorStart = "Error sending service request to distributor at 127.0.0.1: ";
 
-qxm::HostDescription Client()
+qxm::HostDescription ClientHost()
 {
     qxm::HostDescription client;
     client.role = L"client";
@@ -33,6 +33,12 @@ qxm::HostDescription Client()
     client.version = {15, 1, 1, 1};
     client.hostName = L"here";
     client.userName = L"\u00e9l\u00e8ve";
+    return client;
+}
+
+qxm::Introductions& Client()
+{
+    static qxm::Introductions client(ClientHost());
     return client;
 }
 
