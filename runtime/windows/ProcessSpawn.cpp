@@ -17,6 +17,9 @@ namespace
 
 constexpr const wchar_t* constructor = L"qpr::ChildProcess::ChildProcess";
 
+/// Wine loses one new process in thousands before its program runs, and then reports an internal error.
+constexpr int maxStartAttempts = 3;
+
 [[noreturn]] void ThrowStartError(const ProcessStart& start, DWORD error)
 {
     ThrowSystemErrorWithNumber(L"CreateProcess('" + start.executablePath + L"') failed", constructor, error);
@@ -176,7 +179,7 @@ SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
 {
     RefuseZeroCharacters(start);
     const std::wstring path = ExecutablePath(start);
-    std::wstring commandLine = CommandLineText(start.arguments);
+    const std::wstring commandLine = CommandLineText(start.arguments);
     std::wstring environment = start.environment.empty() ? std::wstring() : MergedEnvironment(start.environment);
 
     StandardHandles handles(start);
@@ -189,12 +192,20 @@ SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
     startup.StartupInfo.hStdError = handles[2];
     startup.lpAttributeList = attributes.Get();
 
-    constexpr DWORD flags = EXTENDED_STARTUPINFO_PRESENT | CREATE_UNICODE_ENVIRONMENT | CREATE_NO_WINDOW
-        | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
     PROCESS_INFORMATION created{};
-    if (!CreateProcessW(path.c_str(), commandLine.data(), nullptr, nullptr, TRUE, flags,
+    const auto create = [&]
+    {
+        constexpr DWORD flags = EXTENDED_STARTUPINFO_PRESENT | CREATE_UNICODE_ENVIRONMENT | CREATE_NO_WINDOW
+            | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+        std::wstring text = commandLine; // may be written to
+        return CreateProcessW(path.c_str(), text.data(), nullptr, nullptr, TRUE, flags,
             environment.empty() ? nullptr : environment.data(),
-            start.workingDirectory.empty() ? nullptr : start.workingDirectory.c_str(), &startup.StartupInfo, &created))
+            start.workingDirectory.empty() ? nullptr : start.workingDirectory.c_str(), &startup.StartupInfo, &created);
+    };
+    bool isCreated = create();
+    for (int attempt = 1; !isCreated && GetLastError() == ERROR_INTERNAL_ERROR && attempt < maxStartAttempts; ++attempt)
+        isCreated = create();
+    if (!isCreated)
     {
         const DWORD error = GetLastError();
         if (!start.workingDirectory.empty())
