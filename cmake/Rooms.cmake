@@ -12,7 +12,8 @@ function(qx_room name)
 endfunction()
 
 # qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program and one CTest entry a case; one entry a
-# program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp, ...PosixTest.cpp and so on are of that platform.
+# program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp,
+# ...PosixTest.cpp and so on are of that platform.
 function(qx_test room)
   cmake_parse_arguments(TEST "" "" "LINKS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${room}/*.cpp)
