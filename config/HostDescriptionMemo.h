@@ -11,8 +11,8 @@
 namespace qxm
 {
 
-/// Reads the description lines of hosts of one role. A host says the same with each of its calls, so that a line that is
-/// the last one again is not parsed again. Any thread may use it.
+/// Reads the description lines of hosts of one role. A host says the same with each of its calls, so that a line that
+/// is the last one again is not parsed again. Any thread may use it.
 class HostDescriptionMemo
 {
 public:

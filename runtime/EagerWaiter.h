@@ -6,8 +6,8 @@ namespace qpr
 {
 
 /// Looks for what it waits for a few dozen microseconds before it waits as another waiter does. For the lines of a
-/// conversation: a peer on the same computer answers sooner than a sleeping thread is woken. Other threads that want the
-/// processor get it meanwhile.
+/// conversation: a peer on the same computer answers sooner than a sleeping thread is woken. Other threads that want
+/// the processor get it meanwhile.
 class EagerWaiter final : public IWaiter
 {
 public:
