@@ -30,7 +30,7 @@ private:
         std::uint32_t memoryInMB;
         bool canRunLocally;
         bool mayGoToNetwork;
-        auto operator<=>(const OrderedKey&) const = default;
+        auto operator<=>(const OrderedKey&) const = default; // NOLINT(modernize-use-nullptr): there is no pointer
     };
 
     OrderedKey Key() const noexcept

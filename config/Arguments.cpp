@@ -2,6 +2,7 @@
 
 #include "runtime/Errors.h"
 
+#include <algorithm>
 #include <locale>
 #include <utility>
 
@@ -98,11 +99,10 @@ void Arguments::Validate(std::size_t minPositional, std::size_t maxPositional, s
     if (m_positional.size() > maxPositional)
         throw qpr::RuntimeError(prefix + L"Too many positional arguments (got " + count + L" but must be at most "
             + std::to_wstring(maxPositional) + L")");
-    for (const auto& [name, value] : m_named)
-    {
-        if (!allowedNames.contains(name))
-            throw qpr::RuntimeError(prefix + L"Invalid named argument '" + name + L"'");
-    }
+    const auto isUnknown = [&](const auto& argument) { return !allowedNames.contains(argument.first); };
+    const auto unknown = std::ranges::find_if(m_named, isUnknown);
+    if (unknown != m_named.end())
+        throw qpr::RuntimeError(prefix + L"Invalid named argument '" + unknown->first + L"'");
 }
 
 } // namespace qxm

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 
 namespace qxm
@@ -58,7 +59,7 @@ std::wstring MessageText(const XML_LChar* message)
     return text;
 }
 
-bool IsAllWhiteSpace(const std::wstring& text)
+bool IsAllWhiteSpace(std::wstring_view text)
 {
     return std::ranges::all_of(text, IsWhiteSpace);
 }
@@ -85,7 +86,7 @@ private:
     void Guarded(Handler handler) noexcept;
 
     void StartElement(const XML_Char* name, const XML_Char** attributes);
-    void AddText(std::wstring text);
+    void AddText(std::wstring_view text);
     [[noreturn]] void ThrowExpatError(std::wstring_view what) const;
 
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter> m_parser;
@@ -187,7 +188,7 @@ void XmlReader::StartElement(const XML_Char* name, const XML_Char** attributes)
     m_open.push_back(element);
 }
 
-void XmlReader::AddText(std::wstring text)
+void XmlReader::AddText(std::wstring_view text)
 {
     XmlElement& element = *m_open.back();
     if (element.children.empty())

@@ -30,6 +30,7 @@ std::string CheckListenAddress(const std::string& address)
 void Understand(CLI::App& commandLine, const std::vector<std::string>& arguments)
 {
     std::vector<const char*> pointers;
+    pointers.reserve(arguments.size());
     for (const std::string& argument : arguments)
         pointers.push_back(argument.c_str());
     try

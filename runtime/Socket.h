@@ -24,7 +24,7 @@ public:
     {
     public:
         LibraryUser();
-        ~LibraryUser();
+        ~LibraryUser(); // NOLINT(performance-trivially-destructible): not on each system
         LibraryUser(const LibraryUser&) = delete;
         LibraryUser& operator=(const LibraryUser&) = delete;
     };

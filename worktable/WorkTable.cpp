@@ -33,8 +33,8 @@ WorkTable::WorkTable(ScopeMode mode, WorkTableOptions options)
 
 WorkTableNames WorkTable::OpenMutex(ScopeMode mode)
 {
-    const WorkTableNames global(true, m_options.baseName);
-    const WorkTableNames local(false, m_options.baseName);
+    WorkTableNames global(true, m_options.baseName);
+    WorkTableNames local(false, m_options.baseName);
     if (mode == ScopeMode_CreateGlobal)
     {
         // Others who find the mutex rely on the segment, which they may not create: it is there first, should this

@@ -4,8 +4,10 @@
 #include "runtime/TimeFormat.h"
 #include "runtime/Utf8.h"
 
+#include <array>
+#include <bit>
 #include <chrono>
-#include <cstring>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <locale>
@@ -31,11 +33,17 @@ public:
     void Field(const char* name, T before, T after)
     {
         // By their bytes: a value that is not a number equals nothing, itself included.
-        if (std::memcmp(&before, &after, sizeof before) != 0)
+        if (BytesOf(before) != BytesOf(after))
             m_output << m_number << ' ' << name << ' ' << before << " -> " << after << '\n';
     }
 
 private:
+    template <class T>
+    static auto BytesOf(const T& value)
+    {
+        return std::bit_cast<std::array<std::byte, sizeof value>>(value);
+    }
+
     std::ostream& m_output;
     std::size_t m_number;
 };

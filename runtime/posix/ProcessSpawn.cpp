@@ -63,7 +63,7 @@ TextBlock MergedEnvironment(const std::map<std::wstring, std::wstring>& changes)
     for (const auto& [name, value] : changes)
     {
         if (!value.empty())
-            block.Add(ToUtf8(name + L"=" + value));
+            block.Add(ToUtf8(name).append("=").append(ToUtf8(value)));
     }
     return block;
 }
