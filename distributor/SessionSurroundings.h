@@ -16,7 +16,7 @@ class SlotQueue;
 struct SessionSurroundings
 {
     const qxm::HostDescription& host; ///< the distributor's
-    qxm::HostDescriptionMemo& clients;
+    qxm::HostDescriptionMemo& clients; ///< as they describe themselves
     const ServiceCatalogue& catalogue;
     std::uint32_t slotCount;
     SlotQueue& slots;

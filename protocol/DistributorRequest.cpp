@@ -32,7 +32,15 @@ public:
     {
     }
 
-    void Check() const override { m_cancellable.Check(); }
+    /// The give-up object too: bytes that trickle in are found without a wait.
+    void Check() const override
+    {
+        constexpr bool timeoutsAllowed = true;
+        m_cancellable.Check();
+        if (m_giveUpObject
+            && qpr::Thread::WaitForObject(*m_giveUpObject, L"qxm::GiveUpWaiter::Check", 0, timeoutsAllowed))
+            throw GivenUp();
+    }
 
     void WaitFor(const qpr::WaitObject& object, const wchar_t* location) const override
     {
@@ -42,7 +50,7 @@ public:
         if (m_cancellation)
             objects.push_back(m_cancellation->Object());
         const int signalled = qpr::Thread::WaitForAnyObject(objects, location);
-        Check();
+        m_cancellable.Check();
         if (signalled == 0)
             throw GivenUp();
     }
