@@ -41,14 +41,11 @@ std::string ToUtf8(std::wstring_view text)
 {
     std::string bytes;
     bytes.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i)
+    for (std::size_t index = 0; index < text.size();)
     {
-        auto codePoint = static_cast<char32_t>(text[i]);
-        if (IsHighSurrogate(codePoint) && i + 1 < text.size() && IsLowSurrogate(static_cast<char32_t>(text[i + 1])))
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
-        else if (IsHighSurrogate(codePoint) || IsLowSurrogate(codePoint) || codePoint > 0x10FFFF)
-            codePoint = replacement;
-        AppendUtf8(bytes, codePoint);
+        const char32_t codePoint = TakeCodePoint(text, index);
+        const bool isCharacter = !IsHighSurrogate(codePoint) && !IsLowSurrogate(codePoint) && codePoint <= 0x10FFFF;
+        AppendUtf8(bytes, isCharacter ? codePoint : replacement);
     }
     return bytes;
 }
@@ -61,6 +58,14 @@ std::wstring FromUtf8(std::string_view bytes)
     decoder.Decode(bytes, text);
     decoder.Finish(text);
     return text;
+}
+
+char32_t TakeCodePoint(std::wstring_view text, std::size_t& index) noexcept
+{
+    const auto unit = static_cast<char32_t>(text[index++]);
+    if (!IsHighSurrogate(unit) || index == text.size() || !IsLowSurrogate(static_cast<char32_t>(text[index])))
+        return unit;
+    return 0x10000 + ((unit - 0xD800) << 10) + (static_cast<char32_t>(text[index++]) - 0xDC00);
 }
 
 void AppendCodePoint(std::wstring& text, char32_t codePoint)

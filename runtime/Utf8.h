@@ -25,6 +25,10 @@ constexpr bool IsLowSurrogate(char32_t unit) noexcept
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+/// The code point that begins at the index, which moves behind it. Half of a pair is given as it is. Requires: the
+/// index is within the text.
+char32_t TakeCodePoint(std::wstring_view text, std::size_t& index) noexcept;
+
 /// Appends one code point, as a surrogate pair where wide characters have 16 bits.
 void AppendCodePoint(std::wstring& text, char32_t codePoint);
 
