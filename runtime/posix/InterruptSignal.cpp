@@ -16,7 +16,7 @@ namespace qpr
 namespace
 {
 
-constexpr std::array handledSignals = {SIGINT, SIGTERM};
+constexpr std::array handledSignals = {SIGINT, SIGTERM, SIGHUP};
 
 // The handler has nothing but globals to work with.
 int eventDescriptor = -1;
@@ -27,6 +27,14 @@ extern "C" void SignalEvent(int)
     const int error = errno;
     static_cast<void>(SignalEventDescriptor(eventDescriptor));
     errno = error;
+}
+
+/// Whoever started the program may have wanted it to outlive the terminal (nohup) or an interrupt meant for others (a
+/// shell that runs it in the background).
+bool IsIgnored(int signal) noexcept
+{
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
 void Restore(std::size_t count) noexcept
@@ -47,7 +55,8 @@ InterruptSignal::InterruptSignal()
     action.sa_flags = SA_RESTART;
     for (std::size_t index = 0; index < handledSignals.size(); ++index)
     {
-        if (sigaction(handledSignals[index], &action, &previousActions[index]) == 0)
+        const bool staysIgnored = IsIgnored(handledSignals[index]);
+        if (sigaction(handledSignals[index], staysIgnored ? nullptr : &action, &previousActions[index]) == 0)
             continue;
         const std::uint32_t error = LastSystemError();
         Restore(index);

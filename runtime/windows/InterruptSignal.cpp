@@ -1,7 +1,6 @@
 #include "runtime/InterruptSignal.h"
 
 #include "runtime/Errors.h"
-#include "runtime/Panic.h"
 #include "runtime/windows/Handle.h"
 
 #include <array>
@@ -9,8 +8,9 @@
 #include <csignal>
 #include <cstddef>
 
-// The C library turns an interrupt from the keyboard into SIGINT, and all else that ends a console's programs (the
-// window's close, the user's leaving) into SIGBREAK; its handlers run on a thread of the system's.
+// The C library turns an interrupt from the keyboard into SIGINT and a break into SIGBREAK; its handlers run on a
+// thread of the system's. The end of the console (its window is closed, the user logs off) needs a handler of our own:
+// once a handler has returned from that, the system ends the process.
 namespace qpr
 {
 namespace
@@ -20,8 +20,12 @@ using Handler = void (*)(int);
 
 constexpr std::array handledSignals = {SIGINT, SIGBREAK, SIGTERM};
 
-// The handler has nothing but globals to work with.
+constexpr DWORD windDownMs = 5000; // what the system itself grants when a console is closed
+
+// The handlers have nothing but globals to work with. A handler may still wait when the object is destroyed: the events
+// stay.
 HANDLE stopEvent = nullptr;
+HANDLE windDownEvent = nullptr; ///< signalled while there is no InterruptSignal
 std::array<Handler, handledSignals.size()> previousHandlers;
 
 void SignalEvent(int number)
@@ -30,37 +34,56 @@ void SignalEvent(int number)
     SetEvent(stopEvent);
 }
 
+BOOL WINAPI WindDown(DWORD controlType)
+{
+    if (controlType == CTRL_C_EVENT || controlType == CTRL_BREAK_EVENT)
+        return FALSE; // the C library's handler comes next
+    SetEvent(stopEvent);
+    WaitForSingleObject(windDownEvent, windDownMs);
+    return TRUE;
+}
+
 void Restore(std::size_t count) noexcept
 {
     for (std::size_t index = 0; index < count; ++index)
         std::signal(handledSignals[index], previousHandlers[index]);
+    SetEvent(windDownEvent); // first: the system may let the removal wait for a handler that runs
+    SetConsoleCtrlHandler(&WindDown, FALSE);
+}
+
+void MakeEvent(HANDLE& event)
+{
+    if (!event)
+        event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    if (!event)
+        ThrowSystemError(L"CreateEvent() failed", L"qpr::InterruptSignal::InterruptSignal");
+    ResetEvent(event);
 }
 
 } // namespace
 
 InterruptSignal::InterruptSignal()
 {
-    stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    if (!stopEvent)
-        ThrowSystemError(L"CreateEvent() failed", L"qpr::InterruptSignal::InterruptSignal");
+    MakeEvent(stopEvent);
+    MakeEvent(windDownEvent);
     SetConsoleCtrlHandler(nullptr, FALSE); // a process group of its own has come with Ctrl+C switched off
     for (std::size_t index = 0; index < handledSignals.size(); ++index)
     {
         previousHandlers[index] = std::signal(handledSignals[index], &SignalEvent);
+        if (previousHandlers[index] == SIG_IGN)
+            std::signal(handledSignals[index], SIG_IGN); // whoever started the program wants it to go on
         if (previousHandlers[index] != SIG_ERR)
             continue;
         const std::uint32_t error = LastSystemError();
         Restore(index);
-        CloseHandle(stopEvent);
         ThrowSystemErrorWithNumber(L"signal() failed", L"qpr::InterruptSignal::InterruptSignal", error);
     }
+    SetConsoleCtrlHandler(&WindDown, TRUE); // the one asked first; a program without a console has none to lose
 }
 
 InterruptSignal::~InterruptSignal()
 {
     Restore(handledSignals.size());
-    if (!CloseHandle(stopEvent))
-        Panic("CloseHandle(m_handle)", "qpr::InterruptSignal::~InterruptSignal");
 }
 
 WaitObject InterruptSignal::Object() const noexcept

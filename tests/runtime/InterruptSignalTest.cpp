@@ -9,6 +9,12 @@
 namespace
 {
 
+#ifdef SIGHUP
+const int stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
+#else
+const int stopSignals[] = {SIGINT, SIGTERM};
+#endif
+
 bool IsSignalled(const qpr::InterruptSignal& interrupt)
 {
     return qpr::Thread::WaitForObject(interrupt.Object(), L"test", 0, true);
@@ -16,8 +22,9 @@ bool IsSignalled(const qpr::InterruptSignal& interrupt)
 
 TEST(InterruptSignalTest, StandsForTheEndOfTheProcessWhileItLives)
 {
-    for (const int signal : {SIGINT, SIGTERM})
+    for (const int signal : stopSignals)
     {
+        std::signal(signal, SIG_DFL); // whatever the test program was started with
         const qpr::InterruptSignal interrupt;
         EXPECT_FALSE(IsSignalled(interrupt));
         std::raise(signal);
@@ -25,6 +32,13 @@ TEST(InterruptSignalTest, StandsForTheEndOfTheProcessWhileItLives)
         EXPECT_TRUE(IsSignalled(interrupt));
     }
     EXPECT_DEATH(std::raise(SIGTERM), "");
+    std::signal(stopSignals[0], SIG_IGN);
+    {
+        const qpr::InterruptSignal interrupt;
+        std::raise(stopSignals[0]);
+        EXPECT_FALSE(IsSignalled(interrupt)) << "what was ignored before stays so";
+    }
+    std::signal(stopSignals[0], SIG_DFL);
 }
 
 } // namespace
