@@ -1,5 +1,7 @@
 #pragma once
 
+#include "protocol/StreamFailure.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -8,13 +10,13 @@
 #include <locale>
 #include <memory>
 #include <ostream>
-#include <stdexcept>
 #include <streambuf>
 #include <string>
 
 /// Standard streams over readers and writers of bytes. All of them throw what their channel throws (an interrupt
-/// included), never write in a destructor, format in the classic locale, and are used by one thread at a time. Buffers
-/// come into being when first used; requests at least as large as the buffer pass it by.
+/// included) and throw it again at each later use, never write in a destructor, format in the classic locale, and are
+/// used by one thread at a time. Buffers come into being when first used; requests at least as large as the buffer pass
+/// it by.
 namespace qpr
 {
 
@@ -27,13 +29,22 @@ void AttachStreamBuffer(std::basic_ios<CharT>& stream, std::basic_streambuf<Char
     stream.exceptions(std::ios_base::badbit);
 }
 
+/// For StreamFailure: what an exception of the buffer did to the stream is undone.
+template <class CharT>
+void MakeGood(std::basic_ios<CharT>& stream)
+{
+    if (stream.bad())
+        stream.clear();
+}
+
 /// What is passed to a channel at once: system calls count in 32 bits.
 inline constexpr std::size_t largestRequest = std::size_t(1) << 30;
 
 /// Takes bytes from a Reader (IReader's two operations), which is not owned. A size of 1 never takes a byte more from
-/// the channel than was asked for.
+/// the channel than was asked for. The byte read last can always be put back, also as another one; how many more,
+/// depends on what is buffered. Positions are not offered.
 template <class Reader>
-class GenericInputStreamBuffer : public std::streambuf
+class GenericInputStreamBuffer : public std::streambuf, public StreamFailure
 {
 public:
     GenericInputStreamBuffer(Reader& reader, std::size_t bufferSize)
@@ -43,7 +54,7 @@ public:
     }
 
     /// True when taking a byte would not block: one is buffered, or the reader has data or its end.
-    bool InputPending() { return gptr() != egptr() || m_reader.InputPending(); }
+    bool InputPending() { return gptr() != egptr() || ChannelPending(); }
 
     /// Bytes taken from the channel so far. Any thread may ask.
     std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
@@ -72,20 +83,46 @@ protected:
     /// What can be had without blocking, -1 at the end of the data.
     std::streamsize showmanyc() override
     {
-        if (!m_reader.InputPending())
+        if (!ChannelPending())
             return 0;
         const std::size_t count = Fill();
         return count == 0 ? -1 : static_cast<std::streamsize>(count);
     }
 
+    int_type pbackfail(int_type byte) override
+    {
+        if (gptr() == eback())
+            ThrowPassing(L"No byte left that can be put back");
+        gbump(-1);
+        if (!traits_type::eq_int_type(byte, traits_type::eof()))
+            *gptr() = traits_type::to_char_type(byte);
+        return traits_type::not_eof(byte);
+    }
+
 private:
-    /// Requires: the buffer is empty.
+    /// Requires: nothing is left in the buffer but what can be put back.
     std::size_t Fill()
     {
         if (!m_buffer)
-            m_buffer = std::make_unique_for_overwrite<char[]>(m_bufferSize);
-        const std::size_t count = ReadChannel(m_buffer.get(), m_bufferSize);
-        setg(m_buffer.get(), m_buffer.get(), m_buffer.get() + count);
+            m_buffer = std::make_unique_for_overwrite<char[]>(1 + m_bufferSize);
+        char* const start = m_buffer.get() + 1;
+        const bool hasLast = gptr() != eback();
+        if (hasLast)
+            m_buffer[0] = gptr()[-1];
+        const std::size_t count = ReadChannel(start, m_bufferSize);
+        setg(hasLast ? m_buffer.get() : start, start, start + count);
+        return count;
+    }
+
+    /// The same requirement.
+    std::size_t PassBufferBy(char* target, std::size_t size)
+    {
+        const std::size_t count = ReadChannel(target, size);
+        if (count != 0)
+        {
+            m_last = target[count - 1];
+            setg(&m_last, &m_last + 1, &m_last + 1);
+        }
         return count;
     }
 
@@ -94,7 +131,7 @@ private:
         if (gptr() == egptr())
         {
             if (size >= m_bufferSize)
-                return ReadChannel(target, size);
+                return PassBufferBy(target, size);
             if (Fill() == 0)
                 return 0;
         }
@@ -104,16 +141,22 @@ private:
         return taken;
     }
 
+    bool ChannelPending()
+    {
+        return KeepFailure([this] { return m_reader.InputPending(); });
+    }
+
     std::size_t ReadChannel(char* target, std::size_t size)
     {
-        const std::size_t count = m_reader.Read(target, std::min(size, largestRequest));
+        const std::size_t count = KeepFailure([&] { return m_reader.Read(target, std::min(size, largestRequest)); });
         m_bytesTransferred.fetch_add(count, std::memory_order_relaxed);
         return count;
     }
 
     Reader& m_reader; // not owned
     const std::size_t m_bufferSize;
-    std::unique_ptr<char[]> m_buffer;
+    std::unique_ptr<char[]> m_buffer; ///< one byte to put back, then as many as the size says
+    char m_last = 0; ///< to put back, of a read that passed the buffer by
     std::atomic<std::uint64_t> m_bytesTransferred = 0;
 };
 
@@ -121,7 +164,7 @@ private:
 /// when the buffer is full and when the stream is flushed; what is left unflushed at the end is dropped, and so is what
 /// was buffered when a write failed.
 template <class Writer, class CharT = char>
-class GenericOutputStreamBuffer : public std::basic_streambuf<CharT>
+class GenericOutputStreamBuffer : public std::basic_streambuf<CharT>, public StreamFailure
 {
     using Base = std::basic_streambuf<CharT>;
     using Traits = typename Base::traits_type;
@@ -133,13 +176,13 @@ public:
     {
     }
 
-    /// Drops what has not been passed to the writer.
-    void Abandon() noexcept { this->setp(m_buffer.get(), this->epptr()); }
-
-    /// The channel has ended: whatever is written from now on throws and never reaches the writer, whose handle may be
-    /// another one's by then.
-    void Close() noexcept { m_isClosed = true; }
-    bool IsClosed() const noexcept { return m_isClosed; }
+    /// The end of the output: what has not been passed to the writer is dropped, each write from now on throws at once,
+    /// a flush does nothing. The writer is not used any more, its handle may be another one's by then.
+    void End() noexcept
+    {
+        m_hasEnded = true;
+        this->setp(nullptr, nullptr);
+    }
 
     /// Bytes given to the channel so far. Any thread may ask.
     std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
@@ -147,7 +190,7 @@ public:
 protected:
     typename Base::int_type overflow(typename Base::int_type character) override
     {
-        MakeRoom();
+        Operate([this] { MakeRoom(); });
         if (!Traits::eq_int_type(character, Traits::eof()))
         {
             *this->pptr() = Traits::to_char_type(character);
@@ -159,23 +202,54 @@ protected:
     std::streamsize xsputn(const CharT* source, std::streamsize size) override
     {
         std::size_t left = static_cast<std::size_t>(size);
-        while (left != 0)
-        {
-            const std::size_t taken = PutSome(source, left);
-            source += taken;
-            left -= taken;
-        }
+        Operate(
+            [&]
+            {
+                while (left != 0)
+                {
+                    const std::size_t taken = PutSome(source, left);
+                    source += taken;
+                    left -= taken;
+                }
+            });
         return size;
     }
 
     int sync() override
     {
-        WriteBuffered();
-        m_writer.Flush();
+        if (m_hasEnded)
+            return 0;
+        Operate(
+            [this]
+            {
+                WriteBuffered();
+                m_writer.Flush();
+            });
         return 0;
     }
 
 private:
+    /// Without a put area whatever is written comes here, and is refused.
+    template <class Operation>
+    void Operate(Operation operation)
+    {
+        try
+        {
+            KeepFailure(
+                [&]
+                {
+                    if (m_hasEnded)
+                        throw RuntimeError(L"Write after the end of the output");
+                    operation();
+                });
+        }
+        catch (...)
+        {
+            this->setp(nullptr, nullptr);
+            throw;
+        }
+    }
+
     std::size_t Buffered() const { return static_cast<std::size_t>(this->pptr() - this->pbase()); }
 
     std::size_t PutSome(const CharT* source, std::size_t size)
@@ -207,15 +281,13 @@ private:
     void WriteBuffered()
     {
         const std::size_t size = Buffered();
-        Abandon();
+        this->setp(m_buffer.get(), this->epptr());
         if (size != 0)
             WriteChannel(m_buffer.get(), size);
     }
 
     void WriteChannel(const CharT* source, std::size_t size)
     {
-        if (m_isClosed)
-            throw std::runtime_error("Write after the end of the output");
         m_writer.Write(source, size);
         m_bytesTransferred.fetch_add(size * sizeof(CharT), std::memory_order_relaxed);
     }
@@ -224,7 +296,7 @@ private:
     const std::size_t m_bufferSize;
     std::unique_ptr<CharT[]> m_buffer;
     std::atomic<std::uint64_t> m_bytesTransferred = 0;
-    bool m_isClosed = false;
+    bool m_hasEnded = false;
 };
 
 /// A byte stream that owns such a buffer; the reader outlives it.
@@ -237,6 +309,7 @@ public:
         , m_buffer(reader, bufferSize)
     {
         AttachStreamBuffer<char>(*this, m_buffer);
+        m_buffer.ReviveStreamWith([this] { MakeGood<char>(*this); });
     }
 
     bool InputPending() { return m_buffer.InputPending(); }
@@ -256,11 +329,10 @@ public:
         , m_buffer(writer, bufferSize)
     {
         AttachStreamBuffer<CharT>(*this, m_buffer);
+        m_buffer.ReviveStreamWith([this] { MakeGood<CharT>(*this); });
     }
 
-    void Abandon() noexcept { m_buffer.Abandon(); }
-    void Close() noexcept { m_buffer.Close(); }
-    bool IsClosed() const noexcept { return m_buffer.IsClosed(); }
+    void End() noexcept { m_buffer.End(); }
     std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
 
 private:

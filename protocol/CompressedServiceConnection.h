@@ -45,6 +45,7 @@ public:
     void CloseOutput() override
     {
         m_outputStream.flush();
+        m_outputStream.End();
         m_inner.CloseOutput();
     }
 
@@ -52,7 +53,7 @@ public:
 
     void Abandon() noexcept override
     {
-        m_outputStream.Abandon();
+        m_outputStream.End();
         m_inner.Abandon();
     }
 

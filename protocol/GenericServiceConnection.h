@@ -60,11 +60,11 @@ public:
 
     void CloseOutput() override
     {
-        if (m_outputStream.IsClosed())
+        if (!m_closeOutput)
             return;
         m_outputStream.flush();
-        m_outputStream.Close();
-        m_closeOutput();
+        m_outputStream.End();
+        std::exchange(m_closeOutput, nullptr)();
     }
 
     std::uint64_t BytesTransferred() const override
@@ -72,7 +72,7 @@ public:
         return m_inputStream.BytesTransferred() + m_outputStream.BytesTransferred();
     }
 
-    void Abandon() noexcept override { m_outputStream.Abandon(); }
+    void Abandon() noexcept override { m_outputStream.End(); }
 
 private:
     static constexpr std::size_t bufferSize = 65536; // bytes, what a pipe holds

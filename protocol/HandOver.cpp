@@ -2,9 +2,12 @@
 
 #include "protocol/CallAttempt.h"
 #include "protocol/CompressedServiceConnection.h"
+#include "protocol/StreamFailure.h"
 #include "runtime/Errors.h"
 
 #include <qxmi/internal/IServiceConnectionExW.h>
+
+#include <ios>
 
 namespace qxm
 {
@@ -12,12 +15,27 @@ namespace qxm
 namespace
 {
 
+/// The first error of a stream that failed, for what the standard library throws when such a stream is used while that
+/// error is still being handled.
+void ThrowFirstError(const std::ios& stream)
+{
+    if (const auto* failure = dynamic_cast<const qpr::StreamFailure*>(stream.rdbuf()))
+        failure->ThrowIfFailed();
+}
+
 void Execute(ICallContext& call, qxmi::internal::IServiceConnectionExW& connection)
 {
     try
     {
         call.Execute(connection);
         connection.OutputStream().flush();
+    }
+    catch (const std::ios_base::failure&)
+    {
+        connection.Abandon();
+        ThrowFirstError(connection.OutputStream());
+        ThrowFirstError(connection.InputStream());
+        throw;
     }
     catch (...)
     {

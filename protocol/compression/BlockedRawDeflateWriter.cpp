@@ -15,6 +15,28 @@ namespace
 constexpr int RawWindowBits = -15;
 constexpr int MemoryLevel = 8;
 
+/// The caller's memory is deflate's only while it lives.
+class InputLoan
+{
+public:
+    InputLoan(z_stream& stream, const Bytef* data, std::size_t size) noexcept
+        : m_stream(stream)
+    {
+        m_stream.next_in = const_cast<Bytef*>(data);
+        m_stream.avail_in = static_cast<uInt>(size);
+    }
+    ~InputLoan()
+    {
+        m_stream.next_in = nullptr;
+        m_stream.avail_in = 0;
+    }
+    InputLoan(const InputLoan&) = delete;
+    InputLoan& operator=(const InputLoan&) = delete;
+
+private:
+    z_stream& m_stream;
+};
+
 std::size_t CheckedBufferSize(std::size_t size)
 {
     if (size < BlockedRawDeflateWriter::MinBufferSize || size > MaxCompressedBlockSize)
@@ -46,8 +68,7 @@ void BlockedRawDeflateWriter::Write(const void* buffer, std::size_t size)
     while (size != 0)
     {
         const std::size_t piece = std::min<std::size_t>(size, std::numeric_limits<uInt>::max());
-        m_stream.next_in = const_cast<Bytef*>(source);
-        m_stream.avail_in = static_cast<uInt>(piece);
+        const InputLoan input(m_stream, source, piece);
         while (m_stream.avail_in != 0)
         {
             const int result = deflate(&m_stream, Z_NO_FLUSH);

@@ -1,5 +1,7 @@
 #include "protocol/compression/CompressedBlockWriter.h"
 
+#include "runtime/Errors.h"
+
 #include <charconv>
 #include <cstring>
 
@@ -11,6 +13,13 @@ namespace
 
 /// Room before the payload for "[10485760|"; the payload starts aligned.
 constexpr std::size_t HeadRoom = 16;
+
+/// Ours throw by themselves, with a better reason.
+void Require(bool isWritten)
+{
+    if (!isWritten)
+        throw RuntimeError(L"Failed to write compressed data");
+}
 
 } // namespace
 
@@ -30,7 +39,13 @@ void CompressedBlockWriter::SendFrame(std::size_t size)
     std::memcpy(frame + 1, digits, length);
     payload[-1] = '|';
     payload[size] = ']';
-    m_output.write(frame, static_cast<std::streamsize>(length + 2 + size + 1));
+    const auto frameSize = static_cast<std::streamsize>(length + 2 + size + 1);
+    Require(m_output.sputn(frame, frameSize) == frameSize);
+}
+
+void CompressedBlockWriter::FlushOutput()
+{
+    Require(m_output.pubsync() == 0);
 }
 
 } // namespace qpr

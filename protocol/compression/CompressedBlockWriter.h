@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
+#include <streambuf>
 
 namespace qpr
 {
@@ -18,9 +19,10 @@ inline constexpr std::size_t MaxCompressedBlockSize = 0xA00000;
 class CompressedBlockWriter : public IWriter
 {
 protected:
-    /// The byte stream is not owned and outlives the writer.
+    /// The byte stream is not owned and outlives the writer. Its buffer is used without it: a write that throws leaves
+    /// the stream as it was.
     explicit CompressedBlockWriter(std::ostream& output)
-        : m_output(output)
+        : m_output(*output.rdbuf())
     {
     }
 
@@ -30,10 +32,10 @@ protected:
     /// Sends the first size bytes of the payload room, 1 to MaxCompressedBlockSize, as one frame.
     void SendFrame(std::size_t size);
 
-    void FlushOutput() { m_output.flush(); }
+    void FlushOutput();
 
 private:
-    std::ostream& m_output; // not owned
+    std::streambuf& m_output; // not owned
     MemoryBuffer m_frame; ///< room for the longest frame head, the payload, the end delimiter
 };
 

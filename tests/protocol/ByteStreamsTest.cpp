@@ -1,11 +1,17 @@
 #include "protocol/ByteStreams.h"
 
 #include "PieceReader.h"
+#include "SampleData.h"
+#include "protocol/compression/BlockedQLZ14Writer.h"
+#include "protocol/compression/BlockedRawDeflateWriter.h"
 #include "runtime/IWriter.h"
+#include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <stdexcept>
+#include <thread>
 
 using compression_test::PieceReader;
 
@@ -89,13 +95,71 @@ TEST(ByteStreams, TellsWhatCanBeReadWithoutBlocking)
     EXPECT_TRUE(stream.eof());
 }
 
-TEST(ByteStreams, ReaderFailuresComeThroughAndStay)
+TEST(ByteStreams, TheByteReadLastCanBePutBackHoweverItWasRead)
+{
+    std::mt19937 random(1);
+    const auto upTo = [&](unsigned limit) { return static_cast<std::streamsize>(random() % (limit + 1)); };
+    const std::string data = compression_test::Noise(20000);
+    for (const std::size_t bufferSize : {1, 10, 64})
+    {
+        PieceReader reader(data, 30);
+        InputStream stream(reader, bufferSize);
+        std::string got(200, ' ');
+        for (std::size_t position = 0; position < data.size();)
+        {
+            stream.read(got.data(), upTo(random() % 2 != 0 ? 3 : 200));
+            ASSERT_EQ(got.substr(0, static_cast<std::size_t>(stream.gcount())),
+                data.substr(position, static_cast<std::size_t>(stream.gcount())));
+            position += static_cast<std::size_t>(stream.gcount());
+            if (position == 0)
+                continue;
+            if (random() % 2 != 0)
+                stream.peek();
+            stream.clear(); // of the end
+            stream.unget();
+            ASSERT_EQ(stream.get(), static_cast<unsigned char>(data[position - 1]));
+            for (const char other : {'?', data[position - 1]})
+            {
+                stream.putback(other);
+                ASSERT_EQ(stream.get(), static_cast<unsigned char>(other));
+            }
+        }
+    }
+    PieceReader reader("ab");
+    InputStream stream(reader, 10);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(test::ErrorOf([&] { stream.unget(); }), "No byte left that can be put back");
+    EXPECT_EQ(stream.get(), 'a');
+}
+
+TEST(ByteStreams, AReaderThatFailsIsNotAskedAgain)
+{
+    struct
+    {
+        std::size_t Read(void*, std::size_t) { throw std::runtime_error("failure " + std::to_string(++count)); }
+        bool InputPending() { return true; }
+        int count = 0;
+    } reader;
+    qpr::GenericInputStream<decltype(reader)> stream(reader, 10);
+    char target[100];
+    for (int i = 0; i < 2; ++i)
+    {
+        EXPECT_EQ(test::ErrorOf([&] { stream.read(target, 100); }), "failure 1");
+        EXPECT_EQ(test::ErrorOf([&] { stream.get(); }), "failure 1");
+        EXPECT_EQ(test::ErrorOf([&] { stream.InputPending(); }), "failure 1");
+        stream.clear();
+    }
+}
+
+TEST(ByteStreams, AnInterruptIsACancelledCallForOtherThreads)
 {
     PieceReader reader("ab", 10, false);
     InputStream stream(reader, 10);
     std::string word;
-    EXPECT_THROW(stream >> word, compression_test::NothingThere);
-    EXPECT_THROW(stream.get(), std::ios_base::failure);
+    EXPECT_THROW(stream >> word, qpr::InterruptException);
+    reader.Arrive("too late ");
+    EXPECT_THROW(stream >> word, qpr::InterruptException);
+    std::jthread([&] { EXPECT_EQ(test::ErrorOf([&] { stream >> word; }), "Call cancelled"); });
 }
 
 TEST(ByteStreams, CollectsSmallWritesAndPassesLargeOnesOn)
@@ -112,21 +176,62 @@ TEST(ByteStreams, CollectsSmallWritesAndPassesLargeOnesOn)
     EXPECT_EQ(stream.BytesTransferred(), 30U);
 }
 
-TEST(ByteStreams, DropsWhatIsNotFlushedAndNeverSendsAgainWhatFailed)
+TEST(ByteStreams, AfterTheEndOfTheOutputEveryWriteThrowsAtOnce)
 {
     ScriptedWriter writer;
     OutputStream stream(writer, 8);
-    stream << "ab";
-    stream.Abandon();
-    stream << "cd" << std::flush << "ef";
-    writer.isBroken = true;
-    EXPECT_THROW(stream.flush(), std::runtime_error);
-    writer.isBroken = false;
-    EXPECT_THROW(stream << 'g', std::ios_base::failure);
-    stream.clear();
-    stream.flush();
-    stream << 'h';
-    EXPECT_EQ(writer.pieces, (Pieces{"cd"}));
+    stream << "ab" << std::flush << "cd";
+    stream.End();
+    for (int i = 0; i < 2; ++i)
+    {
+        stream.flush();
+        EXPECT_EQ(test::ErrorOf([&] { stream << 'x'; }), "Write after the end of the output");
+        EXPECT_EQ(test::ErrorOf([&] { stream << "0123456789"; }), "Write after the end of the output");
+    }
+    EXPECT_EQ(writer.pieces, Pieces{"ab"});
+}
+
+/// Whatever the application does after the first error, and wherever that came: it gets the same error again, the
+/// channel gets nothing more, and no write is remembered by the caller's address.
+void ExpectThatAFailureStays(std::ostream& stream, ScriptedWriter& writer, unsigned seed)
+{
+    std::mt19937 random(seed);
+    std::vector<std::string> errors;
+    for (int i = 0; errors.size() < 20; ++i)
+    {
+        writer.isBroken = writer.isBroken || random() % 10 == 0;
+        const std::size_t before = writer.pieces.size();
+        const auto data = std::make_unique<std::string>(compression_test::Noise(random() % 3 == 0 ? 200000 : 3));
+        std::string error = test::ErrorOf([&] { random() % 4 == 0 ? stream.flush() : stream << *data; });
+        if (error != "no error" || !errors.empty())
+        {
+            errors.push_back(std::move(error));
+            writer.isBroken = false;
+            EXPECT_EQ(writer.pieces.size(), before);
+        }
+        if (random() % 4 == 0)
+            stream.clear();
+    }
+    EXPECT_EQ(errors, std::vector<std::string>(20, "broken"));
+}
+
+TEST(ByteStreams, AWriterThatFailedStaysFailedInEveryForm)
+{
+    for (unsigned seed = 0; seed < 20; ++seed)
+    {
+        ScriptedWriter writer;
+        const auto expectBeneath = [&]<class Codec>(Codec*)
+        {
+            OutputStream channel(writer, 65536);
+            Codec codec(channel);
+            qpr::GenericOutputStream<Codec> stream(codec, 1024);
+            ExpectThatAFailureStays(stream, writer, seed);
+        };
+        OutputStream plain(writer, 65536);
+        ExpectThatAFailureStays(plain, writer, seed);
+        expectBeneath(static_cast<qpr::BlockedRawDeflateWriter*>(nullptr));
+        expectBeneath(static_cast<qpr::BlockedQLZ14Writer*>(nullptr));
+    }
 }
 
 TEST(ByteStreams, OfWideCharactersAreTheSameWhateverTheApplicationsLocale)

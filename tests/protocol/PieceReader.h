@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/IReader.h"
+#include "runtime/Thread.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,12 +11,8 @@
 namespace compression_test
 {
 
-/// What a read that would wait for more throws: no std::exception, as an interrupt is none.
-struct NothingThere
-{
-};
-
 /// A channel that hands out what has arrived, at most pieceSize bytes at a time, and remembers how much was asked for.
+/// A read that would wait for more is interrupted.
 class PieceReader : public qpr::IReader
 {
 public:
@@ -33,7 +30,7 @@ public:
     {
         requests.push_back(size);
         if (!InputPending())
-            throw NothingThere();
+            throw qpr::InterruptException();
         const std::size_t taken = std::min({size, m_pieceSize, m_arrived.size() - m_next});
         std::memcpy(buffer, m_arrived.data() + m_next, taken);
         m_next += taken;

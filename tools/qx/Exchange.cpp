@@ -22,7 +22,6 @@ void AbandonOutput(qxmi::IServiceConnectionW& connection)
 {
     if (auto* extended = dynamic_cast<qxmi::internal::IServiceConnectionExW*>(&connection))
         extended->Abandon();
-    connection.OutputStream().clear();
 }
 
 } // namespace
