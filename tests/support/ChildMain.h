@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,10 @@ struct ChildRegistration
 {
     ChildRegistration(const char* name, ChildBody body);
 };
+
+/// Main calls it first: runs a body when the program was started for one, and returns its exit code. The words are the
+/// program's arguments, its name first.
+std::optional<int> RunAsChild(const std::vector<std::string>& words);
 
 /// Path of the running test program.
 std::string OwnPath();

@@ -5,6 +5,7 @@
 #include "runtime/Thread.h"
 #include "support/ChildMain.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
@@ -16,12 +17,16 @@ namespace test
 namespace
 {
 
+std::filesystem::path programDirectory;
+
 /// Takes all that comes out of a pipe, on a thread of its own.
 class Collector final : public qpr::IRunnable
 {
 public:
-    explicit Collector(qpr::PipeEnd end)
+    explicit Collector(qpr::PipeEnd end, const Pace& pace = {}, std::size_t limit = ~std::size_t(0))
         : m_end(std::move(end))
+        , m_pace(pace)
+        , m_limit(limit)
         , m_thread(*this)
     {
     }
@@ -43,9 +48,14 @@ public:
     void Run() override
     {
         qpr::PipeReader reader(m_end.Handle());
-        char piece[65536];
-        while (const std::size_t size = reader.Read(piece, sizeof piece))
-            Append({piece, size}, false);
+        std::string piece(m_pace.pieceSize, '\0');
+        while (const std::size_t size = reader.Read(piece.data(), std::min(piece.size(), m_limit - m_text.size())))
+        {
+            Append(std::string_view(piece).substr(0, size), false);
+            if (m_pace.pauseMs != 0)
+                qpr::Thread::Sleep(m_pace.pauseMs);
+        }
+        m_end.Close();
         Append({}, true);
     }
     void HandleError(const std::exception& error) override { Append(error.what(), true); }
@@ -60,6 +70,8 @@ private:
     }
 
     qpr::PipeEnd m_end;
+    const Pace m_pace;
+    const std::size_t m_limit;
     std::mutex m_lock;
     std::condition_variable m_changed;
     std::string m_text;
@@ -71,10 +83,11 @@ private:
 class Feeder final : public qpr::IRunnable
 {
 public:
-    Feeder(qpr::PipeEnd end, std::string input, bool staysOpen)
+    Feeder(qpr::PipeEnd end, const ProgramStart& start)
         : m_end(std::move(end))
-        , m_input(std::move(input))
-        , m_staysOpen(staysOpen)
+        , m_input(start.input)
+        , m_pace(start.inputPace)
+        , m_staysOpen(start.inputStaysOpen)
         , m_thread(*this)
     {
     }
@@ -87,7 +100,14 @@ public:
 
     void Run() override
     {
-        qpr::IOWriter(m_end.Handle()).Write(m_input.data(), m_input.size());
+        qpr::IOWriter writer(m_end.Handle());
+        const std::size_t pieceSize = m_pace.pauseMs == 0 ? m_input.size() : m_pace.pieceSize;
+        for (std::string_view left = m_input; !left.empty(); left.remove_prefix(std::min(pieceSize, left.size())))
+        {
+            writer.Write(left.data(), std::min(pieceSize, left.size()));
+            if (m_pace.pauseMs != 0)
+                qpr::Thread::Sleep(m_pace.pauseMs);
+        }
         if (!m_staysOpen)
             m_end.Close();
     }
@@ -96,6 +116,7 @@ public:
 private:
     qpr::PipeEnd m_end;
     const std::string m_input;
+    const Pace m_pace;
     const bool m_staysOpen;
     qpr::Thread m_thread;
 };
@@ -119,9 +140,14 @@ std::unique_ptr<qpr::ChildProcess> StartProcess(
 std::wstring ProgramPath(const std::wstring& name)
 {
     const std::filesystem::path own = OwnPath();
-    std::filesystem::path path = own.parent_path() / name;
+    std::filesystem::path path = (programDirectory.empty() ? own.parent_path() : programDirectory) / name;
     path += own.extension();
     return path.wstring();
+}
+
+void SetProgramDirectory(const std::filesystem::path& directory)
+{
+    programDirectory = directory;
 }
 
 std::ostream& operator<<(std::ostream& stream, const ProgramEnd& end)
@@ -150,8 +176,8 @@ RunningProgram::RunningProgram(const ProgramStart& start)
     state.inputPipe.server.Close();
     state.outputPipe.client.Close();
     state.errorsPipe.client.Close();
-    state.input = std::make_unique<Feeder>(std::move(state.inputPipe.client), start.input, start.inputStaysOpen);
-    state.output = std::make_unique<Collector>(std::move(state.outputPipe.server));
+    state.input = std::make_unique<Feeder>(std::move(state.inputPipe.client), start);
+    state.output = std::make_unique<Collector>(std::move(state.outputPipe.server), start.outputPace, start.outputLimit);
     state.errors = std::make_unique<Collector>(std::move(state.errorsPipe.server));
 }
 
@@ -185,6 +211,11 @@ void RunningProgram::CloseInput()
 void RunningProgram::CloseOutput()
 {
     m_state->output.reset();
+}
+
+bool RunningProgram::EndsWithin(std::uint32_t milliseconds)
+{
+    return m_state->process->WaitForCompletion(milliseconds, true);
 }
 
 ProgramEnd RunningProgram::WaitForEnd()

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "support/Pace.h"
+
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
@@ -9,8 +12,9 @@
 namespace test
 {
 
-/// Path of a program of this build.
+/// Path of a program of this build, or of another whose programs are to be run.
 std::wstring ProgramPath(const std::wstring& name);
+void SetProgramDirectory(const std::filesystem::path& directory);
 
 /// What a program is given.
 struct ProgramStart
@@ -20,6 +24,9 @@ struct ProgramStart
     std::string input = {};
     std::map<std::wstring, std::wstring> environment = {};
     bool inputStaysOpen = false; ///< until CloseInput
+    Pace inputPace = {};
+    Pace outputPace = {}; ///< at which its output is read
+    std::size_t outputLimit = ~std::size_t(0); ///< after so many bytes nobody reads the program's output
 };
 
 /// What a program did, once it has ended.
@@ -55,6 +62,9 @@ public:
 
     /// From now on nobody reads the program's output.
     void CloseOutput();
+
+    /// Whether the program ends within this time.
+    bool EndsWithin(std::uint32_t milliseconds);
 
     ProgramEnd WaitForEnd();
 

@@ -1,55 +1,15 @@
-#include "support/ChildMain.h"
-
 #include "runtime/ProgramArguments.h"
 #include "runtime/StandardStreams.h"
+#include "support/ChildMain.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <map>
-
-namespace
-{
-
-std::map<std::string, test::ChildBody>& Bodies()
-{
-    static std::map<std::string, test::ChildBody> bodies;
-    return bodies;
-}
-
-std::string ownPath;
-
-int RunChild(const std::string& name, const std::vector<std::string>& arguments)
-{
-    const auto body = Bodies().find(name);
-    if (body != Bodies().end())
-        return body->second(arguments);
-    std::fprintf(stderr, "no child body named %s\n", name.c_str());
-    return 99;
-}
-
-} // namespace
-
-test::ChildRegistration::ChildRegistration(const char* name, ChildBody body)
-{
-    Bodies()[name] = body;
-}
-
-std::string test::OwnPath()
-{
-    return ownPath;
-}
-
 int main(int argc, char** argv)
 {
     qpr::ReserveStandardStreams();
-    const std::vector<std::string> words = qpr::ProgramArguments(argc, argv);
-    ownPath = words[0];
-    if (words.size() >= 3 && words[1] == "--child")
-        return RunChild(words[2], std::vector<std::string>(words.begin() + 3, words.end()));
-    if (words.size() >= 3 && words[1] == "execute")
-        return RunChild(words[1], std::vector<std::string>(words.begin() + 2, words.end()));
+    if (const auto exitCode = test::RunAsChild(qpr::ProgramArguments(argc, argv)))
+        return *exitCode;
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
 }
