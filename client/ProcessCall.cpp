@@ -40,7 +40,7 @@ ProcessCall::ProcessCall(qxmi::IProcessRequestW& request)
     : m_request(request)
     , m_start(Describe(request))
 {
-    m_thread = std::make_unique<qpr::Thread>(*this);
+    m_thread = std::make_unique<qpr::Thread>(*this, "qx process");
 }
 
 void ProcessCall::AddRef()

@@ -42,7 +42,7 @@ void ServiceConnectorBase::Release()
 
 void ServiceConnectorBase::StartStarter()
 {
-    m_starter = std::make_unique<qpr::Thread>(*this);
+    m_starter = std::make_unique<qpr::Thread>(*this, "qx starter");
 }
 
 void ServiceConnectorBase::StopStarter()
@@ -98,7 +98,7 @@ bool ServiceConnectorBase::Start(ServiceCallBase& call)
     {
         call.m_thread.reset(); // of an earlier start, at its very end
         call.m_cancellation = std::make_unique<qpr::Cancellation>();
-        call.m_thread = std::make_unique<qpr::Thread>(call);
+        call.m_thread = std::make_unique<qpr::Thread>(call, "qx call");
         return true;
     }
     catch (...)

@@ -18,7 +18,7 @@ constexpr std::uint32_t gatheringTimeMs = 20; // a thread woken for each of many
 
 CallJournal::CallJournal(qpr::IWriter& output)
     : m_output(output)
-    , m_thread(*this)
+    , m_thread(*this, "qx journal")
 {
 }
 

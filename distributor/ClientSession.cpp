@@ -79,7 +79,7 @@ ClientSession::ClientSession(qpr::Socket socket, const qpr::SocketAddress& addre
     , m_surroundings(surroundings)
     , m_onEnd(std::move(onEnd))
     , m_subject(L"client " + address.ToText())
-    , m_thread(*this)
+    , m_thread(*this, "qx session")
 {
 }
 

@@ -2,6 +2,8 @@
 
 #include "distributor/CallWaiter.h"
 #include "protocol/ServantProcess.h"
+#include "runtime/CommandLineText.h"
+#include "runtime/Errors.h"
 
 namespace qxd
 {
@@ -44,6 +46,9 @@ private:
 std::unique_ptr<IServant> ProcessStarter::Start(
     const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter)
 {
+    // What a client sends becomes part of the command line, which an interpreter would read as commands.
+    if (qpr::IsBatchFile(commandLine.front()))
+        throw qpr::RuntimeError(L"Batch file '" + commandLine.front() + L"' cannot be a servant of a distributor");
     return std::make_unique<ProcessServant>(commandLine, log, waiter);
 }
 

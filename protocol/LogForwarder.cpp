@@ -15,7 +15,7 @@ LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log)
     : m_reader(reader)
     , m_log(log)
     , m_ended(qpr::ThreadEvent::Kind_ManualReset)
-    , m_thread(*this)
+    , m_thread(*this, "qx log")
 {
 }
 

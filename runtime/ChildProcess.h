@@ -42,7 +42,8 @@ enum class PriorityLevel
 class ChildProcess
 {
 public:
-    /// Starts the process. Throws "CreateProcess('<path>') failed" in "qpr::ChildProcess::ChildProcess".
+    /// Starts the process. Throws "CreateProcess('<path>') failed" in "qpr::ChildProcess::ChildProcess", and on Linux
+    /// "pidfd_open() failed" there when the system refuses that.
     explicit ChildProcess(const ProcessStart& start);
 
     /// Ends the process and its group at once if they still run.
@@ -53,7 +54,8 @@ public:
 
     std::uint32_t ProcessId() const noexcept;
 
-    /// A refusal by the system is ignored.
+    /// A refusal by the system is ignored. On Linux it holds for the process's first thread and for what that starts
+    /// from then on; call it right after the start.
     void SetPriorityLevel(PriorityLevel level) noexcept;
 
     /// Signalled once the process has ended.

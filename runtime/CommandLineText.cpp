@@ -1,5 +1,8 @@
 #include "runtime/CommandLineText.h"
 
+#include "runtime/Errors.h"
+
+#include <algorithm>
 #include <string_view>
 
 namespace qpr
@@ -29,6 +32,12 @@ void AppendQuoted(std::wstring& line, std::wstring_view argument)
     line += L'"';
 }
 
+/// Within quotes too the interpreter expands variables and ends a line.
+bool IsPlainText(std::wstring_view argument) noexcept
+{
+    return argument.find_first_of(L"\"%!^&|<>()\r\n") == std::wstring_view::npos && !argument.ends_with(L'\\');
+}
+
 } // namespace
 
 std::wstring CommandLineText(const std::vector<std::wstring>& arguments)
@@ -46,6 +55,29 @@ std::wstring CommandLineText(const std::vector<std::wstring>& arguments)
             line += arguments[i];
     }
     return line;
+}
+
+bool IsBatchFile(std::wstring_view path) noexcept
+{
+    while (path.ends_with(L'.') || path.ends_with(L' ')) // the system drops them
+        path.remove_suffix(1);
+    const auto endsWith = [path](std::wstring_view extension)
+    {
+        return path.size() >= extension.size()
+            && std::equal(extension.begin(), extension.end(),
+                path.end() - static_cast<std::ptrdiff_t>(extension.size()),
+                [](wchar_t lower, wchar_t other) { return lower == other || lower == other + (L'a' - L'A'); });
+    };
+    return endsWith(L".bat") || endsWith(L".cmd");
+}
+
+void CheckBatchArguments(const std::wstring& path, const std::vector<std::wstring>& arguments)
+{
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+    {
+        if (!IsPlainText(arguments[i]))
+            throw RuntimeError(L"Argument '" + arguments[i] + L"' cannot be passed to the batch file '" + path + L"'");
+    }
 }
 
 } // namespace qpr

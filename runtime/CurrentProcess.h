@@ -15,4 +15,7 @@ std::uint32_t GetId() noexcept;
 /// The account that the process runs under; its number where the system has no name for it.
 std::wstring GetUserName();
 
+/// Ends the process at once, as one that crashed: no destructors, no exit handlers, no message box.
+[[noreturn]] void FailFast() noexcept;
+
 } // namespace qpr::CurrentProcess

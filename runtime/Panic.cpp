@@ -1,7 +1,8 @@
 #include "runtime/Panic.h"
 
+#include "runtime/CurrentProcess.h"
+
 #include <cstdio>
-#include <cstdlib>
 
 namespace qpr
 {
@@ -10,14 +11,14 @@ void Panic(const char* condition, const char* function, int line) noexcept
 {
     std::fprintf(stderr, "Panic: %s failed in %s.%d\n", condition, function, line);
     std::fflush(stderr);
-    std::abort();
+    CurrentProcess::FailFast();
 }
 
 void PanicWithText(std::string_view text) noexcept
 {
     std::fprintf(stderr, "Panic: %.*s\n", static_cast<int>(text.size()), text.data());
     std::fflush(stderr);
-    std::abort();
+    CurrentProcess::FailFast();
 }
 
 } // namespace qpr

@@ -19,7 +19,8 @@ enum class StandardStream
 };
 
 /// A program calls it first of all: makes sure that no file opened later takes the place of a standard stream that the
-/// program was started without.
+/// program was started without. On Windows the standard streams then carry bytes as they are, a console shows UTF-8
+/// until the program ends, and a crash shows no message box.
 void ReserveStandardStreams();
 
 /// The handle as such, for waits. It stays the process's.

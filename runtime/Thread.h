@@ -45,11 +45,15 @@ class InterruptException
 /// inside these waits and checks, where it surfaces as InterruptException; a thread that Thread did not start is never
 /// interrupted. A Thread object is used by one thread at a time, but for Interrupt, which any thread may call while the
 /// object lives.
+///
+/// On Linux the thread starts with all signals blocked but those of its own faults (SIGSEGV and the like), so that the
+/// application's signals go to the application's threads.
 class Thread
 {
 public:
-    /// Starts the thread at once. The runnable is not owned and outlives the thread. Throws "CreateThread() failed".
-    explicit Thread(IRunnable& runnable);
+    /// Starts the thread at once. The runnable is not owned and outlives the thread. Debuggers and process viewers show
+    /// the name: a literal of at most 15 characters. Throws "CreateThread() failed".
+    explicit Thread(IRunnable& runnable, const char* name = "qx");
 
     /// Interrupts a runnable that has not completed and waits for the thread's end.
     ~Thread();

@@ -12,7 +12,7 @@ class ClientWatch final : private qpr::IRunnable
 {
 public:
     ClientWatch()
-        : m_thread(*this)
+        : m_thread(*this, "qx client watch")
     {
     }
 

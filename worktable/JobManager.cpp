@@ -8,7 +8,7 @@ namespace qxm
 
 WorkTable::JobManager::JobManager(WorkTable& table)
     : m_row(std::make_unique<RowInWorkTable>(table, qpr::CurrentProcess::GetId()))
-    , m_heartbeat(*m_row)
+    , m_heartbeat(*m_row, "qx heartbeat")
 {
 }
 

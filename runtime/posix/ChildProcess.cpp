@@ -103,8 +103,8 @@ ChildProcess::State::State(const ProcessStart& start)
     kill(-processId, SIGKILL);
     if (!isLost && kill(processId, SIGKILL) == 0)
         waitpid(processId, nullptr, 0);
-    ThrowSystemErrorWithNumber(L"CreateProcess('" + start.executablePath + L"') failed",
-        L"qpr::ChildProcess::ChildProcess", static_cast<std::uint32_t>(error), __LINE__);
+    ThrowSystemErrorWithNumber(
+        L"pidfd_open() failed", L"qpr::ChildProcess::ChildProcess", static_cast<std::uint32_t>(error), __LINE__);
 }
 
 ChildProcess::State::~State()

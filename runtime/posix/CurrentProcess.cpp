@@ -4,6 +4,7 @@
 #include "runtime/Utf8.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <vector>
 
@@ -36,6 +37,11 @@ std::wstring GetUserName()
     while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
         buffer.resize(buffer.size() * 2);
     return found ? FromUtf8(found->pw_name) : std::to_wstring(geteuid());
+}
+
+void FailFast() noexcept
+{
+    std::abort();
 }
 
 } // namespace qpr::CurrentProcess

@@ -8,6 +8,7 @@
 #include "runtime/posix/EventDescriptor.h"
 #include "runtime/posix/InterruptState.h"
 
+#include <csignal>
 #include <optional>
 #include <pthread.h>
 
@@ -21,14 +22,41 @@ namespace
 
 constexpr int nobody = -1;
 
-}
+/// What every thread starts with. The signals that a fault of the thread itself raises are not blocked: the system
+/// would end the process at once, past the application's own handlers.
+class ThreadAttributes
+{
+public:
+    ThreadAttributes() noexcept
+    {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT})
+            sigdelset(&blocked, fault);
+        m_error = pthread_attr_init(&m_attributes);
+        if (m_error == 0)
+            m_error = pthread_attr_setsigmask_np(&m_attributes, &blocked);
+    }
+
+    int Start(pthread_t& thread, void* (*routine)(void*), void* argument) const noexcept
+    {
+        return m_error != 0 ? m_error : pthread_create(&thread, &m_attributes, routine, argument);
+    }
+
+private:
+    pthread_attr_t m_attributes;
+    int m_error;
+};
+
+} // namespace
 
 struct Thread::State
 {
     class EndWaiter;
 
-    explicit State(IRunnable& body) noexcept
+    State(IRunnable& body, const char* threadName) noexcept
         : runnable(body)
+        , name(threadName)
     {
     }
 
@@ -37,6 +65,7 @@ struct Thread::State
     void Join() noexcept;
 
     IRunnable& runnable;
+    const char* const name;
     InterruptState interrupt;
     pthread_t thread{};
     bool joined = false; ///< the end has been observed
@@ -81,6 +110,7 @@ void* Thread::State::StartRoutine(void* argument) noexcept
 {
     State& state = *static_cast<State*>(argument);
     currentThread.interrupt = &state.interrupt;
+    pthread_setname_np(pthread_self(), state.name);
     RunToEnd(state.runnable);
     state.completed = true;
     const int waiter = state.endWaiter;
@@ -113,10 +143,11 @@ void Thread::State::Join() noexcept
     joined = true;
 }
 
-Thread::Thread(IRunnable& runnable)
-    : m_state(std::make_unique<State>(runnable))
+Thread::Thread(IRunnable& runnable, const char* name)
+    : m_state(std::make_unique<State>(runnable, name))
 {
-    const int error = pthread_create(&m_state->thread, nullptr, &State::StartRoutine, m_state.get());
+    static const ThreadAttributes attributes; // lasts as long as the process
+    const int error = attributes.Start(m_state->thread, &State::StartRoutine, m_state.get());
     if (error != 0)
         ThrowSystemErrorWithNumber(
             L"CreateThread() failed", L"qpr::Thread::Thread", static_cast<std::uint32_t>(error), __LINE__);

@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 // The process's handle keeps its id from being given to another, and its figures; the group is a job that ends with the
-// object.
+// object. Where the system refuses a job (this process's own job may forbid it) only the process itself is ended.
 namespace qpr
 {
 
@@ -44,8 +44,6 @@ struct ChildProcess::State
 
 ChildProcess::State::State(const ProcessStart& start)
 {
-    if (!group.IsValid())
-        ThrowSystemError(L"CreateJobObject() failed", L"qpr::ChildProcess::ChildProcess", __LINE__);
     figures.startTime = Clock::now();
     SpawnedProcess spawned = SpawnProcess(start, group);
     process = std::move(spawned.process);
@@ -66,6 +64,7 @@ bool ChildProcess::State::WaitForEnd(DWORD timeoutMs) const noexcept
 void ChildProcess::State::Kill() noexcept
 {
     group.Terminate(exitCodeTerminated);
+    TerminateProcess(process.Value(), exitCodeTerminated); // may not be in the group
     WaitForEnd(INFINITE);
 }
 

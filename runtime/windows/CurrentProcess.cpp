@@ -39,4 +39,12 @@ std::wstring GetUserName()
     return GetUserNameW(name, &size) ? std::wstring(name) : std::wstring();
 }
 
+void FailFast() noexcept
+{
+    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);
+    RaiseFailFastException(nullptr, nullptr, 0);
+    TerminateProcess(GetCurrentProcess(), STATUS_FATAL_APP_EXIT);
+    __builtin_unreachable();
+}
+
 } // namespace qpr::CurrentProcess

@@ -43,7 +43,9 @@ struct CurrentThreadState
     std::uint32_t interruptWord = 0; ///< the bits above
     InterruptState* interrupt = nullptr; ///< not owned, outlives the thread; null for one that Thread did not start
 
-    bool IsInterruptible() const noexcept { return (interruptWord & notInterruptible) == 0; }
+    /// Only such a thread waits alertably: calls that an application has queued to a thread of its own are not to run
+    /// inside a wait of ours.
+    bool IsInterruptible() const noexcept { return interrupt && (interruptWord & notInterruptible) == 0; }
 };
 
 extern constinit thread_local CurrentThreadState currentThread;

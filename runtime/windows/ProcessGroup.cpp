@@ -11,19 +11,19 @@ ProcessGroup::ProcessGroup() noexcept
     if (!m_job.IsValid()
         || SetInformationJobObject(m_job.Value(), JobObjectExtendedLimitInformation, &limits, sizeof limits))
         return;
-    const DWORD error = GetLastError();
     m_job.Close();
-    SetLastError(error);
 }
 
-bool ProcessGroup::Add(HANDLE process) noexcept
+void ProcessGroup::Add(HANDLE process) noexcept
 {
-    return AssignProcessToJobObject(m_job.Value(), process) != FALSE;
+    if (m_job.IsValid())
+        AssignProcessToJobObject(m_job.Value(), process);
 }
 
 void ProcessGroup::Terminate(std::uint32_t exitCode) noexcept
 {
-    TerminateJobObject(m_job.Value(), exitCode);
+    if (m_job.IsValid())
+        TerminateJobObject(m_job.Value(), exitCode);
 }
 
 } // namespace qpr

@@ -60,7 +60,8 @@ std::wstring MergedEnvironment(const std::map<std::wstring, std::wstring>& chang
     return block.append(1, L'\0');
 }
 
-/// Inheritable duplicates of the handles for the child. Only a start that lists them hands them on.
+/// Inheritable duplicates of the handles for the child. A process that the application itself starts at the same time,
+/// with handles to inherit and no list of them, gets these too and keeps them open.
 class StandardHandles
 {
 public:
@@ -163,10 +164,11 @@ void ThrowIfNoDirectory(const std::wstring& directory)
         ThrowSystemErrorWithNumber(L"SetCurrentDirectory('" + directory + L"') failed", constructor, error);
 }
 
-/// Lets a process that was created stopped run, as a member of the group.
+/// Lets a process that was created stopped run, as a member of the group where the system allows it.
 void Release(const ProcessStart& start, ProcessGroup& group, HANDLE process, HANDLE thread)
 {
-    if (group.Add(process) && ResumeThread(thread) != static_cast<DWORD>(-1))
+    group.Add(process);
+    if (ResumeThread(thread) != static_cast<DWORD>(-1))
         return;
     const DWORD error = GetLastError();
     TerminateProcess(process, error);
@@ -179,6 +181,8 @@ SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
 {
     RefuseZeroCharacters(start);
     const std::wstring path = ExecutablePath(start);
+    if (IsBatchFile(path))
+        CheckBatchArguments(path, start.arguments);
     const std::wstring commandLine = CommandLineText(start.arguments);
     std::wstring environment = start.environment.empty() ? std::wstring() : MergedEnvironment(start.environment);
 

@@ -161,6 +161,7 @@ Socket Socket::Listen(const SocketAddress& address, int backlog)
 {
     Socket socket = Create(address.GetFamily());
     SetNonBlocking(socket.m_handle);
+    SetOption(socket.m_handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // or another program could listen there too
     const NativeAddress native(address);
     if (bind(SystemSocket(socket.m_handle), native.Get(), native.size) != 0)
         ThrowSocketError(L"bind() failed", L"qpr::Socket::Listen");

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <io.h>
@@ -39,6 +40,14 @@ DWORD PieceSize(std::size_t size) noexcept
     return static_cast<DWORD>(std::min<std::size_t>(size, 1 << 24));
 }
 
+/// The console outlives the program, and others that share it expect its own code page.
+void UseUtf8UntilTheEnd() noexcept
+{
+    static const UINT former = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+    std::atexit([] { SetConsoleOutputCP(former); });
+}
+
 HANDLE InputHandle() noexcept
 {
     return GetStdHandle(STD_INPUT_HANDLE);
@@ -51,9 +60,10 @@ void ReserveStandardStreams()
     // A file never takes a standard stream's place here; but the C library's streams are to pass bytes as they are too.
     for (FILE* const stream : {stdin, stdout, stderr})
         _setmode(_fileno(stream), _O_BINARY);
+    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX); // a crash is to end the program, not to wait for a click
     DWORD mode = 0;
     if (GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode))
-        SetConsoleOutputCP(CP_UTF8);
+        UseUtf8UntilTheEnd();
 }
 
 NativeHandle HandleOf(StandardStream stream) noexcept

@@ -141,7 +141,7 @@ bool TakeInterrupt() noexcept
 
 bool PutOffInterrupts(bool putOff) noexcept
 {
-    const bool before = !currentThread.IsInterruptible();
+    const bool before = (currentThread.interruptWord & CurrentThreadState::notInterruptible) != 0;
     currentThread.interruptWord &= ~CurrentThreadState::notInterruptible;
     if (putOff)
         currentThread.interruptWord |= CurrentThreadState::notInterruptible;

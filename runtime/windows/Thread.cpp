@@ -5,8 +5,26 @@
 #include "runtime/windows/Handle.h"
 #include "runtime/windows/InterruptState.h"
 
+#include <cstring>
+#include <string>
+
 namespace qpr
 {
+
+namespace
+{
+
+/// Systems before Windows 10 have no such names.
+void SetThreadName(HANDLE thread, const char* name) noexcept
+{
+    using SetDescription = HRESULT(WINAPI*)(HANDLE, PCWSTR);
+    static const auto setDescription = reinterpret_cast<SetDescription>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetThreadDescription")));
+    if (setDescription)
+        setDescription(thread, std::wstring(name, name + std::strlen(name)).c_str());
+}
+
+} // namespace
 
 struct Thread::State
 {
@@ -48,12 +66,13 @@ void Thread::State::Join() noexcept
     joined = true;
 }
 
-Thread::Thread(IRunnable& runnable)
+Thread::Thread(IRunnable& runnable, const char* name)
     : m_state(std::make_unique<State>(runnable))
 {
     m_state->handle = OwnedHandle(CreateThread(nullptr, 0, &State::StartRoutine, m_state.get(), 0, nullptr));
     if (!m_state->handle.IsValid())
         ThrowSystemError(L"CreateThread() failed", L"qpr::Thread::Thread", __LINE__);
+    SetThreadName(m_state->handle.Value(), name);
 }
 
 Thread::~Thread()

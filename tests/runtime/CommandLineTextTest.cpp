@@ -1,5 +1,8 @@
 #include "runtime/CommandLineText.h"
 
+#include "runtime/Utf8.h"
+#include "support/ErrorOf.h"
+
 #include <gtest/gtest.h>
 
 TEST(CommandLineText, IsQuotedWhereItMustBe)
@@ -19,4 +22,19 @@ TEST(CommandLineText, IsQuotedWhereItMustBe)
         EXPECT_EQ(
             qpr::CommandLineText({L"C:\\Program Files\\x.exe", argument}), L"\"C:\\Program Files\\x.exe\" " + text);
     EXPECT_EQ(qpr::CommandLineText({L"x", L"a", L"b"}), L"\"x\" a b");
+}
+
+TEST(CommandLineText, OfABatchFileHoldsNothingThatTheInterpreterMightRun)
+{
+    for (const wchar_t* path : {L"a.bat", L"C:\\dir\\A.CmD", L"a.bat.. ", L"bat.bat"})
+        EXPECT_TRUE(qpr::IsBatchFile(path)) << path;
+    for (const wchar_t* path : {L"bat", L"a.bat.exe", L"a.bat\\b", L""})
+        EXPECT_FALSE(qpr::IsBatchFile(path)) << path;
+    qpr::CheckBatchArguments(L"a.bat", {L"100%", L"execute", L"two words", L"ClientId=here/1", L"a\\b"});
+    for (const std::string text : {"a&calc", "%PATH%", "say \"hi\"", "a\nb", "dir\\", "(", "^", ">x"})
+        EXPECT_EQ(test::ErrorOf(
+                      [&] {
+                          qpr::CheckBatchArguments(L"a.bat", {L"a.bat", L"x", qpr::FromUtf8(text)});
+                      }),
+            "Argument '" + text + "' cannot be passed to the batch file 'a.bat'");
 }

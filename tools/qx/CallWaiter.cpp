@@ -8,7 +8,7 @@ namespace qx
 CallWaiter::CallWaiter(qxmi::IServiceCall& call, std::function<void()> onEnded)
     : m_call(call)
     , m_onEnded(std::move(onEnded))
-    , m_thread(*this)
+    , m_thread(*this, "qx wait")
 {
 }
 

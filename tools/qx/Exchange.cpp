@@ -85,7 +85,7 @@ void Exchange::Run(qxmi::IServiceConnectionW& connection)
 {
     InputCopy inputCopy(*this, connection);
     {
-        qpr::Thread inputThread(inputCopy);
+        qpr::Thread inputThread(inputCopy, "qx input");
         CopyOutput(connection);
     }
     AbandonOutput(connection);

@@ -12,8 +12,9 @@ namespace qxmi
 /// Lives only while IServiceRequestW::Execute runs. One thread may read while another writes.
 ///
 /// The streams throw: a failed read or write ends in an exception, never in a silent error state; the end of the data
-/// is the ordinary end of the stream. When the call is cancelled, reads, writes and waits that are under way end, and
-/// all later ones fail at once. Slot order is part of the binary interface.
+/// is the ordinary end of the stream. A stream that failed stays failed: each later use throws the same error again,
+/// and there is nothing to clear. When the call is cancelled, reads, writes and waits that are under way end, and all
+/// later ones fail at once. Slot order is part of the binary interface.
 class IServiceConnectionW
 {
 public:

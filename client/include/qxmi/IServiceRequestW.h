@@ -29,7 +29,8 @@ public:
     /// space.
     virtual void GetServiceRequestAttributes(std::map<std::wstring, std::wstring>& attributes) = 0;
 
-    /// The call's own conversation with its servant, on the call's thread. An exception that leaves it is the call's
+    /// The call's own conversation with its servant, on the call's thread (on Linux one with all signals blocked, which
+    /// threads and processes that are started there inherit). An exception that leaves it is the call's
     /// error. Returning is success: what is still buffered for the servant is then sent. Cancelling makes the
     /// connection's operations throw something that is no std::exception on this thread; let it pass.
     virtual void Execute(IServiceConnectionW& connection) = 0;
