@@ -1,12 +1,11 @@
-// The one source that sees Expat. Its wide build has 16-bit characters of its own or, on Windows, wchar_t; ToWide is
-// where both become wide text. Exceptions do not cross Expat: a callback keeps its exception and stops the parser, and
-// Run throws it.
+// The one source that sees Expat, whose characters are UTF-8 or, on Windows, wide ones; ToWide makes wide text of both.
+// Exceptions do not cross Expat: a callback keeps its exception and stops the parser, and Run throws it.
 
 #include "config/XmlReader.h"
 
-#include "config/Arguments.h"
 #include "runtime/Errors.h"
 #include "runtime/Utf8.h"
+#include "runtime/WhiteSpace.h"
 
 #include <expat.h>
 
@@ -24,44 +23,25 @@ namespace
 
 constexpr int bufferSize = 8192;
 
-std::wstring ToWide(const XML_Char* text, std::size_t length)
+/// Of either kind of Expat.
+template <class Char>
+std::wstring ToWide(std::basic_string_view<Char> text)
 {
-    if constexpr (std::is_same_v<XML_Char, wchar_t>)
-        return std::wstring(reinterpret_cast<const wchar_t*>(text), length);
-
-    std::wstring wide;
-    wide.reserve(length);
-    for (std::size_t i = 0; i < length; ++i)
-    {
-        char32_t codePoint = static_cast<char32_t>(text[i]);
-        const bool isPair = codePoint >= 0xD800 && codePoint < 0xDC00 && i + 1 < length;
-        if (isPair)
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
-        qpr::AppendCodePoint(wide, codePoint);
-    }
-    return wide;
+    if constexpr (std::is_same_v<Char, char>)
+        return qpr::FromUtf8(text);
+    else
+        return std::wstring(text);
 }
 
-std::wstring ToWide(const XML_Char* text)
+template <class Char>
+std::wstring ToWide(const Char* text)
 {
-    std::size_t length = 0;
-    while (text[length] != 0)
-        ++length;
-    return ToWide(text, length);
-}
-
-/// Expat's messages are plain ASCII in either character type.
-std::wstring MessageText(const XML_LChar* message)
-{
-    std::wstring text;
-    while (*message != 0)
-        text += static_cast<wchar_t>(*message++);
-    return text;
+    return ToWide(std::basic_string_view<Char>(text));
 }
 
 bool IsAllWhiteSpace(std::wstring_view text)
 {
-    return std::ranges::all_of(text, IsWhiteSpace);
+    return std::ranges::all_of(text, qpr::IsWhiteSpace);
 }
 
 struct ParserDeleter
@@ -140,7 +120,8 @@ void XmlReader::OnEnd(void* userData, const XML_Char*)
 
 void XmlReader::OnText(void* userData, const XML_Char* text, int length)
 {
-    From(userData).Guarded([=](XmlReader& reader) { reader.AddText(ToWide(text, static_cast<std::size_t>(length))); });
+    From(userData).Guarded([=](XmlReader& reader)
+        { reader.AddText(ToWide(std::basic_string_view(text, static_cast<std::size_t>(length)))); });
 }
 
 /// A stopped parser may still report what it has begun; that is passed over.
@@ -200,9 +181,9 @@ void XmlReader::AddText(std::wstring_view text)
 void XmlReader::ThrowExpatError(std::wstring_view what) const
 {
     const XML_Error code = XML_GetErrorCode(m_parser.get());
-    const XML_LChar* message = XML_ErrorString(code);
+    const XML_LChar* const message = XML_ErrorString(code);
     throw qpr::RuntimeError(std::wstring(what) + L", Expat error code = " + std::to_wstring(static_cast<int>(code))
-        + L" (" + (message ? MessageText(message) : L"???") + L"), line "
+        + L" (" + (message ? ToWide(message) : L"???") + L"), line "
         + std::to_wstring(XML_GetCurrentLineNumber(m_parser.get())) + L", column "
         + std::to_wstring(XML_GetCurrentColumnNumber(m_parser.get())));
 }

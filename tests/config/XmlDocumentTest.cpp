@@ -46,13 +46,17 @@ std::string Nested(std::size_t depth)
 
 TEST(XmlDocument, BecomesATreeOfElementsAttributesAndText)
 {
-    const std::pair<const char*, const wchar_t*> cases[] = {
+    using namespace std::string_literals;
+    const std::pair<std::string, const wchar_t*> cases[] = {
         {"<a z='1' b='2'><c>text</c><d/><c> x &lt; <![CDATA[&]]> </c></a>", L"a[z=1][b=2](c'text')(d)(c' x < & ')"},
         {"<a>\n <b/>\t<!-- note -->\n</a>", L"a(b)"},
         {"<a> \n </a>", L"a' \n '"},
         {"<a b='\xC3\xA9\xF0\x9F\x98\x80'>\xE2\x82\xAC\xF0\x90\x80\x80</a>",
             L"a[b=\u00E9\U0001F600]'\u20AC\U00010000'"},
         {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", L"a'\u00E9'"},
+        {"\xFE\xFF\0<\0a\0>\x20\xAC\xD8\x3D\xDE\x00\0<\0/\0a\0>"s, L"a'\u20AC\U0001F600'"},
+        {"\xFF\xFE<\0a\0 \0b\0=\0'\0\xE9\0'\0/\0>\0"s, L"a[b=\u00E9]"},
+        {"\xEF\xBB\xBF<a>\r\n</a>", L"a'\n'"},
         {"<!DOCTYPE a [<!ENTITY e 'v'>]><a>&e;</a>", L"a'v'"},
     };
     for (const auto& c : cases)
