@@ -1,21 +1,13 @@
 #include "config/Arguments.h"
 
 #include "runtime/Errors.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
-#include <locale>
 #include <utility>
 
 namespace qxm
 {
-
-bool IsWhiteSpace(wchar_t character)
-{
-    constexpr wchar_t firstOfOthers = 0x80; // the classic locale's view of these has its price
-    if (character < firstOfOthers)
-        return character == L' ' || (character >= L'\t' && character <= L'\r');
-    return std::isspace(character, std::locale::classic());
-}
 
 Arguments::Arguments(std::vector<std::wstring> words)
 {
@@ -54,7 +46,7 @@ std::vector<std::wstring> Arguments::SplitWords(std::wstring_view line)
             openQuote = none;
         else if (openQuote == none && (character == L'\'' || character == L'"'))
             openQuote = character;
-        else if (openQuote == none && IsWhiteSpace(character))
+        else if (openQuote == none && qpr::IsWhiteSpace(character))
             endWord();
         else
             word += character;

@@ -10,9 +10,6 @@
 namespace qxm
 {
 
-/// White space as argument lines are split at it, in whatever locale the application runs.
-bool IsWhiteSpace(wchar_t character);
-
 /// The one syntax of servant command lines and protocol lines: words split at white space, single or double quotes
 /// group and have no escape. A word with "=" in it is a named argument, any other a positional one.
 class Arguments

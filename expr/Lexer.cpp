@@ -1,5 +1,7 @@
 #include "expr/Lexer.h"
 
+#include "runtime/WhiteSpace.h"
+
 #include <charconv>
 #include <locale>
 #include <sstream>
@@ -24,11 +26,6 @@ bool IsLowerCase(wchar_t c)
 bool IsWordStart(wchar_t c)
 {
     return IsLowerCase(c) || (c >= L'A' && c <= L'Z') || c == L'_';
-}
-
-bool IsSpace(wchar_t c)
-{
-    return c == L' ' || (c >= L'\t' && c <= L'\r') || (c > 127 && std::isspace(c, std::locale::classic()));
 }
 
 std::size_t SkipDigits(std::wstring_view text, std::size_t offset)
@@ -127,7 +124,7 @@ void Lexer::ThrowInvalidToken() const
 
 void Lexer::SkipWhiteSpace()
 {
-    while (m_offset < m_text.size() && IsSpace(m_text[m_offset]))
+    while (m_offset < m_text.size() && qpr::IsWhiteSpace(m_text[m_offset]))
         ++m_offset;
 }
 

@@ -6,6 +6,7 @@
 #include "protocol/SocketStreams.h"
 #include "protocol/Utf8Streams.h"
 #include "runtime/Errors.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
 
@@ -28,7 +29,7 @@ std::wstring QuotedServiceName(const std::wstring& name)
         throw qpr::RuntimeError(L"Invalid service name '" + name + L"'");
     if (hasDoubleQuote)
         return L'\'' + name + L'\'';
-    if (hasSingleQuote || std::ranges::any_of(name, IsWhiteSpace))
+    if (hasSingleQuote || std::ranges::any_of(name, qpr::IsWhiteSpace))
         return L'"' + name + L'"';
     return name;
 }

@@ -1,7 +1,7 @@
 #include "protocol/LineConversation.h"
 
-#include "config/Arguments.h"
 #include "runtime/Errors.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
 
@@ -24,8 +24,8 @@ bool Take(std::wistream& input, wchar_t& character)
 
 std::wstring Trim(std::wstring_view text)
 {
-    const auto first = std::ranges::find_if_not(text, IsWhiteSpace);
-    const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), IsWhiteSpace).base();
+    const auto first = std::ranges::find_if_not(text, qpr::IsWhiteSpace);
+    const auto last = std::find_if_not(text.rbegin(), std::make_reverse_iterator(first), qpr::IsWhiteSpace).base();
     return std::wstring(first, last);
 }
 

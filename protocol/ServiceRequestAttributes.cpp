@@ -1,10 +1,11 @@
 #include "protocol/ServiceRequestAttributes.h"
 
-#include "config/Arguments.h"
 #include "protocol/LineConversation.h"
 #include "runtime/Errors.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace qxm
 {
@@ -14,7 +15,7 @@ namespace
 std::wstring CheckedWord(const std::wstring& text)
 {
     const std::wstring word = Trim(text);
-    const auto isUnfit = [](wchar_t character) { return IsWhiteSpace(character) || character == L'"'; };
+    const auto isUnfit = [](wchar_t character) { return qpr::IsWhiteSpace(character) || character == L'"'; };
     if (word.empty() || std::ranges::any_of(word, isUnfit))
         throw qpr::RuntimeError(L"Invalid service request attribute key or value '" + text + L"'");
     return word;
@@ -25,10 +26,10 @@ std::vector<std::wstring> SplitAtWhiteSpace(std::wstring_view text)
     std::vector<std::wstring> words;
     for (auto start = text.begin();;)
     {
-        start = std::find_if_not(start, text.end(), IsWhiteSpace);
+        start = std::find_if_not(start, text.end(), qpr::IsWhiteSpace);
         if (start == text.end())
             return words;
-        const auto end = std::find_if(start, text.end(), IsWhiteSpace);
+        const auto end = std::find_if(start, text.end(), qpr::IsWhiteSpace);
         words.emplace_back(start, end);
         start = end;
     }

@@ -28,11 +28,6 @@ constexpr int longestSequence = 4;
     throw RuntimeError(text + L") in UTF-8 input stream");
 }
 
-constexpr bool IsCodePoint(char32_t character)
-{
-    return character <= 0x10FFFF && !IsHighSurrogate(character) && !IsLowSurrogate(character);
-}
-
 /// The smallest code point that needs a sequence of that length.
 constexpr char32_t SmallestOfLength(int length)
 {
@@ -41,14 +36,10 @@ constexpr char32_t SmallestOfLength(int length)
 
 bool IsWellFormed(std::wstring_view text)
 {
-    for (std::size_t i = 0; i < text.size(); ++i)
+    for (std::size_t index = 0; index < text.size();)
     {
-        const auto character = static_cast<char32_t>(text[i]);
-        if (IsCodePoint(character))
-            continue;
-        if (!IsHighSurrogate(character) || i + 1 == text.size() || !IsLowSurrogate(static_cast<char32_t>(text[i + 1])))
+        if (!IsCodePoint(TakeCodePoint(text, index)))
             return false;
-        ++i;
     }
     return true;
 }

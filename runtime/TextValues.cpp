@@ -1,6 +1,7 @@
 #include "runtime/TextValues.h"
 
 #include "runtime/Errors.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,7 +15,6 @@ namespace qpr
 namespace
 {
 
-constexpr std::wstring_view blanks = L" \t\n\v\f\r";
 constexpr std::wstring_view digits = L"0123456789";
 
 /// The text that is being read and what it stands for: all that an error message needs.
@@ -56,6 +56,19 @@ constexpr std::wstring_view TypeName() noexcept
     }
 }
 
+bool IsDigit(wchar_t character) noexcept
+{
+    return character >= L'0' && character <= L'9';
+}
+
+std::wstring_view WithoutLeadingWhiteSpace(std::wstring_view text)
+{
+    const auto isAtSpace = [&] { return !text.empty() && IsWhiteSpace(text.front()); };
+    while (isAtSpace())
+        text.remove_prefix(1);
+    return text;
+}
+
 /// Digits alone, which most numbers are, need no stream: making one costs a hundred times what they do.
 template <class T>
 bool ReadDigits(std::wstring_view text, T& value)
@@ -65,7 +78,7 @@ bool ReadDigits(std::wstring_view text, T& value)
     std::uint64_t number = 0;
     for (const wchar_t character : text)
     {
-        if (character < L'0' || character > L'9')
+        if (!IsDigit(character))
             return false;
         number = number * 10 + static_cast<std::uint64_t>(character - L'0');
     }
@@ -73,7 +86,7 @@ bool ReadDigits(std::wstring_view text, T& value)
     return true;
 }
 
-/// Whether the text is one value and nothing else.
+/// Whether the text is one value and nothing else. The stream's own skipping of white space differs between systems.
 template <class T>
 bool Read(std::wstring_view text, T& value)
 {
@@ -82,9 +95,9 @@ bool Read(std::wstring_view text, T& value)
         if (ReadDigits(text, value))
             return true;
     }
-    std::wistringstream stream{std::wstring(text)};
+    std::wistringstream stream{std::wstring(WithoutLeadingWhiteSpace(text))};
     stream.imbue(std::locale::classic());
-    stream >> std::boolalpha >> value;
+    stream >> std::noskipws >> std::boolalpha >> value;
     return !stream.fail() && stream.peek() == std::wistringstream::traits_type::eof();
 }
 
@@ -100,7 +113,7 @@ T Plain(const Source& source, std::wstring_view number)
 /// An unsigned read would take "-1" for the largest number.
 bool IsNegativeInteger(std::wstring_view number)
 {
-    number.remove_prefix(std::min(number.find_first_not_of(blanks), number.size()));
+    number = WithoutLeadingWhiteSpace(number);
     if (!number.starts_with(L'-'))
         return false;
     number.remove_prefix(1);
@@ -167,10 +180,23 @@ std::uint64_t MultiplierOf(const Source& source, const UnitTable& table, std::ws
         + UnitList(table));
 }
 
-/// The position after the last of these characters, 0 without any.
-std::size_t EndOfLast(std::wstring_view text, std::wstring_view characters) noexcept
+/// The length of the integer that the text begins with, white space and a sign before it included; 0 without one.
+std::size_t IntegerLength(std::wstring_view text)
 {
-    return text.find_last_of(characters) + 1; // npos + 1 is 0
+    std::wstring_view rest = WithoutLeadingWhiteSpace(text);
+    if (rest.starts_with(L'+') || rest.starts_with(L'-'))
+        rest.remove_prefix(1);
+    const std::size_t digitCount = std::min(rest.find_first_not_of(digits), rest.size());
+    return digitCount == 0 ? 0 : text.size() - rest.size() + digitCount;
+}
+
+/// The text without the characters at its end that the predicate takes.
+template <class Predicate>
+std::wstring_view WithoutTail(std::wstring_view text, Predicate isTail)
+{
+    while (!text.empty() && isTail(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 } // namespace
@@ -206,7 +232,10 @@ std::uint64_t ParseUInt64(std::wstring_view text, std::wstring_view description)
 float ParsePercentage(std::wstring_view text, std::wstring_view description)
 {
     const Source source{text, description};
-    if (!text.empty() && !text.ends_with(L'%'))
+    // What follows an integer can be the sign alone; where there is none, it is the number that is wrong.
+    const std::size_t length = IntegerLength(text);
+    const bool hasSign = length == 0 ? text.empty() || text.ends_with(L'%') : text.substr(length) == L"%";
+    if (!hasSign)
         source.Fail(L"missing percentage sign");
     const std::wstring_view number = text.substr(0, text.size() - (text.empty() ? 0 : 1));
     return static_cast<float>(NonNegative<std::uint32_t>(source, number) * 0.01);
@@ -216,9 +245,9 @@ std::uint64_t ParseQuantity(std::wstring_view text, UnitKind kind, std::wstring_
 {
     const Source source{text, description};
     // The unit is what follows the last digit or blank, so that "1.5 MB" is a wrong number and not a strange unit.
-    const std::wstring_view unit = text.substr(EndOfLast(text, std::wstring(blanks).append(digits)));
-    std::wstring_view number = text.substr(0, text.size() - unit.size());
-    number = number.substr(0, number.find_last_not_of(blanks) + 1);
+    const std::wstring_view beforeUnit = WithoutTail(text, [](wchar_t c) { return !IsDigit(c) && !IsWhiteSpace(c); });
+    const std::wstring_view unit = text.substr(beforeUnit.size());
+    const std::wstring_view number = WithoutTail(beforeUnit, IsWhiteSpace);
 
     const auto value = NonNegative<std::uint64_t>(source, number);
     const std::uint64_t multiplier = MultiplierOf(source, TableOf(kind), unit);

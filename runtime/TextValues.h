@@ -9,7 +9,7 @@
 namespace qpr
 {
 
-/// Plain conversion: the text as the stream reads it (leading white space and "+" pass), nothing left over.
+/// Plain conversion: the text as the stream reads it (leading white space, Unicode's, and "+" pass), nothing left over.
 std::int32_t ParseInt32(std::wstring_view text, std::wstring_view description);
 float ParseFloat(std::wstring_view text, std::wstring_view description);
 bool ParseBool(std::wstring_view text, std::wstring_view description);

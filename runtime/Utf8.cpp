@@ -44,8 +44,7 @@ std::string ToUtf8(std::wstring_view text)
     for (std::size_t index = 0; index < text.size();)
     {
         const char32_t codePoint = TakeCodePoint(text, index);
-        const bool isCharacter = !IsHighSurrogate(codePoint) && !IsLowSurrogate(codePoint) && codePoint <= 0x10FFFF;
-        AppendUtf8(bytes, isCharacter ? codePoint : replacement);
+        AppendUtf8(bytes, IsCodePoint(codePoint) ? codePoint : replacement);
     }
     return bytes;
 }

@@ -25,6 +25,12 @@ constexpr bool IsLowSurrogate(char32_t unit) noexcept
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+/// Whether UTF-8 can hold it.
+constexpr bool IsCodePoint(char32_t value) noexcept
+{
+    return value <= 0x10FFFF && !IsHighSurrogate(value) && !IsLowSurrogate(value);
+}
+
 /// The code point that begins at the index, which moves behind it. Half of a pair is given as it is. Requires: the
 /// index is within the text.
 char32_t TakeCodePoint(std::wstring_view text, std::size_t& index) noexcept;

@@ -11,7 +11,7 @@ TEST(Arguments, AreSplitAtBlanksAndGroupedByQuotes)
 {
     const std::tuple<const wchar_t*, std::vector<std::wstring>, Arguments::NamedMap> cases[] = {
         {LR"(a 'b c' "d 'e'" k=v=w)", {L"a", L"b c", L"d 'e'"}, {{L"k", L"v=w"}}},
-        {L" \t a\r\n  b ", {L"a", L"b"}, {}},
+        {L" \t a\r\n  b\u2003", {L"a", L"b"}, {}},
         {L"x= k=1 k=2", {}, {{L"x", L""}, {L"k", L"2"}}},
         {LR"(a''b "" '' pre"fix 'y"z)", {L"ab", L"prefix 'yz"}, {}},
         {LR"(Name="two words" 'k=v w')", {}, {{L"Name", L"two words"}, {L"k", L"v w"}}},

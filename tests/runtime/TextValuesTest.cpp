@@ -25,7 +25,7 @@ constexpr auto bandwidth = [](std::wstring_view text, std::wstring_view descript
 TEST(TextValuesTest, AreReadAsTheStreamReadsThem)
 {
     EXPECT_EQ(-2147483647 - 1, ParseInt32(L"-2147483648", L""));
-    EXPECT_EQ(7, ParseInt32(L" \t+7", L""));
+    EXPECT_EQ(7, ParseInt32(L" \t\u00A0\u3000+7", L""));
     EXPECT_EQ(4294967295u, ParseUInt32(L"4294967295", L""));
     EXPECT_EQ(0u, ParseUInt32(L"-0", L""));
     EXPECT_EQ(18446744073709551615u, ParseUInt64(L"18446744073709551615", L""));
@@ -60,7 +60,9 @@ TEST(TextValuesTest, AreNamedWhenTheyAreWrong)
     EXPECT_EQ(L"Invalid Width string '1e99': value is not a float.", ErrorOf(ParseFloat, L"1e99"));
     EXPECT_EQ(L"Invalid Width string 'True': value must be a boolean.", ErrorOf(ParseBool, L"True"));
     EXPECT_EQ(L"Invalid Width string '80% ': missing percentage sign.", ErrorOf(ParsePercentage, L"80% "));
-    EXPECT_EQ(L"Invalid Width string '80 %': value is not an unsigned int.", ErrorOf(ParsePercentage, L"80 %"));
+    EXPECT_EQ(L"Invalid Width string '80 %': missing percentage sign.", ErrorOf(ParsePercentage, L"80 %"));
+    EXPECT_EQ(L"Invalid Width string '80.5%': missing percentage sign.", ErrorOf(ParsePercentage, L"80.5%"));
+    EXPECT_EQ(L"Invalid Width string 'x%': value is not an unsigned int.", ErrorOf(ParsePercentage, L"x%"));
     EXPECT_EQ(L"Invalid Width string '%': no value given.", ErrorOf(ParsePercentage, L"%"));
     EXPECT_EQ(L"Invalid Width string '': no value given.", ErrorOf(ParsePercentage, L""));
     EXPECT_EQ(L"Invalid Width string '5': missing memory unit ('B', 'KB', 'MB' or 'GB').", ErrorOf(memory, L"5"));

@@ -1,6 +1,7 @@
 #include "tools/qx/FormulaPointer.h"
 
 #include "runtime/Utf8.h"
+#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
 #include <string_view>
@@ -11,14 +12,14 @@ namespace qx
 namespace
 {
 
-constexpr std::wstring_view whiteSpace = L" \t\r\n";
-
 std::size_t IndexOf(const qexpr::ParseError& error)
 {
     if (error.GetPosition() != qexpr::ParseError::AtEnd)
         return static_cast<std::size_t>(error.GetPosition() - 1);
-    return error.GetText().find_last_not_of(whiteSpace)
-        + 1; // just behind the text's last character, 0 if there is none
+    std::size_t end = error.GetText().size(); // just behind the text's last character
+    while (end != 0 && qpr::IsWhiteSpace(error.GetText()[end - 1]))
+        --end;
+    return end;
 }
 
 std::size_t LineBegin(std::wstring_view text, std::size_t index)
