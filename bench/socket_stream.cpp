@@ -88,7 +88,7 @@ class ConnectionEnd
 public:
     explicit ConnectionEnd(qpr::Socket& socket)
         : m_connection(std::make_unique<qpr::SocketReader>(socket, &m_cancellation),
-            std::make_unique<qpr::SocketWriter>(socket, &m_cancellation), {}, [] {})
+            std::make_unique<qpr::SocketWriter>(socket, &m_cancellation), {}, {[] {}, {}})
     {
     }
 

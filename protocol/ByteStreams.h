@@ -3,9 +3,7 @@
 #include "protocol/StreamFailure.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
-#include <cstdint>
 #include <istream>
 #include <locale>
 #include <memory>
@@ -55,9 +53,6 @@ public:
 
     /// True when taking a byte would not block: one is buffered, or the reader has data or its end.
     bool InputPending() { return gptr() != egptr() || ChannelPending(); }
-
-    /// Bytes taken from the channel so far. Any thread may ask.
-    std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
 
 protected:
     int_type underflow() override
@@ -148,16 +143,13 @@ private:
 
     std::size_t ReadChannel(char* target, std::size_t size)
     {
-        const std::size_t count = KeepFailure([&] { return m_reader.Read(target, std::min(size, largestRequest)); });
-        m_bytesTransferred.fetch_add(count, std::memory_order_relaxed);
-        return count;
+        return KeepFailure([&] { return m_reader.Read(target, std::min(size, largestRequest)); });
     }
 
     Reader& m_reader; // not owned
     const std::size_t m_bufferSize;
     std::unique_ptr<char[]> m_buffer; ///< one byte to put back, then as many as the size says
     char m_last = 0; ///< to put back, of a read that passed the buffer by
-    std::atomic<std::uint64_t> m_bytesTransferred = 0;
 };
 
 /// Collects characters for a Writer (IWriter's two operations, sizes in characters), which is not owned. They reach it
@@ -183,9 +175,6 @@ public:
         m_hasEnded = true;
         this->setp(nullptr, nullptr);
     }
-
-    /// Bytes given to the channel so far. Any thread may ask.
-    std::uint64_t BytesTransferred() const noexcept { return m_bytesTransferred.load(std::memory_order_relaxed); }
 
 protected:
     typename Base::int_type overflow(typename Base::int_type character) override
@@ -289,13 +278,11 @@ private:
     void WriteChannel(const CharT* source, std::size_t size)
     {
         m_writer.Write(source, size);
-        m_bytesTransferred.fetch_add(size * sizeof(CharT), std::memory_order_relaxed);
     }
 
     Writer& m_writer; // not owned
     const std::size_t m_bufferSize;
     std::unique_ptr<CharT[]> m_buffer;
-    std::atomic<std::uint64_t> m_bytesTransferred = 0;
     bool m_hasEnded = false;
 };
 
@@ -313,7 +300,6 @@ public:
     }
 
     bool InputPending() { return m_buffer.InputPending(); }
-    std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
 
 private:
     GenericInputStreamBuffer<Reader> m_buffer;
@@ -333,7 +319,6 @@ public:
     }
 
     void End() noexcept { m_buffer.End(); }
-    std::uint64_t BytesTransferred() const noexcept { return m_buffer.BytesTransferred(); }
 
 private:
     GenericOutputStreamBuffer<Writer, CharT> m_buffer;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/ByteStreams.h"
+#include "protocol/GenericServiceConnection.h"
 #include "protocol/compression/BlockedQLZ14Reader.h"
 #include "protocol/compression/BlockedQLZ14Writer.h"
 #include "protocol/compression/BlockedRawDeflateReader.h"
@@ -49,13 +50,15 @@ public:
         m_inner.CloseOutput();
     }
 
-    std::uint64_t BytesTransferred() const override { return m_inner.BytesTransferred(); }
+    bool WaitForServantEnd(qxmi::ServantEnd& end) override { return EndInputAndAwaitServant(*this, end); }
 
     void Abandon() noexcept override
     {
         m_outputStream.End();
         m_inner.Abandon();
     }
+
+    bool AwaitServantEnd(qxmi::ServantEnd& end) override { return m_inner.AwaitServantEnd(end); }
 
 private:
     static constexpr std::size_t StreamBufferSize = 1024;

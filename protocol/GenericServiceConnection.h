@@ -13,6 +13,20 @@
 namespace qxm
 {
 
+/// The public WaitForServantEnd, which is the same for every connection.
+inline bool EndInputAndAwaitServant(qxmi::internal::IServiceConnectionExW& connection, qxmi::ServantEnd& end)
+{
+    try
+    {
+        connection.CloseOutput();
+    }
+    catch (const qpr::PeerClosedError&) // what the servant does not take is dropped
+    {
+        connection.Abandon();
+    }
+    return connection.AwaitServantEnd(end);
+}
+
 /// What a connection tells about its call.
 struct ServiceConnectionFacts
 {
@@ -23,21 +37,27 @@ struct ServiceConnectionFacts
     unsigned numberOfProcessorsToUse = 0; ///< 0: there is no such number
 };
 
+/// What a connection asks of the conversation that holds its channel.
+struct ServantControl
+{
+    std::function<void()> closeInput; ///< ends the sending direction of the channel
+    std::function<bool(qxmi::ServantEnd&)> awaitEnd; ///< as IServiceConnectionExW::AwaitServantEnd
+};
+
 /// A service connection straight over a channel: a pipe in each direction, or a socket. Owns reader and writer; the
 /// channel under them is the conversation's and outlives it.
 template <class Reader, class Writer>
 class GenericServiceConnection final : public qxmi::internal::IServiceConnectionExW
 {
 public:
-    /// closeOutput ends the sending direction of the channel.
     GenericServiceConnection(std::unique_ptr<Reader> reader, std::unique_ptr<Writer> writer,
-        ServiceConnectionFacts facts, std::function<void()> closeOutput)
+        ServiceConnectionFacts facts, ServantControl servant)
         : m_reader(std::move(reader))
         , m_writer(std::move(writer))
         , m_inputStream(*m_reader, bufferSize)
         , m_outputStream(*m_writer, bufferSize)
         , m_facts(std::move(facts))
-        , m_closeOutput(std::move(closeOutput))
+        , m_servant(std::move(servant))
     {
     }
 
@@ -60,19 +80,30 @@ public:
 
     void CloseOutput() override
     {
-        if (!m_closeOutput)
+        if (!m_servant.closeInput)
             return;
         m_outputStream.flush();
         m_outputStream.End();
-        std::exchange(m_closeOutput, nullptr)();
+        std::exchange(m_servant.closeInput, nullptr)();
     }
 
-    std::uint64_t BytesTransferred() const override
+    bool WaitForServantEnd(qxmi::ServantEnd& end) override { return EndInputAndAwaitServant(*this, end); }
+
+    void Abandon() noexcept override
     {
-        return m_inputStream.BytesTransferred() + m_outputStream.BytesTransferred();
+        m_outputStream.End();
+        if (!m_servant.closeInput)
+            return;
+        try
+        {
+            std::exchange(m_servant.closeInput, nullptr)();
+        }
+        catch (const std::exception&) // a channel that is broken has told the servant
+        {
+        }
     }
 
-    void Abandon() noexcept override { m_outputStream.End(); }
+    bool AwaitServantEnd(qxmi::ServantEnd& end) override { return m_servant.awaitEnd(end); }
 
 private:
     static constexpr std::size_t bufferSize = 65536; // bytes, what a pipe holds
@@ -82,7 +113,7 @@ private:
     qpr::GenericInputStream<Reader> m_inputStream;
     qpr::GenericOutputStream<Writer> m_outputStream;
     ServiceConnectionFacts m_facts;
-    std::function<void()> m_closeOutput;
+    ServantControl m_servant;
 };
 
 } // namespace qxm

@@ -16,6 +16,14 @@ namespace
 
 using PipeConnection = GenericServiceConnection<qpr::PipeReader, qpr::IOWriter>;
 
+bool AwaitEnd(const ServantProcess& servant, const qpr::Cancellation& cancellation, qxmi::ServantEnd& end)
+{
+    const qpr::ChildProcess::ExitStatus status = servant.AwaitEnd(cancellation);
+    if (status.isKnown)
+        end = {status.signal == 0 ? status.exitCode : 0, status.signal};
+    return status.isKnown;
+}
+
 /// True when the call used its connection without an error.
 bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& clientIdentifier)
 {
@@ -26,7 +34,8 @@ bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& c
     PipeConnection connection(std::move(reader),
         std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), &cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, true, 0},
-        [&servant] { servant.CommandPipe().Close(); });
+        {[&servant] { servant.CommandPipe().Close(); },
+            [&](qxmi::ServantEnd& end) { return AwaitEnd(servant, cancellation, end); }});
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 

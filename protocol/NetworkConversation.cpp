@@ -33,7 +33,7 @@ bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clien
     const ServantAnswer answer = ReadAnswer(call, socket);
     SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, &cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
-        [&socket] { socket.Shutdown(qpr::Socket::Direction::Send); });
+        {[&socket] { socket.Shutdown(qpr::Socket::Direction::Send); }, [](qxmi::ServantEnd&) { return false; }});
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 

@@ -1,5 +1,7 @@
 #include "protocol/ServantProcess.h"
 
+#include "runtime/Cancellation.h"
+
 #include <utility>
 
 namespace qxm
@@ -30,6 +32,12 @@ ServantProcess::ServantProcess(const std::vector<std::wstring>& commandLine, std
 
     m_commandPipe = std::move(commandPipe.client);
     m_answerPipe = std::move(answerPipe.server);
+}
+
+qpr::ChildProcess::ExitStatus ServantProcess::AwaitEnd(const qpr::Cancellation& cancellation) const
+{
+    qpr::Cancellation::WaitForObject(&cancellation, EndObject(), L"qxm::ServantProcess::AwaitEnd");
+    return m_process->Process().PeekExitStatus();
 }
 
 qpr::ChildProcess::ExitStatus ServantProcess::WaitForEnd(const qpr::Cancellation& cancellation, bool hurry)

@@ -27,6 +27,10 @@ public:
     /// Signalled once the servant itself has ended.
     qpr::WaitObject EndObject() const noexcept { return m_process->Process().EndObject(); }
 
+    /// Waits without limit until the servant itself has ended, and tells how; throws when cancelled. Its channels stay
+    /// as they are. Any thread may wait.
+    qpr::ChildProcess::ExitStatus AwaitEnd(const qpr::Cancellation& cancellation) const;
+
     /// For who will ask for the figures: to be called while the servant still has its channels.
     void NotePeakMemory() noexcept { m_process->Process().NotePeakMemory(); }
 

@@ -66,6 +66,11 @@ void StreamFailure::KeepAndThrow()
         m_text = L"Call cancelled";
         m_interruptedThread = std::this_thread::get_id();
     }
+    catch (const PeerClosedError& error)
+    {
+        m_text = ErrorText(error);
+        m_peerHasClosed = true;
+    }
     catch (const std::exception& error)
     {
         m_text = ErrorText(error);
@@ -82,6 +87,8 @@ void StreamFailure::ThrowAgain() const
 {
     if (m_interruptedThread == std::this_thread::get_id())
         throw StreamError<InterruptException>(MakeGuard());
+    if (m_peerHasClosed)
+        throw StreamError<PeerClosedError>(MakeGuard(), m_text);
     ThrowPassing(m_text);
 }
 

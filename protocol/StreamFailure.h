@@ -63,6 +63,7 @@ private:
 
     bool m_hasFailed = false;
     std::wstring m_text;
+    bool m_peerHasClosed = false; ///< the first error was a PeerClosedError
     std::thread::id m_interruptedThread; ///< none: the first error was no interrupt
     std::shared_ptr<StreamLink> m_link; ///< shared with the guards, which may outlive the stream
 };

@@ -37,6 +37,9 @@ enum class PriorityLevel
     Idle = 3,
 };
 
+/// The system's words for a signal, "Segmentation fault"; empty when it has none.
+std::wstring SignalDescription(std::uint32_t signal);
+
 /// A process that this one started, with everything that it starts in turn (its process group or job). The object is
 /// used by one thread at a time.
 class ChildProcess
@@ -76,7 +79,12 @@ public:
     {
         bool isKnown = false; ///< not so when the application ignores or collects the processes that it starts
         std::uint32_t exitCode = 0; ///< signal n counts as 128 + n
+        std::uint32_t signal = 0; ///< that ended it; 0 when it ended by itself
     };
+
+    /// The ended process's exit code, which stays to be collected. Throws std::logic_error when it has not ended. May
+    /// be called by another thread, as long as nobody collects.
+    ExitStatus PeekExitStatus() const;
 
     /// Takes the ended process's exit code and figures; from then on its id may belong to another. Throws
     /// std::logic_error when it has not ended.

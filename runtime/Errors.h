@@ -18,6 +18,13 @@ public:
     explicit RuntimeError(std::wstring_view text);
 };
 
+/// A write to a channel that nobody reads any more: its reader has closed it, or has ended.
+class PeerClosedError : public RuntimeError
+{
+public:
+    using RuntimeError::RuntimeError;
+};
+
 /// The text of any exception as wide text; what() is taken as UTF-8, bytes that are not as U+FFFD.
 std::wstring ErrorText(const std::exception& error);
 

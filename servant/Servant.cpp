@@ -31,7 +31,7 @@ class StandardConnection final : public Connection
 public:
     StandardConnection(const ServantCommand& command, const std::wstring& compressionProtocol)
         : m_command(command)
-        , m_plain(std::make_unique<qpr::StandardInput>(), std::make_unique<qpr::StandardOutput>(), {}, [] {})
+        , m_plain(std::make_unique<qpr::StandardInput>(), std::make_unique<qpr::StandardOutput>(), {}, {})
     {
         if (compressionProtocol.empty())
             return;

@@ -1,6 +1,7 @@
 #include "runtime/ChildProcess.h"
 
 #include "runtime/Errors.h"
+#include "runtime/Utf8.h"
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/EventDescriptor.h"
 #include "runtime/posix/ProcessSpawn.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <poll.h>
 #include <sched.h>
 #include <stdexcept>
@@ -53,10 +55,12 @@ long OwnPeakResidentKB() noexcept
     return usage.ru_maxrss;
 }
 
-std::uint32_t ExitCodeOf(const siginfo_t& info) noexcept
+ChildProcess::ExitStatus ExitStatusOf(const siginfo_t& info) noexcept
 {
     const auto status = static_cast<std::uint32_t>(info.si_status);
-    return info.si_code == CLD_EXITED ? status : 128 + status;
+    if (info.si_code == CLD_EXITED)
+        return {true, status, 0};
+    return {true, 128 + status, status};
 }
 
 } // namespace
@@ -68,6 +72,7 @@ struct ChildProcess::State
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
+    ExitStatus Peek() const noexcept;
     void Collect();
     void TakeUsage(const rusage& usage);
     bool IsEnded() const noexcept { return WaitForEnd(0); }
@@ -145,6 +150,15 @@ void ChildProcess::State::NoteEnd()
         figures.endTime = Clock::now();
 }
 
+ChildProcess::ExitStatus ChildProcess::State::Peek() const noexcept
+{
+    siginfo_t info{};
+    if (isCollected || isLost || waitid(P_PIDFD, static_cast<id_t>(descriptor), &info, WEXITED | WNOHANG | WNOWAIT) != 0
+        || info.si_pid == 0)
+        return exitStatus;
+    return ExitStatusOf(info);
+}
+
 void ChildProcess::State::Collect()
 {
     NoteEnd();
@@ -156,7 +170,7 @@ void ChildProcess::State::Collect()
     // The library's waitid does not hand out the usage.
     if (syscall(SYS_waitid, P_PIDFD, descriptor, &info, WEXITED | WNOHANG, &usage) != 0 || info.si_pid == 0)
         return;
-    exitStatus = {true, ExitCodeOf(info)};
+    exitStatus = ExitStatusOf(info);
     TakeUsage(usage);
 }
 
@@ -169,6 +183,12 @@ void ChildProcess::State::TakeUsage(const rusage& usage)
     figures.pageFaultCount = static_cast<std::uint64_t>(usage.ru_minflt + usage.ru_majflt);
     const long peakKB = usage.ru_maxrss > clientPeakKB ? usage.ru_maxrss : notedPeakKB;
     figures.peakWorkingSetSizeMB = static_cast<double>(peakKB) / 1024;
+}
+
+std::wstring SignalDescription(std::uint32_t signal)
+{
+    const char* const text = sigdescr_np(static_cast<int>(signal));
+    return text ? FromUtf8(text) : std::wstring();
 }
 
 ChildProcess::ChildProcess(const ProcessStart& start)
@@ -217,6 +237,13 @@ void ChildProcess::Terminate() noexcept
 {
     if (!m_state->isCollected)
         m_state->Kill();
+}
+
+ChildProcess::ExitStatus ChildProcess::PeekExitStatus() const
+{
+    if (!m_state->IsEnded())
+        throw std::logic_error("qpr::ChildProcess::PeekExitStatus: the process has not ended");
+    return m_state->Peek();
 }
 
 ChildProcess::ExitStatus ChildProcess::CollectExitStatus()

@@ -109,6 +109,19 @@ bool PipeReader::InputPending()
     return entry.revents != 0;
 }
 
+namespace
+{
+
+[[noreturn]] void ThrowWriteError(std::uint32_t error)
+{
+    const wchar_t* const text = L"WriteFile/GetOverlappedResult() failed";
+    if (error == EPIPE)
+        throw PeerClosedError(SystemErrorMessage(text, L"qpr::IOWriter::Write", 65, error));
+    ThrowSystemErrorWithNumber(text, L"qpr::IOWriter::Write", error, 65);
+}
+
+} // namespace
+
 struct IOWriter::Overlapped
 {
 };
@@ -143,7 +156,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
         if (count < 0 && errno != EAGAIN)
         {
             block.Consume();
-            ThrowSystemError(L"WriteFile/GetOverlappedResult() failed", L"qpr::IOWriter::Write", 65);
+            ThrowWriteError(static_cast<std::uint32_t>(errno));
         }
         const auto written = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
         next += written;

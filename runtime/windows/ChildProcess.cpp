@@ -29,6 +29,7 @@ struct ChildProcess::State
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
+    ExitStatus Peek() const noexcept;
     void Collect();
     bool IsEnded() const noexcept { return WaitForEnd(0); }
     bool WaitForEnd(DWORD timeoutMs) const noexcept;
@@ -74,15 +75,26 @@ void ChildProcess::State::NoteEnd()
         figures.endTime = Clock::now();
 }
 
+ChildProcess::ExitStatus ChildProcess::State::Peek() const noexcept
+{
+    DWORD exitCode = 0;
+    if (!GetExitCodeProcess(process.Value(), &exitCode))
+        return {};
+    return {true, exitCode, 0};
+}
+
 void ChildProcess::State::Collect()
 {
     NoteEnd();
     isCollected = true;
-    DWORD exitCode = 0;
-    if (GetExitCodeProcess(process.Value(), &exitCode))
-        exitStatus = {true, exitCode};
+    exitStatus = Peek();
     ReadTimes(process.Value(), figures);
     ReadMemory(process.Value(), figures);
+}
+
+std::wstring SignalDescription(std::uint32_t)
+{
+    return {}; // no process here is ended by one
 }
 
 ChildProcess::ChildProcess(const ProcessStart& start)
@@ -126,6 +138,13 @@ void ChildProcess::Terminate() noexcept
 {
     if (!m_state->isCollected)
         m_state->Kill();
+}
+
+ChildProcess::ExitStatus ChildProcess::PeekExitStatus() const
+{
+    if (!m_state->IsEnded())
+        throw std::logic_error("qpr::ChildProcess::PeekExitStatus: the process has not ended");
+    return m_state->Peek();
 }
 
 ChildProcess::ExitStatus ChildProcess::CollectExitStatus()

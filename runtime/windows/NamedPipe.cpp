@@ -134,6 +134,19 @@ bool PipeReader::InputPending()
     return true;
 }
 
+namespace
+{
+
+[[noreturn]] void ThrowWriteError(DWORD error)
+{
+    const wchar_t* const text = L"WriteFile/GetOverlappedResult() failed";
+    if (error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE)
+        throw PeerClosedError(SystemErrorMessage(text, L"qpr::IOWriter::Write", 65, error));
+    ThrowSystemErrorWithNumber(text, L"qpr::IOWriter::Write", error, 65);
+}
+
+} // namespace
+
 struct IOWriter::Overlapped
 {
     OverlappedOperation operation;
@@ -185,7 +198,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
         if (operation.TakeResult(handle, count))
             return requireAll(L"GetOverlappedResult() after WriteFile()", count);
     }
-    ThrowSystemError(L"WriteFile/GetOverlappedResult() failed", L"qpr::IOWriter::Write", 65);
+    ThrowWriteError(GetLastError());
 }
 
 } // namespace qpr

@@ -21,8 +21,13 @@ public:
     bool IsCompressed() const override { return false; }
     bool InputPending() override { return m_channel.rdbuf()->in_avail() > 0; }
     void CloseOutput() override { events += "close after " + std::to_string(m_channel.tellp()) + " bytes;"; }
-    std::uint64_t BytesTransferred() const override { return 99; }
+    bool WaitForServantEnd(qxmi::ServantEnd&) override { return false; }
     void Abandon() noexcept override { events += "abandon;"; }
+    bool AwaitServantEnd(qxmi::ServantEnd& end) override
+    {
+        end.exitCode = 99;
+        return true;
+    }
 
     std::stringstream& Channel() { return m_channel; }
 
@@ -47,7 +52,9 @@ TEST_P(CompressedServiceConnection, ForwardsTheFactsAndIsCompressed)
     EXPECT_EQ(m_connection->GetServiceName() + L", " + m_connection->GetClientIdentifier() + L", "
             + m_connection->GetServantIdentification(),
         L"Solve, host/7, Solver 1");
-    EXPECT_EQ(m_connection->GetNumberOfProcessorsToUse() + m_connection->BytesTransferred(), 102u);
+    EXPECT_EQ(m_connection->GetNumberOfProcessorsToUse(), 3u);
+    qxmi::ServantEnd end;
+    EXPECT_TRUE(m_connection->WaitForServantEnd(end) && end.exitCode == 99);
     EXPECT_TRUE(m_connection->IsLocal() && m_connection->IsCompressed());
     EXPECT_FALSE(qxm::CreateCompressedServiceConnection(m_inner, L"zlib"));
 }

@@ -8,6 +8,13 @@
 namespace qxmi
 {
 
+/// How a servant's process ended.
+struct ServantEnd
+{
+    std::uint32_t exitCode = 0; ///< of a servant that ended by itself
+    std::uint32_t signal = 0; ///< the number of the signal that ended it; 0 when it ended by itself
+};
+
 /// What a running call gets to talk to its servant: a byte stream in each direction and a few facts about the call.
 /// Lives only while IServiceRequestW::Execute runs. One thread may read while another writes.
 ///
@@ -50,8 +57,13 @@ public:
     /// Flushes and ends the servant's input, while its output can still be read. Nothing may be written after it.
     virtual void CloseOutput() = 0;
 
-    /// Bytes taken from and given to the channel so far, as they are transferred (after compression).
-    virtual std::uint64_t BytesTransferred() const = 0;
+    /// Ends the servant's input, if CloseOutput has not, and waits without limit of time until the servant has ended; a
+    /// cancel ends the wait. Nothing more is read meanwhile: a servant that still has much to write waits for its
+    /// reader, so read its data to the end first. What the servant did not take of its input is dropped. Returns false
+    /// when it cannot be known how the servant ended; `end` is unchanged then.
+    ///
+    /// A call whose Execute returns is done, however its servant ends. Call this to make a failed servant an error.
+    virtual bool WaitForServantEnd(ServantEnd& end) = 0;
 };
 
 } // namespace qxmi

@@ -9,9 +9,12 @@ namespace qxmi::internal
 class IServiceConnectionExW : public IServiceConnectionW
 {
 public:
-    /// Ends the sending side after a failed call: what is still buffered is dropped, so that no destructor writes to a
-    /// servant that may not read.
+    /// Gives the sending side up: what is still buffered is dropped, and the servant's input ends. Does nothing more to
+    /// an output that is closed.
     virtual void Abandon() noexcept = 0;
+
+    /// As WaitForServantEnd, but leaves the servant's input open: another thread may go on writing meanwhile.
+    virtual bool AwaitServantEnd(ServantEnd& end) = 0;
 };
 
 } // namespace qxmi::internal
