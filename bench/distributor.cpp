@@ -29,7 +29,7 @@ class Call
 {
 public:
     Call(const bench::DistributorProcess& distributor, qxm::Introductions& introductions)
-        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, introductions, nullptr)
+        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, introductions, {})
     {
         m_request.WaitUntilReady();
         m_request.OpenLogConnection();
@@ -142,7 +142,7 @@ bool CompareWaitingClients(const bench::DistributorProcess& distributor, qxm::In
     std::vector<qpr::Socket> waiting(waitingClients);
     const qpr::SocketAddress address = qpr::SocketAddress::Resolve(L"127.0.0.1", qpr::FromUtf8(distributor.Port()));
     for (qpr::Socket& socket : waiting)
-        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, introductions, qpr::CancellableWaiter());
+        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, introductions, {});
     const ProcessCost after = CostOf(distributor);
     waiting.clear();
     for (const auto& call : running)

@@ -110,8 +110,8 @@ class ConnectionEnd : public IEnd
 {
 public:
     ConnectionEnd(qpr::NativeHandle input, qpr::NativeHandle output)
-        : m_connection(std::make_unique<qpr::PipeReader>(input, &m_cancellation),
-            std::make_unique<qpr::IOWriter>(output, &m_cancellation), {}, {[] {}, {}})
+        : m_connection(std::make_unique<qpr::PipeReader>(input, m_cancellation),
+            std::make_unique<qpr::IOWriter>(output, m_cancellation), {}, {[] {}, {}})
     {
     }
 

@@ -87,8 +87,8 @@ class ConnectionEnd
 {
 public:
     explicit ConnectionEnd(qpr::Socket& socket)
-        : m_connection(std::make_unique<qpr::SocketReader>(socket, &m_cancellation),
-            std::make_unique<qpr::SocketWriter>(socket, &m_cancellation), {}, {[] {}, {}})
+        : m_connection(std::make_unique<qpr::SocketReader>(socket, m_cancellation),
+            std::make_unique<qpr::SocketWriter>(socket, m_cancellation), {}, {[] {}, {}})
     {
     }
 

@@ -22,7 +22,7 @@ public:
         , m_settings(settings)
         , m_request(distributor.host, distributor.clientPort,
               {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), settings.logServiceExecutionInfo},
-              introductions, &call.GetCancellation(), giveUpObject)
+              introductions, call.GetCancellation(), giveUpObject)
     {
     }
 

@@ -71,13 +71,11 @@ std::optional<std::string> CallJournal::TakeLine()
 
 void CallJournal::Run()
 {
-    constexpr bool timeoutsAllowed = true;
     const std::array<qpr::WaitObject, 2> events = {m_hasLines.Object(), m_isEnding.Object()};
     for (bool isEnding = false; !isEnding;)
     {
         qpr::Thread::WaitForAnyObject(events, L"qxd::CallJournal::Run");
-        isEnding =
-            qpr::Thread::WaitForObject(m_isEnding.Object(), L"qxd::CallJournal::Run", gatheringTimeMs, timeoutsAllowed);
+        isEnding = qpr::Thread::TryWaitForObject(m_isEnding.Object(), L"qxd::CallJournal::Run", gatheringTimeMs);
         while (const std::optional<std::string> line = TakeLine())
         {
             try

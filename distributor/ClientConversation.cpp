@@ -1,7 +1,6 @@
 #include "distributor/ClientConversation.h"
 
 #include "distributor/ByteCopy.h"
-#include "distributor/DeadlineWaiter.h"
 #include "protocol/LineConversation.h"
 #include "runtime/Errors.h"
 
@@ -24,11 +23,26 @@ std::wstring OneLine(std::wstring text)
 
 } // namespace
 
-ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::IWaiter& waiter)
-    : m_reader(socket, waiter)
+qpr::Wait Within(std::uint32_t timeoutMs)
+{
+    return qpr::Wait().Until(qpr::Deadline(timeoutMs), L"The client took too long");
+}
+
+qpr::Wait Attended(const qpr::Socket& client, std::uint32_t timeoutMs)
+{
+    const auto onInput = [&client]() -> std::uint32_t
+    {
+        throw qpr::RuntimeError(
+            client.HasInputEnded() ? L"The client is gone" : L"The client sent data before it had a servant");
+    };
+    return Within(timeoutMs).Or(client.InputObject(), onInput);
+}
+
+ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::Wait& wait)
+    : m_reader(socket, wait)
     , m_inputBytes(m_reader, bufferSize)
     , m_input(m_inputBytes)
-    , m_writer(socket, waiter)
+    , m_writer(socket, wait)
     , m_outputBytes(m_writer, bufferSize)
     , m_output(m_outputBytes)
 {
@@ -64,8 +78,7 @@ void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason)
 {
     try
     {
-        const DeadlineWaiter waiter(partingTimeMs);
-        ClientConversation conversation(client, waiter);
+        ClientConversation conversation(client, Within(partingTimeMs));
         conversation.WriteLine(reason);
         conversation.Flush();
     }
@@ -81,8 +94,7 @@ void PartFrom(qpr::Socket& client)
         return;
     try
     {
-        const DeadlineWaiter waiter(partingTimeMs);
-        qpr::SocketReader reader(client, waiter);
+        qpr::SocketReader reader(client, Within(partingTimeMs));
         DiscardBytes(reader);
     }
     catch (const std::exception&)

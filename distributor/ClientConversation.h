@@ -9,13 +9,19 @@
 namespace qxd
 {
 
+/// Of an operation that must not take a client longer, however slowly it goes on.
+qpr::Wait Within(std::uint32_t timeoutMs);
+
+/// Of something that the client waits for too, and has nothing to say meanwhile.
+qpr::Wait Attended(const qpr::Socket& client, std::uint32_t timeoutMs = qpr::Infinite);
+
 /// The distributor's side of the lines that precede a call. Whatever fails throws, after the client has been told why
 /// where it can be.
 class ClientConversation
 {
 public:
-    /// Neither is owned; both outlive the conversation.
-    ClientConversation(qpr::Socket& socket, const qpr::IWaiter& waiter);
+    /// The socket is not owned and outlives the conversation.
+    ClientConversation(qpr::Socket& socket, const qpr::Wait& wait);
 
     /// Takes the login of a client that has been greeted.
     qxm::HostDescription LogIn(qxm::HostDescriptionMemo& clients);

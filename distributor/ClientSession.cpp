@@ -1,6 +1,5 @@
 #include "distributor/ClientSession.h"
 
-#include "distributor/AttendedWaiter.h"
 #include "distributor/CallJournal.h"
 #include "distributor/ClientConversation.h"
 #include "distributor/JoinedCall.h"
@@ -116,13 +115,13 @@ void ClientSession::Execute(const CallOrder& order)
     // In the queue before the client knows: who is accepted first is served first.
     SlotQueue::Place place(m_surroundings.slots);
     m_isAccepted = true;
-    const AttendedWaiter waiter(m_socket);
-    ClientConversation conversation(m_socket, waiter);
+    const qpr::Wait wait = Attended(m_socket);
+    ClientConversation conversation(m_socket, wait);
     conversation.WriteLine(qxm::serviceRequestAcceptedLine);
     if (!place.HasSlot())
     {
         conversation.Flush();
-        waiter.WaitFor(place.Decided(), L"qxd::ClientSession::Execute");
+        wait.For(place.Decided(), L"qxd::ClientSession::Execute");
     }
     const Clock::time_point start = Clock::now();
     const std::unique_ptr<JoinedCall> call = StartServant(order, place, conversation);
@@ -137,14 +136,14 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(
     {
         if (!place.HasSlot())
             throw qpr::RuntimeError(L"The distributor is stopping");
-        const AttendedWaiter waiter(m_socket, logConnectionTimeMs);
+        const qpr::Wait wait = Attended(m_socket, logConnectionTimeMs);
         LogListener listener(m_socket.GetLocalAddress(), m_socket.GetRemoteAddress());
         conversation.WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
         conversation.Flush();
         // The servant comes up while the client connects.
         auto call = std::make_unique<JoinedCall>(m_socket);
         const std::exception_ptr failure = TryStart(*call, m_surroundings.starter, order);
-        qpr::Socket logSocket = listener.Accept(waiter);
+        qpr::Socket logSocket = listener.Accept(wait);
         if (failure)
             std::rethrow_exception(failure);
         call->Join(std::move(logSocket));

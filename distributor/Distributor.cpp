@@ -1,6 +1,6 @@
 #include "distributor/Distributor.h"
 
-#include "distributor/DeadlineWaiter.h"
+#include "distributor/ClientConversation.h"
 #include "protocol/GraceTime.h"
 #include "runtime/Deadline.h"
 #include "runtime/Errors.h"
@@ -39,7 +39,7 @@ void Distributor::Run(const qpr::WaitObject& stop)
         std::vector<qpr::WaitObject> objects = {stop};
         if (m_canAccept)
             objects.push_back(m_listener.InputObject());
-        const int signalled = qpr::Thread::WaitForAnyObject(objects, L"qxd::Distributor::Run", TimeoutMs(), true);
+        const int signalled = qpr::Thread::TryWaitForAnyObject(objects, L"qxd::Distributor::Run", TimeoutMs());
         if (signalled == 0)
             return WindDown();
         m_canAccept = true;
@@ -80,8 +80,7 @@ void Distributor::Welcome(qpr::Socket socket, const qpr::SocketAddress& address)
     try
     {
         socket.SendWithoutDelay();
-        const DeadlineWaiter waiter(greetingTimeMs);
-        qpr::SocketWriter(socket, waiter).Write(lines.data(), lines.size());
+        qpr::SocketWriter(socket, Within(greetingTimeMs)).Write(lines.data(), lines.size());
         if (isAccepted)
             m_sessions.Start(std::move(socket), address);
     }
@@ -97,7 +96,7 @@ void Distributor::WindDown()
     m_sessions.GiveUpReceptions();
     const qpr::Deadline deadline(qxm::graceTimeMs);
     for (m_sessions.RemoveEnded(); m_sessions.Size() != 0 && !deadline.HasPassed(); m_sessions.RemoveEnded())
-        qpr::Thread::WaitForObject(m_sessions.EndedObject(), L"qxd::Distributor::WindDown", deadline.LeftMs(), true);
+        qpr::Thread::TryWaitForObject(m_sessions.EndedObject(), L"qxd::Distributor::WindDown", deadline.LeftMs());
     m_sessions.EndAll();
 }
 

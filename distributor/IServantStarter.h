@@ -1,9 +1,10 @@
 #pragma once
 
+#include "runtime/Cancellation.h"
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
 #include "runtime/ProcessFigures.h"
-#include "runtime/WaitObject.h"
+#include "runtime/Wait.h"
 
 #include <cstdint>
 #include <memory>
@@ -14,8 +15,6 @@
 namespace qxd
 {
 
-class CallWaiter;
-
 /// How a servant has ended.
 struct ServantEnd
 {
@@ -24,12 +23,22 @@ struct ServantEnd
     qpr::ProcessFigures figures;
 };
 
+/// How the channels of a servant wait.
+struct ServantWaits
+{
+    qpr::Wait output;
+    const qpr::Cancellation& cancellation; ///< of its input, and of its end
+};
+
 /// A servant that executes one call. Destroying it ends what is left of the servant, wherever it runs. One thread uses
 /// the input, another all else.
 class IServant
 {
 public:
     virtual ~IServant() = default;
+
+    /// To be called once, before input and output are used. What the waits watch outlives the servant.
+    virtual void OpenChannels(const ServantWaits& waits) = 0;
 
     virtual qpr::IWriter& Input() = 0;
     virtual void CloseInput() = 0;
@@ -51,10 +60,8 @@ public:
     virtual ~IServantStarter() = default;
 
     /// Starts a servant with its command line. Its log goes to the stream, on a thread of the servant's, until it ends.
-    /// Its output waits with the waiter, its input with the waiter's cancellation. Both outlive the servant. Any thread
-    /// may call; throws what went wrong.
-    virtual std::unique_ptr<IServant> Start(
-        const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter) = 0;
+    /// The log outlives the servant. Any thread may call; throws what went wrong.
+    virtual std::unique_ptr<IServant> Start(const std::vector<std::wstring>& commandLine, std::wostream& log) = 0;
 };
 
 } // namespace qxd

@@ -7,7 +7,7 @@ namespace qxd
 {
 
 InputCopier::InputCopier(qpr::Socket& client, IServant& servant, const qpr::Cancellation& cancellation)
-    : m_reader(client, &cancellation)
+    : m_reader(client, cancellation)
     , m_servant(servant)
     , m_thread(*this, "qx input")
 {

@@ -19,8 +19,7 @@ constexpr std::size_t logBufferSize = 4096;
 
 JoinedCall::JoinedCall(qpr::Socket& mainSocket)
     : m_mainSocket(mainSocket)
-    , m_waiter(m_logSocket)
-    , m_logChannel(m_logSocket, m_waiter.GetCancellation())
+    , m_logChannel(m_logSocket, m_clientGone)
     , m_logBytes(m_logChannel, logBufferSize)
     , m_log(m_logBytes)
 {
@@ -29,7 +28,7 @@ JoinedCall::JoinedCall(qpr::Socket& mainSocket)
 void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> commandLine)
 {
     m_commandLine = std::move(commandLine);
-    m_servant = starter.Start(m_commandLine, m_log, m_waiter);
+    m_servant = starter.Start(m_commandLine, m_log);
 }
 
 void JoinedCall::Join(qpr::Socket logSocket)
@@ -41,7 +40,8 @@ void JoinedCall::Join(qpr::Socket logSocket)
     m_mainSocket.SetReceiveBufferSize(dataBufferSize);
     m_mainSocket.SetSendBufferSize(dataBufferSize);
     m_logChannel.Connected();
-    m_inputCopier.emplace(m_mainSocket, *m_servant, m_waiter.GetCancellation());
+    m_servant->OpenChannels({WaitForClientToo(), m_clientGone});
+    m_inputCopier.emplace(m_mainSocket, *m_servant, m_clientGone);
 }
 
 ServantEnd JoinedCall::WaitForEnd()
@@ -53,11 +53,22 @@ ServantEnd JoinedCall::WaitForEnd()
     return m_servant->End();
 }
 
+qpr::Wait JoinedCall::WaitForClientToo()
+{
+    const auto onClientGone = [this]() -> std::uint32_t
+    {
+        m_clientGone.Cancel();
+        m_clientGone.ThrowIfCancelled();
+        return 0;
+    };
+    return qpr::Wait(m_clientGone).Or(m_logSocket.InputObject(), onClientGone);
+}
+
 void JoinedCall::WaitForServantOrClient()
 {
     try
     {
-        m_waiter.WaitFor(m_servant->EndObject(), L"qxd::JoinedCall::WaitForServantOrClient");
+        WaitForClientToo().For(m_servant->EndObject(), L"qxd::JoinedCall::WaitForServantOrClient");
     }
     catch (const qpr::RuntimeError&) // the client is gone
     {
@@ -66,7 +77,7 @@ void JoinedCall::WaitForServantOrClient()
 
 void JoinedCall::CopyOutput()
 {
-    qpr::SocketWriter writer(m_mainSocket, m_waiter);
+    qpr::SocketWriter writer(m_mainSocket, WaitForClientToo());
     if (CopyBytes(m_servant->Output(), writer) == CopyEnd::EndOfData)
         m_mainSocket.TryShutdown(qpr::Socket::Direction::Send);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "distributor/CallOrder.h"
-#include "distributor/CallWaiter.h"
 #include "distributor/IServantStarter.h"
 #include "distributor/InputCopier.h"
 #include "distributor/LogChannel.h"
@@ -40,15 +39,18 @@ public:
     /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it.
     void Finish();
 
-    bool ClientIsGone() const noexcept { return m_waiter.ClientIsGone(); }
+    bool ClientIsGone() const noexcept { return m_clientGone.IsCancelled(); }
 
 private:
     void CopyOutput();
     void WaitForServantOrClient();
 
+    /// Joined by the end of the log connection, which means that the client is gone.
+    qpr::Wait WaitForClientToo();
+
     qpr::Socket& m_mainSocket; // not owned
     qpr::Socket m_logSocket;
-    CallWaiter m_waiter;
+    qpr::Cancellation m_clientGone; ///< stops the call's other threads
     LogChannel m_logChannel;
     qpr::GenericOutputStream<LogChannel> m_logBytes;
     qpr::UTF8OutputStream m_log;

@@ -15,8 +15,8 @@ class LogChannel final : public qpr::IWriter
 public:
     /// Neither is owned; both outlive the channel. The socket is not touched before Connected.
     LogChannel(qpr::Socket& socket, const qpr::Cancellation& cancellation)
-        : m_waiter(&cancellation)
-        , m_writer(socket, &cancellation)
+        : m_wait(cancellation)
+        , m_writer(socket, cancellation)
     {
     }
 
@@ -25,13 +25,13 @@ public:
 
     void Write(const void* buffer, std::size_t size) override
     {
-        m_waiter.WaitFor(m_connected.Object(), L"qxd::LogChannel::Write");
+        m_wait.For(m_connected.Object(), L"qxd::LogChannel::Write");
         m_writer.Write(buffer, size);
     }
     void Flush() override { }
 
 private:
-    const qpr::CancellableWaiter m_waiter;
+    const qpr::Wait m_wait;
     qpr::SocketWriter m_writer;
     qpr::ThreadEvent m_connected{qpr::ThreadEvent::Kind_ManualReset};
 };

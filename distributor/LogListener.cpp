@@ -20,11 +20,11 @@ LogListener::LogListener(const qpr::SocketAddress& ownAddress, const qpr::Socket
 {
 }
 
-qpr::Socket LogListener::Accept(const qpr::IWaiter& waiter)
+qpr::Socket LogListener::Accept(const qpr::Wait& wait)
 {
     for (;;)
     {
-        m_listener.WaitForInput(waiter);
+        m_listener.WaitForInput(wait);
         qpr::SocketAddress remoteAddress;
         std::optional<qpr::Socket> socket = m_listener.TryAccept(&remoteAddress);
         if (socket && remoteAddress.IsSameHost(m_clientAddress))

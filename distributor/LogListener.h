@@ -1,6 +1,5 @@
 #pragma once
 
-#include "runtime/IWaiter.h"
 #include "runtime/Socket.h"
 
 #include <cstdint>
@@ -19,7 +18,7 @@ public:
     std::uint16_t Port() const { return m_listener.GetLocalAddress().Port(); }
 
     /// Waits for the client's connection; any from elsewhere is closed at once.
-    qpr::Socket Accept(const qpr::IWaiter& waiter);
+    qpr::Socket Accept(const qpr::Wait& wait);
 
 private:
     const qpr::SocketAddress m_clientAddress;

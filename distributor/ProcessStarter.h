@@ -9,8 +9,7 @@ namespace qxd
 class ProcessStarter final : public IServantStarter
 {
 public:
-    std::unique_ptr<IServant> Start(
-        const std::vector<std::wstring>& commandLine, std::wostream& log, const CallWaiter& waiter) override;
+    std::unique_ptr<IServant> Start(const std::vector<std::wstring>& commandLine, std::wostream& log) override;
 };
 
 } // namespace qxd

@@ -2,8 +2,6 @@
 
 #include "distributor/CallRequest.h"
 #include "distributor/ClientConversation.h"
-#include "distributor/DeadlineWaiter.h"
-#include "runtime/EagerWaiter.h"
 #include "runtime/Errors.h"
 
 #include <algorithm>
@@ -68,9 +66,7 @@ CallOrder ReceiveCall(qpr::Socket& client, const SessionSurroundings& surroundin
     client.EnableKeepAlive();
     try
     {
-        const DeadlineWaiter deadline(receptionTimeMs);
-        const qpr::EagerWaiter waiter(deadline);
-        ClientConversation conversation(client, waiter);
+        ClientConversation conversation(client, Within(receptionTimeMs).LookFirst());
         const qxm::HostDescription description = conversation.LogIn(surroundings.clients);
         return TakeRequest(conversation, description, surroundings);
     }

@@ -39,10 +39,10 @@ std::wstring QuotedServiceName(const std::wstring& name)
 class Conversation
 {
 public:
-    Conversation(qpr::Socket& socket, Introductions& introductions, const qpr::IWaiter& waiter)
+    Conversation(qpr::Socket& socket, Introductions& introductions, const qpr::Wait& wait)
         : m_introductions(introductions)
-        , m_inputBytes(socket, waiter)
-        , m_writer(socket, waiter)
+        , m_inputBytes(socket, wait)
+        , m_writer(socket, wait)
     {
     }
 
@@ -99,15 +99,15 @@ std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request)
 }
 
 void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, Introductions& introductions, const qpr::IWaiter& waiter)
+    const DistributorServiceRequest& request, Introductions& introductions, const qpr::Wait& wait)
 {
     try
     {
         socket = qpr::Socket::Create(distributor.GetFamily());
-        socket.Connect(distributor, waiter);
+        socket.Connect(distributor, wait);
         socket.SendWithoutDelay();
         socket.EnableKeepAlive();
-        Conversation conversation(socket, introductions, waiter);
+        Conversation conversation(socket, introductions, wait);
         conversation.ReadGreeting();
         conversation.LogIn();
         conversation.SendRequest(request);

@@ -2,7 +2,6 @@
 
 #include "config/HostDescriptionMemo.h"
 #include "protocol/ServiceRequestAttributes.h"
-#include "runtime/IWaiter.h"
 #include "runtime/Socket.h"
 #include "runtime/SocketAddress.h"
 
@@ -50,6 +49,6 @@ std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);
 /// connected and the request accepted. Every failure reads "Error sending service request to distributor at <address>:
 /// <what>".
 void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, Introductions& introductions, const qpr::IWaiter& waiter);
+    const DistributorServiceRequest& request, Introductions& introductions, const qpr::Wait& wait);
 
 } // namespace qxm

@@ -4,19 +4,14 @@
 
 #include <optional>
 
-namespace qpr
-{
-class Cancellation;
-}
-
 namespace qxm
 {
 
 /// One call's way through a distributor, from connecting to the two connections over which it talks to its servant.
-/// Used by the call's thread alone; every step (resolving the host aside) ends at once when that thread is interrupted
-/// or the cancellation cancelled, and up to the readiness also when the give-up object is signalled.
+/// Used by the call's thread alone; every step (resolving the host aside) ends at once when the wait does, and up
+/// to the readiness also when the give-up object is signalled.
 ///
-///     DistributorRequest request(host, port, what, introductions, &cancellation, switchEvent.Object());
+///     DistributorRequest request(host, port, what, introductions, cancellation, switchEvent.Object());
 ///     if (!request.WaitUntilReady())
 ///         return RunLocally();
 ///     request.OpenLogConnection();
@@ -24,10 +19,9 @@ namespace qxm
 class DistributorRequest
 {
 public:
-    /// The cancellation may be null; it, the introductions and what the give-up object names outlive the request.
+    /// The introductions, what the wait watches and what the give-up object names outlive the request.
     DistributorRequest(std::wstring distributorHost, std::wstring distributorPort, DistributorServiceRequest request,
-        Introductions& introductions, const qpr::Cancellation* cancellation,
-        std::optional<qpr::WaitObject> giveUpObject = std::nullopt);
+        Introductions& introductions, qpr::Wait wait, std::optional<qpr::WaitObject> giveUpObject = std::nullopt);
 
     /// Sends the request and waits until it is accepted and the log-port line has begun to arrive: a servant is there.
     /// False when the give-up object was signalled first; the connection is then closed. Throws what
@@ -45,7 +39,7 @@ private:
     std::wstring m_distributorPort;
     DistributorServiceRequest m_request;
     Introductions& m_introductions; // not owned
-    const qpr::Cancellation* m_cancellation; // not owned, may be null
+    const qpr::Wait m_wait;
     std::optional<qpr::WaitObject> m_giveUpObject;
     qpr::Socket m_mainSocket;
     qpr::Socket m_logSocket;

@@ -17,7 +17,7 @@ bool WaitWithGrace(
         if (qpr::Thread::WaitForAnyObject(objects, L"qxm::WaitWithGrace") == 0)
             return true;
     }
-    return qpr::Thread::WaitForObject(object, L"qxm::WaitWithGrace", graceMs, true);
+    return qpr::Thread::TryWaitForObject(object, L"qxm::WaitWithGrace", graceMs);
 }
 
 } // namespace qxm

@@ -28,11 +28,11 @@ bool AwaitEnd(const ServantProcess& servant, const qpr::Cancellation& cancellati
 bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& clientIdentifier)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
-    auto reader = std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), &cancellation);
+    auto reader = std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), cancellation);
     qpr::GenericInputStream<qpr::PipeReader> bytes(*reader, 1); // takes nothing that comes after the answer
     const ServantAnswer answer = ReadServantAnswer(bytes, call.ServiceName());
     PipeConnection connection(std::move(reader),
-        std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), &cancellation),
+        std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, true, 0},
         {[&servant] { servant.CommandPipe().Close(); },
             [&](qxmi::ServantEnd& end) { return AwaitEnd(servant, cancellation, end); }});

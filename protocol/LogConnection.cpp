@@ -10,9 +10,9 @@
 namespace qxm
 {
 
-void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::IWaiter& waiter)
+void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::Wait& wait)
 {
-    qpr::PeekingInputStream bytes(mainSocket, waiter);
+    qpr::PeekingInputStream bytes(mainSocket, wait);
     qpr::UTF8InputStream text(bytes);
     const std::wstring line = ReadLine(text);
     bytes.Settle();
@@ -24,7 +24,7 @@ void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qp
     const std::wstring host = mainSocket.GetRemoteAddress().ToText();
     const qpr::SocketAddress address = qpr::SocketAddress::Resolve(host, line.substr(prefix.size()));
     logSocket = qpr::Socket::Create(address.GetFamily());
-    logSocket.Connect(address, waiter);
+    logSocket.Connect(address, wait);
 }
 
 } // namespace qxm

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "runtime/IWaiter.h"
 #include "runtime/Socket.h"
 
 namespace qxm
@@ -12,6 +11,6 @@ inline constexpr wchar_t logPortLinePrefix[] = L"establish log connection to por
 /// Reads the log-port line from the main socket and connects the log socket, which is created here, to that port of the
 /// host that the main connection reached. Throws "Expected 'establish log connection to port <log port>' but got
 /// '<line>'".
-void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::IWaiter& waiter);
+void OpenLogConnection(qpr::Socket& mainSocket, qpr::Socket& logSocket, const qpr::Wait& wait);
 
 } // namespace qxm

@@ -19,8 +19,7 @@ using SocketConnection = GenericServiceConnection<qpr::SocketReader, qpr::Socket
 
 ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
 {
-    const qpr::CancellableWaiter waiter(&call.GetCancellation());
-    qpr::PeekingInputStream bytes(socket, waiter);
+    qpr::PeekingInputStream bytes(socket, call.GetCancellation());
     ServantAnswer answer = ReadServantAnswer(bytes, call.ServiceName());
     bytes.Settle();
     return answer;
@@ -29,9 +28,9 @@ ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
 bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
-    auto reader = std::make_unique<qpr::SocketReader>(socket, &cancellation);
+    auto reader = std::make_unique<qpr::SocketReader>(socket, cancellation);
     const ServantAnswer answer = ReadAnswer(call, socket);
-    SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, &cancellation),
+    SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
         {[&socket] { socket.Shutdown(qpr::Socket::Direction::Send); }, [](qxmi::ServantEnd&) { return false; }});
     return HandOverConnection(call, connection, answer.compressionProtocol);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "runtime/IWaiter.h"
 #include "runtime/Socket.h"
 
 #include <array>
 #include <istream>
 #include <streambuf>
+#include <utility>
 
 namespace qpr
 {
@@ -14,10 +14,10 @@ namespace qpr
 class PeekingInputStreamBuffer final : public std::streambuf
 {
 public:
-    /// Neither is owned; both outlive the buffer.
-    PeekingInputStreamBuffer(Socket& socket, const IWaiter& waiter)
+    /// The socket is not owned and outlives the buffer.
+    PeekingInputStreamBuffer(Socket& socket, Wait wait)
         : m_socket(socket)
-        , m_waiter(waiter)
+        , m_wait(std::move(wait))
     {
     }
 
@@ -29,7 +29,7 @@ protected:
 
 private:
     Socket& m_socket; // not owned
-    const IWaiter& m_waiter; // not owned
+    const Wait m_wait;
     std::array<char, 512> m_bytes; ///< a copy of the socket's first bytes
 };
 
@@ -37,7 +37,7 @@ private:
 class PeekingInputStream final : public std::istream
 {
 public:
-    PeekingInputStream(Socket& socket, const IWaiter& waiter);
+    PeekingInputStream(Socket& socket, Wait wait);
 
     void Settle() { m_buffer.Settle(); }
 

@@ -36,7 +36,7 @@ ServantProcess::ServantProcess(const std::vector<std::wstring>& commandLine, std
 
 qpr::ChildProcess::ExitStatus ServantProcess::AwaitEnd(const qpr::Cancellation& cancellation) const
 {
-    qpr::Cancellation::WaitForObject(&cancellation, EndObject(), L"qxm::ServantProcess::AwaitEnd");
+    qpr::Wait(cancellation).For(EndObject(), L"qxm::ServantProcess::AwaitEnd");
     return m_process->Process().PeekExitStatus();
 }
 

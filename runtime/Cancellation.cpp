@@ -30,19 +30,4 @@ void Cancellation::ThrowIfCancelled() const
     throw RuntimeError(L"Call cancelled");
 }
 
-void Cancellation::WaitForObject(
-    const Cancellation* cancellation, const WaitObject& object, const wchar_t* location, int line)
-{
-    if (!cancellation)
-    {
-        Thread::WaitForObject(object, location, Infinite, false, line);
-        return;
-    }
-    cancellation->ThrowIfCancelled();
-    // The cancel comes first, so that it wins over data that is there too.
-    const WaitObject objects[] = {cancellation->Object(), object};
-    Thread::WaitForAnyObject(objects, location, Infinite, false, line);
-    cancellation->ThrowIfCancelled();
-}
-
 } // namespace qpr

@@ -8,7 +8,7 @@
 namespace qpr
 {
 
-/// The one way to stop a running call: every wait on the call's channels joins it, whichever thread waits. Once
+/// The one way to stop a running call: every Wait on the call's channels watches it, whichever thread waits. Once
 /// cancelled it stays so. All operations may be called from any thread.
 class Cancellation
 {
@@ -27,11 +27,6 @@ public:
 
     /// Signalled once cancelled.
     WaitObject Object() const noexcept { return m_event.Object(); }
-
-    /// Waits without limit for the object, for a cancel and for an interrupt of the calling thread. cancellation may be
-    /// null.
-    static void WaitForObject(const Cancellation* cancellation, const WaitObject& object, const wchar_t* location,
-        int line = __builtin_LINE());
 
 private:
     std::atomic<bool> m_isCancelled = false;

@@ -64,8 +64,8 @@ public:
     /// Signalled once the process has ended.
     WaitObject EndObject() const noexcept;
 
-    /// Interruptible. False on a timeout that the caller allows.
-    bool WaitForCompletion(std::uint32_t timeoutMs = Infinite, bool timeoutsAllowed = false);
+    /// Interruptible.
+    void WaitForCompletion();
 
     /// Notes for the figures how much memory the process has had at most so far. Call it shortly before the process
     /// ends: afterwards the system does not always know.

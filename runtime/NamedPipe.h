@@ -1,10 +1,9 @@
 #pragma once
 
-#include "runtime/CancellableWaiter.h"
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
 #include "runtime/NativeHandle.h"
-#include "runtime/WaitObject.h"
+#include "runtime/Wait.h"
 
 #include <memory>
 #include <utility>
@@ -53,27 +52,23 @@ struct PipePair
     PipeEnd client; ///< writes
 };
 
-/// Reads from a handle. Not owned: the handle outlives the reader, and so does what it waits with (a cancellation may
-/// be null).
+/// Reads from a handle. Not owned: the handle outlives the reader, and so does what its wait watches.
 class IOReader : public IReader
 {
 public:
-    explicit IOReader(NativeHandle handle, const Cancellation* cancellation = nullptr);
-    IOReader(NativeHandle handle, const IWaiter& waiter);
+    explicit IOReader(NativeHandle handle, Wait wait = {});
     ~IOReader() override;
 
     std::size_t Read(void* buffer, std::size_t size) override;
 
 protected:
-    /// Throws when the reader's waits would end.
-    void CheckWaiter() const { m_waiter.Check(); }
+    void CheckWait() const { m_wait.Check(); }
 
     NativeHandle m_handle;
 
 private:
     struct Overlapped;
-    CancellableWaiter m_cancellableWaiter;
-    const IWaiter& m_waiter; // not owned, or the one above
+    const Wait m_wait;
     std::unique_ptr<Overlapped> m_overlapped;
 };
 
@@ -92,8 +87,7 @@ public:
 class IOWriter final : public IWriter
 {
 public:
-    explicit IOWriter(NativeHandle handle, const Cancellation* cancellation = nullptr);
-    IOWriter(NativeHandle handle, const IWaiter& waiter);
+    explicit IOWriter(NativeHandle handle, Wait wait = {});
     ~IOWriter() override;
 
     void Write(const void* buffer, std::size_t size) override;
@@ -102,8 +96,7 @@ public:
 private:
     struct Overlapped;
     NativeHandle m_handle; // not owned
-    CancellableWaiter m_cancellableWaiter;
-    const IWaiter& m_waiter; // not owned, or the one above
+    const Wait m_wait;
     std::unique_ptr<Overlapped> m_overlapped;
 };
 

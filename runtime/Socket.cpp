@@ -2,6 +2,8 @@
 
 #include "runtime/Errors.h"
 
+#include <utility>
+
 namespace qpr
 {
 
@@ -17,29 +19,15 @@ bool Socket::HasInputEnded() const
     return TryPeek(&byte, 1) == std::optional<std::size_t>(0);
 }
 
-SocketReader::SocketReader(Socket& socket, const Cancellation* cancellation)
+SocketReader::SocketReader(Socket& socket, Wait wait)
     : m_socket(socket)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
+    , m_wait(std::move(wait))
 {
 }
 
-SocketReader::SocketReader(Socket& socket, const IWaiter& waiter)
+SocketWriter::SocketWriter(Socket& socket, Wait wait)
     : m_socket(socket)
-    , m_waiter(waiter)
-{
-}
-
-SocketWriter::SocketWriter(Socket& socket, const Cancellation* cancellation)
-    : m_socket(socket)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
-{
-}
-
-SocketWriter::SocketWriter(Socket& socket, const IWaiter& waiter)
-    : m_socket(socket)
-    , m_waiter(waiter)
+    , m_wait(std::move(wait))
 {
 }
 

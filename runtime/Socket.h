@@ -1,11 +1,10 @@
 #pragma once
 
-#include "runtime/CancellableWaiter.h"
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
 #include "runtime/NativeHandle.h"
 #include "runtime/SocketAddress.h"
-#include "runtime/WaitObject.h"
+#include "runtime/Wait.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,7 +13,7 @@ namespace qpr
 {
 
 /// A TCP socket, owned. Moves, does not copy; the destructor closes. Not inherited by child processes. Whatever would
-/// block waits through an IWaiter, so that it can be given up from outside. Used by one thread at a time, but that one
+/// block waits through a Wait, so that it can be given up from outside. Used by one thread at a time, but that one
 /// thread may read it while another writes. Every failed call throws "<call>() failed" with the socket error.
 class Socket
 {
@@ -50,7 +49,7 @@ public:
     /// The next connection that is there, or none, and where it comes from. Wait for InputObject before.
     std::optional<Socket> TryAccept(SocketAddress* remoteAddress = nullptr);
 
-    void Connect(const SocketAddress& address, const IWaiter& waiter = CancellableWaiter());
+    void Connect(const SocketAddress& address, const Wait& wait = {});
 
     SocketAddress GetLocalAddress() const;
     SocketAddress GetRemoteAddress() const;
@@ -76,7 +75,7 @@ public:
     void Close();
 
     /// Returns when there is data, its end, or a connection to accept.
-    void WaitForInput(const IWaiter& waiter = CancellableWaiter()) const;
+    void WaitForInput(const Wait& wait = {}) const;
 
     /// Copies what there is to be read without taking it; does not block: null when nothing is there yet, 0 at the end
     /// of the data. Throws when the connection broke.
@@ -100,12 +99,11 @@ private:
     NativeHandle m_handle;
 };
 
-/// Reads from a connected socket, which is not owned and outlives the reader, as does what it waits with.
+/// Reads from a connected socket, which is not owned and outlives the reader, as does what its wait watches.
 class SocketReader final : public IReader
 {
 public:
-    explicit SocketReader(Socket& socket, const Cancellation* cancellation = nullptr);
-    SocketReader(Socket& socket, const IWaiter& waiter);
+    explicit SocketReader(Socket& socket, Wait wait = {});
     SocketReader(const SocketReader&) = delete;
     SocketReader& operator=(const SocketReader&) = delete;
 
@@ -115,17 +113,15 @@ public:
 
 private:
     Socket& m_socket; // not owned
-    CancellableWaiter m_cancellableWaiter;
-    const IWaiter& m_waiter; // not owned, or the one above
+    const Wait m_wait;
 };
 
-/// Writes to a connected socket, which is not owned and outlives the writer, as does what it waits with. After a write
-/// that was given up the peer may have a part of the data: the connection counts as broken.
+/// Writes to a connected socket, which is not owned and outlives the writer, as does what its wait watches. After a
+/// write that was given up the peer may have a part of the data: the connection counts as broken.
 class SocketWriter final : public IWriter
 {
 public:
-    explicit SocketWriter(Socket& socket, const Cancellation* cancellation = nullptr);
-    SocketWriter(Socket& socket, const IWaiter& waiter);
+    explicit SocketWriter(Socket& socket, Wait wait = {});
     SocketWriter(const SocketWriter&) = delete;
     SocketWriter& operator=(const SocketWriter&) = delete;
 
@@ -135,8 +131,7 @@ public:
 
 private:
     Socket& m_socket; // not owned
-    CancellableWaiter m_cancellableWaiter;
-    const IWaiter& m_waiter; // not owned, or the one above
+    const Wait m_wait;
 };
 
 } // namespace qpr

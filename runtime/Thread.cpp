@@ -18,14 +18,16 @@ constexpr std::size_t maxObjectCount = 64;
 constexpr wchar_t waitForSingle[] = L"WaitForSingleObjectEx() failed";
 constexpr wchar_t waitForMultiple[] = L"WaitForMultipleObjectsEx() failed";
 
+constexpr int timeout = -1; // in place of an index
+
 std::wstring Executing(std::wstring_view what, const wchar_t* location)
 {
     return std::wstring(what) + L" executing " + location;
 }
 
-/// The index of the signalled object, -1 on a timeout that the caller allows.
-int Wait(std::span<const WaitObject> objects, const wchar_t* callFailed, const wchar_t* location,
-    std::uint32_t timeoutMs, bool timeoutsAllowed, int line)
+/// The index of the signalled object, or the timeout.
+int WaitFor(std::span<const WaitObject> objects, const wchar_t* callFailed, const wchar_t* location,
+    std::uint32_t timeoutMs, int line)
 {
     Thread::CheckInterrupt();
     const SystemWaitResult result = WaitForSystemObjects(objects, timeoutMs);
@@ -34,9 +36,7 @@ int Wait(std::span<const WaitObject> objects, const wchar_t* callFailed, const w
     case SystemWaitResult::Outcome_Signalled:
         return result.index;
     case SystemWaitResult::Outcome_TimedOut:
-        if (timeoutsAllowed)
-            return -1;
-        throw TimeoutException(Executing(L"Timeout", location));
+        return timeout;
     case SystemWaitResult::Outcome_Woken:
         Thread::CheckInterrupt();
         throw RuntimeError(Executing(L"Spurious IO completion", location));
@@ -71,18 +71,32 @@ void Thread::Sleep(std::uint32_t milliseconds)
     throw RuntimeError(L"Spurious IO completion in qpr::Thread::Sleep");
 }
 
-bool Thread::WaitForObject(
-    const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed, int line)
+void Thread::WaitForObject(const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs, int line)
 {
-    return Wait({&object, 1}, waitForSingle, location, timeoutMs, timeoutsAllowed, line) == 0;
+    if (!TryWaitForObject(object, location, timeoutMs, line))
+        throw TimeoutException(Executing(L"Timeout", location));
 }
 
-int Thread::WaitForAnyObject(std::span<const WaitObject> objects, const wchar_t* location, std::uint32_t timeoutMs,
-    bool timeoutsAllowed, int line)
+bool Thread::TryWaitForObject(const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs, int line)
+{
+    return WaitFor({&object, 1}, waitForSingle, location, timeoutMs, line) != timeout;
+}
+
+int Thread::WaitForAnyObject(
+    std::span<const WaitObject> objects, const wchar_t* location, std::uint32_t timeoutMs, int line)
+{
+    const int signalled = TryWaitForAnyObject(objects, location, timeoutMs, line);
+    if (signalled == timeout)
+        throw TimeoutException(Executing(L"Timeout", location));
+    return signalled;
+}
+
+int Thread::TryWaitForAnyObject(
+    std::span<const WaitObject> objects, const wchar_t* location, std::uint32_t timeoutMs, int line)
 {
     if (objects.empty() || objects.size() > maxObjectCount)
         throw std::logic_error("qpr::Thread::WaitForAnyObject: Invalid number of objects");
-    return Wait(objects, waitForMultiple, location, timeoutMs, timeoutsAllowed, line);
+    return WaitFor(objects, waitForMultiple, location, timeoutMs, line);
 }
 
 void Thread::RunToEnd(IRunnable& runnable) noexcept

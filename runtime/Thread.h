@@ -74,15 +74,21 @@ public:
 
     static void Sleep(std::uint32_t milliseconds);
 
-    /// Waits for the object. False on a timeout that the caller allows; a TimeoutException on one that it does not. The
-    /// location names the waiting operation in every message.
-    static bool WaitForObject(const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs = Infinite,
-        bool timeoutsAllowed = false, int line = __builtin_LINE());
+    /// Waits for the object; throws TimeoutException. The location names the waiting operation in every message.
+    static void WaitForObject(const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs = Infinite,
+        int line = __builtin_LINE());
 
-    /// Waits for any of up to 64 objects: the index of the signalled one (the lowest of several), -1 on an allowed
-    /// timeout.
+    /// The same; false on a timeout.
+    static bool TryWaitForObject(
+        const WaitObject& object, const wchar_t* location, std::uint32_t timeoutMs, int line = __builtin_LINE());
+
+    /// Waits for any of up to 64 objects: the index of the signalled one (the lowest of several).
     static int WaitForAnyObject(std::span<const WaitObject> objects, const wchar_t* location,
-        std::uint32_t timeoutMs = Infinite, bool timeoutsAllowed = false, int line = __builtin_LINE());
+        std::uint32_t timeoutMs = Infinite, int line = __builtin_LINE());
+
+    /// The same; -1 on a timeout.
+    static int TryWaitForAnyObject(std::span<const WaitObject> objects, const wchar_t* location,
+        std::uint32_t timeoutMs, int line = __builtin_LINE());
 
 private:
     struct State;

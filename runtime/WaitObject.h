@@ -18,6 +18,9 @@ public:
         Kind_PeerGone, ///< a channel that we write to and nobody reads any more
     };
 
+    /// Names nothing; a wait for it fails.
+    constexpr WaitObject() noexcept = default;
+
     constexpr WaitObject(NativeHandle handle, Kind kind) noexcept
         : m_handle(handle)
         , m_kind(kind)
@@ -29,7 +32,7 @@ public:
 
 private:
     NativeHandle m_handle;
-    Kind m_kind;
+    Kind m_kind = Kind_State;
 };
 
 } // namespace qpr

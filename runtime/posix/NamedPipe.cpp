@@ -68,16 +68,9 @@ struct IOReader::Overlapped
 {
 };
 
-IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
+IOReader::IOReader(NativeHandle handle, Wait wait)
     : m_handle(handle)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
-{
-}
-
-IOReader::IOReader(NativeHandle handle, const IWaiter& waiter)
-    : m_handle(handle)
-    , m_waiter(waiter)
+    , m_wait(std::move(wait))
 {
 }
 
@@ -85,14 +78,14 @@ IOReader::~IOReader() = default;
 
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
-    m_waiter.Check();
+    m_wait.Check();
     for (;;)
     {
         const ssize_t count = read(DescriptorOf(m_handle), buffer, size);
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (errno == EAGAIN)
-            m_waiter.WaitFor({m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
+            m_wait.For({m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
         else if (errno != EINTR)
             ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
     }
@@ -100,7 +93,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
 
 bool PipeReader::InputPending()
 {
-    CheckWaiter();
+    CheckWait();
     pollfd entry{DescriptorOf(m_handle), POLLIN, 0};
     if (poll(&entry, 1, 0) < 0 && errno != EINTR)
         ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);
@@ -126,16 +119,9 @@ struct IOWriter::Overlapped
 {
 };
 
-IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
+IOWriter::IOWriter(NativeHandle handle, Wait wait)
     : m_handle(handle)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
-{
-}
-
-IOWriter::IOWriter(NativeHandle handle, const IWaiter& waiter)
-    : m_handle(handle)
-    , m_waiter(waiter)
+    , m_wait(std::move(wait))
 {
 }
 
@@ -145,7 +131,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
 {
     std::size_t left = CheckedIntCast<std::uint32_t>(size);
     const auto* next = static_cast<const char*>(buffer);
-    m_waiter.Check();
+    m_wait.Check();
     const SigPipeBlock block;
     for (;;)
     {
@@ -165,7 +151,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
             break;
         if (written == piece)
             continue;
-        m_waiter.WaitFor({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
+        m_wait.For({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
     }
     Thread::CheckInterrupt();
 }

@@ -14,7 +14,7 @@
 #include <utility>
 
 // Sockets are non-blocking from their creation to their end: every operation is tried first, and what would block waits
-// through the waiter instead of in the system call.
+// through a Wait instead of in the system call.
 namespace qpr
 {
 namespace
@@ -111,16 +111,16 @@ std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
     }
 }
 
-void Socket::Connect(const SocketAddress& address, const IWaiter& waiter)
+void Socket::Connect(const SocketAddress& address, const Wait& wait)
 {
-    waiter.Check();
+    wait.Check();
     const NativeAddress native(address);
     if (connect(Descriptor(m_handle), native.Get(), native.size) == 0)
         return;
     if (errno != EINPROGRESS && errno != EINTR)
         ThrowSocketError(L"WSAConnect() failed", L"qpr::Socket::Connect");
 
-    waiter.WaitFor(WaitObject(m_handle, WaitObject::Kind_Writable), L"qpr::Socket::Connect");
+    wait.For(WaitObject(m_handle, WaitObject::Kind_Writable), L"qpr::Socket::Connect");
     int error = 0;
     socklen_t size = sizeof error;
     if (getsockopt(Descriptor(m_handle), SOL_SOCKET, SO_ERROR, &error, &size) == -1)
@@ -188,9 +188,9 @@ void Socket::Close()
         ThrowSocketError(L"closesocket() failed", L"qpr::Socket::Close");
 }
 
-void Socket::WaitForInput(const IWaiter& waiter) const
+void Socket::WaitForInput(const Wait& wait) const
 {
-    waiter.WaitFor(InputObject(), L"qpr::Socket::WaitForInput");
+    wait.For(InputObject(), L"qpr::Socket::WaitForInput");
 }
 
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
@@ -212,12 +212,12 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
 {
     for (;;)
     {
-        m_waiter.Check();
+        m_wait.Check();
         const ssize_t count = recv(Descriptor(m_socket.Handle()), buffer, size, 0);
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (WouldBlock(errno))
-            m_waiter.WaitFor(m_socket.InputObject(), L"qpr::SocketReader::Read");
+            m_wait.For(m_socket.InputObject(), L"qpr::SocketReader::Read");
         else if (errno != EINTR)
             ThrowSocketError(L"WSARecv() failed", L"qpr::SocketReader::Read");
     }
@@ -225,7 +225,7 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
 
 bool SocketReader::InputPending()
 {
-    m_waiter.Check();
+    m_wait.Check();
     pollfd item{Descriptor(m_socket.Handle()), POLLIN, 0};
     const int count = poll(&item, 1, 0);
     if (count == -1 && errno != EINTR)
@@ -238,7 +238,7 @@ void SocketWriter::Write(const void* buffer, std::size_t size)
     const char* next = static_cast<const char*>(buffer);
     while (size != 0)
     {
-        m_waiter.Check();
+        m_wait.Check();
         const ssize_t count = send(Descriptor(m_socket.Handle()), next, size, MSG_NOSIGNAL);
         if (count >= 0)
         {
@@ -246,7 +246,7 @@ void SocketWriter::Write(const void* buffer, std::size_t size)
             size -= static_cast<std::size_t>(count);
         }
         else if (WouldBlock(errno))
-            m_waiter.WaitFor(WaitObject(m_socket.Handle(), WaitObject::Kind_Writable), L"qpr::SocketWriter::Write");
+            m_wait.For(WaitObject(m_socket.Handle(), WaitObject::Kind_Writable), L"qpr::SocketWriter::Write");
         else if (errno != EINTR)
             ThrowSocketError(L"WSASend() failed", L"qpr::SocketWriter::Write");
     }

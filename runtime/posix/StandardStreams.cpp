@@ -76,8 +76,8 @@ std::size_t StandardInput::Read(void* buffer, std::size_t size)
 
 bool StandardInput::InputPending()
 {
-    return Thread::WaitForObject(
-        WaitObject(inputHandle, WaitObject::Kind_Readable), L"qpr::StandardInput::InputPending", 0, true);
+    return Thread::TryWaitForObject(
+        WaitObject(inputHandle, WaitObject::Kind_Readable), L"qpr::StandardInput::InputPending", 0);
 }
 
 struct StandardOutput::State

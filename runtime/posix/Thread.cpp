@@ -61,7 +61,7 @@ struct Thread::State
     }
 
     static void* StartRoutine(void* argument) noexcept;
-    bool WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed);
+    void WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs);
     void Join() noexcept;
 
     IRunnable& runnable;
@@ -119,21 +119,14 @@ void* Thread::State::StartRoutine(void* argument) noexcept
     return nullptr;
 }
 
-bool Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed)
+void Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs)
 {
     if (timeoutMs == Infinite && !currentThread.ActiveInterrupt())
-    {
-        Join(); // nothing else can end this wait
-        return true;
-    }
+        return Join(); // nothing else can end this wait
     const EndWaiter waiter(*this);
-    for (const Deadline deadline(timeoutMs); !completed;)
-    {
-        // The signal may also be that of an interrupt, which the next turn throws.
-        if (!WaitForObject(waiter.Object(), location, deadline.LeftMs(), timeoutsAllowed))
-            return false;
-    }
-    return true;
+    for (const Deadline deadline(timeoutMs);
+         !completed;) // the signal may be an interrupt's, which the next turn throws
+        WaitForObject(waiter.Object(), location, deadline.LeftMs());
 }
 
 void Thread::State::Join() noexcept
@@ -176,7 +169,7 @@ bool Thread::HasCompleted()
 void Thread::WaitForCompletion(std::uint32_t timeoutMs)
 {
     CheckInterrupt();
-    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs, false);
+    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs);
 }
 
 } // namespace qpr

@@ -121,12 +121,10 @@ WaitObject ChildProcess::EndObject() const noexcept
     return {m_state->process.Native(), WaitObject::Kind_State};
 }
 
-bool ChildProcess::WaitForCompletion(std::uint32_t timeoutMs, bool timeoutsAllowed)
+void ChildProcess::WaitForCompletion()
 {
-    if (!Thread::WaitForObject(EndObject(), L"qpr::ChildProcess::WaitForCompletion", timeoutMs, timeoutsAllowed))
-        return false;
+    Thread::WaitForObject(EndObject(), L"qpr::ChildProcess::WaitForCompletion");
     m_state->NoteEnd();
-    return true;
 }
 
 void ChildProcess::NotePeakMemory() noexcept

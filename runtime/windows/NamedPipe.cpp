@@ -81,17 +81,9 @@ struct IOReader::Overlapped
     OverlappedOperation operation;
 };
 
-IOReader::IOReader(NativeHandle handle, const Cancellation* cancellation)
+IOReader::IOReader(NativeHandle handle, Wait wait)
     : m_handle(handle)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
-    , m_overlapped(std::make_unique<Overlapped>())
-{
-}
-
-IOReader::IOReader(NativeHandle handle, const IWaiter& waiter)
-    : m_handle(handle)
-    , m_waiter(waiter)
+    , m_wait(std::move(wait))
     , m_overlapped(std::make_unique<Overlapped>())
 {
 }
@@ -100,7 +92,7 @@ IOReader::~IOReader() = default;
 
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
-    m_waiter.Check();
+    m_wait.Check();
     const HANDLE handle = SystemHandleOf(m_handle);
     const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
     OverlappedOperation& operation = m_overlapped->operation;
@@ -110,7 +102,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
         bool isDone = ReadFile(handle, buffer, wanted, &count, operation.Begin());
         if (!isDone && GetLastError() == ERROR_IO_PENDING)
         {
-            const auto wait = [&] { m_waiter.WaitFor(operation.Object(), L"qpr::IOReader::Read"); };
+            const auto wait = [&] { m_wait.For(operation.Object(), L"qpr::IOReader::Read"); };
             operation.WaitForEnd(handle, wait, "qpr::IOReader::Read", __LINE__);
             isDone = operation.TakeResult(handle, count);
         }
@@ -125,7 +117,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
 
 bool PipeReader::InputPending()
 {
-    CheckWaiter();
+    CheckWait();
     DWORD available = 0;
     if (PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr))
         return available > 0;
@@ -152,17 +144,9 @@ struct IOWriter::Overlapped
     OverlappedOperation operation;
 };
 
-IOWriter::IOWriter(NativeHandle handle, const Cancellation* cancellation)
+IOWriter::IOWriter(NativeHandle handle, Wait wait)
     : m_handle(handle)
-    , m_cancellableWaiter(cancellation)
-    , m_waiter(m_cancellableWaiter)
-    , m_overlapped(std::make_unique<Overlapped>())
-{
-}
-
-IOWriter::IOWriter(NativeHandle handle, const IWaiter& waiter)
-    : m_handle(handle)
-    , m_waiter(waiter)
+    , m_wait(std::move(wait))
     , m_overlapped(std::make_unique<Overlapped>())
 {
 }
@@ -172,7 +156,7 @@ IOWriter::~IOWriter() = default;
 void IOWriter::Write(const void* buffer, std::size_t size)
 {
     const auto wanted = CheckedIntCast<std::uint32_t>(size);
-    m_waiter.Check();
+    m_wait.Check();
     if (wanted == 0)
         return; // a reader would take it for the end of the data
     const auto requireAll = [size](const wchar_t* call, DWORD count)
@@ -193,7 +177,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     }
     if (GetLastError() == ERROR_IO_PENDING)
     {
-        const auto wait = [&] { m_waiter.WaitFor(operation.Object(), L"qpr::IOWriter::Write"); };
+        const auto wait = [&] { m_wait.For(operation.Object(), L"qpr::IOWriter::Write"); };
         operation.WaitForEnd(handle, wait, "qpr::IOWriter::Write", 48);
         if (operation.TakeResult(handle, count))
             return requireAll(L"GetOverlappedResult() after WriteFile()", count);

@@ -95,9 +95,9 @@ public:
     ConnectSelection& operator=(const ConnectSelection&) = delete;
 
     /// The socket error that the connect ended with, or 0.
-    std::uint32_t WaitForEnd(const IWaiter& waiter)
+    std::uint32_t WaitForEnd(const Wait& wait)
     {
-        waiter.WaitFor(m_event.Object(), L"qpr::Socket::Connect");
+        wait.For(m_event.Object(), L"qpr::Socket::Connect");
         WSANETWORKEVENTS events{};
         if (WSAEnumNetworkEvents(SystemSocket(m_handle), SystemHandleOf(m_event.Object().Handle()), &events) != 0)
             ThrowSocketError(L"WSAEnumNetworkEvents() failed", L"qpr::Socket::EnumNetworkEvents");
@@ -199,16 +199,16 @@ std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
     }
 }
 
-void Socket::Connect(const SocketAddress& address, const IWaiter& waiter)
+void Socket::Connect(const SocketAddress& address, const Wait& wait)
 {
-    waiter.Check();
+    wait.Check();
     const NativeAddress native(address);
     SetNonBlocking(m_handle);
     if (WSAConnect(SystemSocket(m_handle), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
     {
         std::uint32_t error = LastSocketError();
         if (error == WSAEWOULDBLOCK)
-            error = ConnectSelection(m_handle).WaitForEnd(waiter);
+            error = ConnectSelection(m_handle).WaitForEnd(wait);
         if (error != 0)
             ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", error);
     }
@@ -279,9 +279,9 @@ void Socket::Close()
     LeaveLibrary();
 }
 
-void Socket::WaitForInput(const IWaiter& waiter) const
+void Socket::WaitForInput(const Wait& wait) const
 {
-    waiter.WaitFor(InputObject(), L"qpr::Socket::WaitForInput");
+    wait.For(InputObject(), L"qpr::Socket::WaitForInput");
 }
 
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
@@ -314,8 +314,8 @@ ULONG PieceSize(std::size_t size) noexcept
 
 /// Carries one operation, which start begins, to its end; how many bytes it has moved. Throws "<call>() failed".
 template <class Start>
-DWORD Complete(const Socket& socket, const IWaiter& waiter, Start start, const wchar_t* callFailed,
-    const wchar_t* function, const char* panicFunction)
+DWORD Complete(const Socket& socket, const Wait& wait, Start start, const wchar_t* callFailed, const wchar_t* function,
+    const char* panicFunction)
 {
     const HANDLE handle = SystemHandleOf(socket.Handle());
     OverlappedOperation operation;
@@ -325,7 +325,7 @@ DWORD Complete(const Socket& socket, const IWaiter& waiter, Start start, const w
     if (WSAGetLastError() != WSA_IO_PENDING)
         ThrowSocketError(callFailed, function);
     operation.WaitForEnd(
-        handle, [&] { waiter.WaitFor(operation.Object(), function); }, panicFunction, __LINE__);
+        handle, [&] { wait.For(operation.Object(), function); }, panicFunction, __LINE__);
     DWORD flags = 0;
     if (!WSAGetOverlappedResult(SystemSocket(socket.Handle()), operation.Record(), &count, FALSE, &flags))
         ThrowSocketError(callFailed, function);
@@ -336,18 +336,18 @@ DWORD Complete(const Socket& socket, const IWaiter& waiter, Start start, const w
 
 std::size_t SocketReader::Read(void* buffer, std::size_t size)
 {
-    m_waiter.Check();
+    m_wait.Check();
     WSABUF piece{PieceSize(size), static_cast<char*>(buffer)};
     DWORD flags = 0;
     const auto receive = [&](SOCKET socket, DWORD* count, OVERLAPPED* record)
     { return WSARecv(socket, &piece, 1, count, &flags, record, nullptr); };
     return Complete(
-        m_socket, m_waiter, receive, L"WSARecv() failed", L"qpr::SocketReader::Read", "qpr::SocketReader::Read");
+        m_socket, m_wait, receive, L"WSARecv() failed", L"qpr::SocketReader::Read", "qpr::SocketReader::Read");
 }
 
 bool SocketReader::InputPending()
 {
-    m_waiter.Check();
+    m_wait.Check();
     const int count = CountReadySockets(SystemSocket(m_socket.Handle()), WaitObject::Kind_Readable);
     if (count == SOCKET_ERROR)
         ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
@@ -359,12 +359,12 @@ void SocketWriter::Write(const void* buffer, std::size_t size)
     auto* next = const_cast<char*>(static_cast<const char*>(buffer)); // the system takes it so and only reads
     for (std::size_t left = size; left > 0;)
     {
-        m_waiter.Check();
+        m_wait.Check();
         WSABUF piece{PieceSize(left), next};
         const auto send = [&](SOCKET socket, DWORD* count, OVERLAPPED* record)
         { return WSASend(socket, &piece, 1, count, 0, record, nullptr); };
         const DWORD count = Complete(
-            m_socket, m_waiter, send, L"WSASend() failed", L"qpr::SocketWriter::Write", "qpr::SocketWriter::Write");
+            m_socket, m_wait, send, L"WSASend() failed", L"qpr::SocketWriter::Write", "qpr::SocketWriter::Write");
         next += count;
         left -= count;
     }

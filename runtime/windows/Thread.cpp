@@ -34,7 +34,7 @@ struct Thread::State
     }
 
     static DWORD WINAPI StartRoutine(void* argument) noexcept;
-    bool WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed);
+    WaitObject EndObject() const noexcept { return {handle.Native(), WaitObject::Kind_State}; }
     void Join() noexcept;
 
     OwnedHandle handle;
@@ -51,12 +51,6 @@ DWORD WINAPI Thread::State::StartRoutine(void* argument) noexcept
     RunToEnd(state.runnable);
     state.completed = true;
     return 0;
-}
-
-bool Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs, bool timeoutsAllowed)
-{
-    joined = WaitForObject({handle.Native(), WaitObject::Kind_State}, location, timeoutMs, timeoutsAllowed) || joined;
-    return joined;
 }
 
 void Thread::State::Join() noexcept
@@ -91,12 +85,14 @@ void Thread::Interrupt()
 
 bool Thread::HasCompleted()
 {
-    return m_state->WaitForEnd(L"qpr::Thread::HasCompleted", 0, true);
+    m_state->joined = TryWaitForObject(m_state->EndObject(), L"qpr::Thread::HasCompleted", 0) || m_state->joined;
+    return m_state->joined;
 }
 
 void Thread::WaitForCompletion(std::uint32_t timeoutMs)
 {
-    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs, false);
+    WaitForObject(m_state->EndObject(), L"qpr::Thread::WaitForCompletion", timeoutMs);
+    m_state->joined = true;
 }
 
 } // namespace qpr

@@ -5,6 +5,7 @@
 #include "runtime/Cancellation.h"
 #include "runtime/Errors.h"
 #include "runtime/ThreadEvent.h"
+#include "runtime/Wait.h"
 
 #include <condition_variable>
 #include <map>
@@ -115,7 +116,7 @@ private:
 
     void WaitStep(qxm::ICallContext& call)
     {
-        qpr::Cancellation::WaitForObject(&call.GetCancellation(), EventOf(IdOf(call)).Object(), L"test::FakeExecutor");
+        qpr::Wait(call.GetCancellation()).For(EventOf(IdOf(call)).Object(), L"test::FakeExecutor");
         ThrowFailure(call);
     }
 

@@ -170,7 +170,7 @@ private:
         if (giveUpObject)
             objects.push_back(*giveUpObject);
         const std::uint32_t dice = Roll();
-        const int index = qpr::Thread::WaitForAnyObject(objects, L"test", dice % 4, true);
+        const int index = qpr::Thread::TryWaitForAnyObject(objects, L"test", dice % 4);
         call.GetCancellation().ThrowIfCancelled();
         if (index < 0 && dice % 7 == 0)
             throw qpr::RuntimeError(L"bad luck");

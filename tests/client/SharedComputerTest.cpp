@@ -4,6 +4,7 @@
 #include "protocol/ICallContext.h"
 #include "runtime/Cancellation.h"
 #include "runtime/ThreadEvent.h"
+#include "runtime/Wait.h"
 #include "support/ChildMain.h"
 #include "support/PipedChild.h"
 #include "worktable/TestTable.h"
@@ -69,7 +70,7 @@ public:
     {
         const std::string id = qpr::ToUtf8(call.Attributes().at(L"Id"));
         Tell("start " + id, usage);
-        qpr::Cancellation::WaitForObject(&call.GetCancellation(), EventOf(id).Object(), L"TellingExecutor");
+        qpr::Wait(call.GetCancellation()).For(EventOf(id).Object(), L"TellingExecutor");
         Tell("end " + id, usage);
     }
 

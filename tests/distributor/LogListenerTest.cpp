@@ -11,8 +11,7 @@ TEST(LogListenerTest, ClosesConnectionsFromOtherComputersThanTheClients)
     const qpr::SocketAddress client(qpr::SocketAddress::Family::IPv4, {127, 0, 0, 2}, 0);
     qxd::LogListener listener(qpr::SocketAddress::Loopback(0), client);
     qpr::Cancellation cancellation;
-    std::thread acceptor(
-        [&] { EXPECT_THROW(listener.Accept(qpr::CancellableWaiter(&cancellation)), std::runtime_error); });
+    std::thread acceptor([&] { EXPECT_THROW(listener.Accept(cancellation), std::runtime_error); });
     qpr::Socket stranger = qpr::Socket::Create(qpr::SocketAddress::Family::IPv4);
     stranger.Connect(qpr::SocketAddress::Loopback(listener.Port()));
     stranger.WaitForInput();

@@ -16,7 +16,7 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
     const test::TestConfiguration configuration;
     test::DistributorProgram program(configuration.Path(), 1);
     qxm::DistributorRequest request(L"localhost", program.Port(), {L"Echo", {}, false, false},
-        test::IntroductionsOf(qxm::DescribeLocalHost(L"client").hostName), nullptr);
+        test::IntroductionsOf(qxm::DescribeLocalHost(L"client").hostName), {});
     ASSERT_TRUE(request.WaitUntilReady());
     request.OpenLogConnection();
     test::WriteTo(request.MainSocket(), "data");
@@ -28,7 +28,7 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
         testing::MatchesRegex("qx-distributor listening on 127.0.0.1:.+\ncall Echo of .+: done after .+\n"));
 
     qxm::DistributorRequest cut(
-        L"localhost", program.Port(), {L"Hold", {}, true, false}, test::IntroductionsOf(L"here"), nullptr);
+        L"localhost", program.Port(), {L"Hold", {}, true, false}, test::IntroductionsOf(L"here"), {});
     ASSERT_TRUE(cut.WaitUntilReady());
     cut.OpenLogConnection();
     EXPECT_EQ(test::ReadLineFrom(cut.MainSocket()), "servant test executing Hold\r\n");

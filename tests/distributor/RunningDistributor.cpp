@@ -95,8 +95,8 @@ void RunningDistributor::HandleError(const std::exception& error)
 qxm::DistributorRequest RunningDistributor::Request(
     qxm::DistributorServiceRequest request, const std::wstring& clientHost) const
 {
-    return qxm::DistributorRequest(Address().ToText(), std::to_wstring(Address().Port()), std::move(request),
-        IntroductionsOf(clientHost), nullptr);
+    return qxm::DistributorRequest(
+        Address().ToText(), std::to_wstring(Address().Port()), std::move(request), IntroductionsOf(clientHost), {});
 }
 
 } // namespace test

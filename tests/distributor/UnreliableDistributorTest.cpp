@@ -88,8 +88,7 @@ private:
     /// For a moment, unless it is to behave. Nothing waits for this: it only spreads what happens.
     bool Pause()
     {
-        return qpr::Thread::WaitForObject(
-            m_behave.Object(), L"test", static_cast<std::uint32_t>(m_random() % 100), true);
+        return qpr::Thread::TryWaitForObject(m_behave.Object(), L"test", static_cast<std::uint32_t>(m_random() % 100));
     }
 
     const std::wstring m_port = std::to_wstring(QuietPort());

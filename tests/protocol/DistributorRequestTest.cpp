@@ -42,11 +42,11 @@ qxm::Introductions& Client()
     return client;
 }
 
-DistributorRequest MakeRequest(const ScriptedDistributor& distributor, const qpr::Cancellation* cancellation = nullptr,
+DistributorRequest MakeRequest(const ScriptedDistributor& distributor, qpr::Wait wait = {},
     std::optional<qpr::WaitObject> giveUpObject = std::nullopt)
 {
     return DistributorRequest(
-        distributor.Host(), distributor.Port(), {L"Solve", {}, true, false}, Client(), cancellation, giveUpObject);
+        distributor.Host(), distributor.Port(), {L"Solve", {}, true, false}, Client(), wait, giveUpObject);
 }
 
 /// How a whole request, the log connection included, ends.
@@ -187,10 +187,10 @@ TEST(DistributorRequestTest, NobodyThereAndNoSuchHostAreToldApart)
         const ScriptedDistributor gone([](ScriptedClient&) {});
         port = gone.Port();
     }
-    DistributorRequest refused(L"127.0.0.1", port, {L"Solve", {}, true, false}, Client(), nullptr);
+    DistributorRequest refused(L"127.0.0.1", port, {L"Solve", {}, true, false}, Client(), {});
     EXPECT_EQ(
         OutcomeOf(refused), errorStart + "WSAConnect() failed, Winsock error number = 10061: Connection refused.");
-    DistributorRequest unresolved(L"::1", L"7", {L"Solve", {}, true, false}, Client(), nullptr);
+    DistributorRequest unresolved(L"::1", L"7", {L"Solve", {}, true, false}, Client(), {});
     EXPECT_EQ(OutcomeOf(unresolved), "No remote address found for host '::1' and service '7'");
 }
 
@@ -206,7 +206,7 @@ TEST_P(StalledRequestTest, CanBeGivenUp)
     {
         qpr::Cancellation cancellation;
         qpr::ThreadEvent giveUp(qpr::ThreadEvent::Kind_ManualReset);
-        DistributorRequest request = MakeRequest(distributor, &cancellation, giveUp.Object());
+        DistributorRequest request = MakeRequest(distributor, cancellation, giveUp.Object());
         const std::jthread other([&] { isCancelled ? cancellation.Cancel() : giveUp.Signal(); });
         EXPECT_THAT(OutcomeOf(request), testing::EndsWith(isCancelled ? "Call cancelled" : "given up"));
         EXPECT_TRUE(isCancelled || !request.MainSocket().IsOpen());

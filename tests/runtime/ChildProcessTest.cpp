@@ -80,7 +80,7 @@ TEST(ChildProcess, GetsItsArgumentsEnvironmentAndDirectory)
 TEST(ChildProcess, HasAnExitCodeOnceItHasEndedAlsoByForce)
 {
     PipedChild child(test::StartOfChild("EchoUntilTheEnd"));
-    EXPECT_FALSE(child.process->WaitForCompletion(0, true));
+    EXPECT_FALSE(qpr::Thread::TryWaitForObject(child.process->EndObject(), L"test", 0));
     EXPECT_THROW(child.process->CollectExitStatus(), std::logic_error);
     child.process->Terminate();
     const auto status = child.process->CollectExitStatus();

@@ -17,7 +17,7 @@ const int stopSignals[] = {SIGINT, SIGTERM};
 
 bool IsSignalled(const qpr::InterruptSignal& interrupt)
 {
-    return qpr::Thread::WaitForObject(interrupt.Object(), L"test", 0, true);
+    return qpr::Thread::TryWaitForObject(interrupt.Object(), L"test", 0);
 }
 
 TEST(InterruptSignalTest, StandsForTheEndOfTheProcessWhileItLives)

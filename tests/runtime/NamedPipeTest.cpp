@@ -48,8 +48,8 @@ TEST(NamedPipe, AnInterruptAndACancelEndABlockedWriterAndABlockedReader)
     PipePair full(true, true);
     PipePair empty(true, true);
     qpr::Cancellation cancellation;
-    qpr::IOWriter writer(full.client.Handle(), &cancellation);
-    qpr::PipeReader reader(empty.server.Handle(), &cancellation);
+    qpr::IOWriter writer(full.client.Handle(), cancellation);
+    qpr::PipeReader reader(empty.server.Handle(), cancellation);
     FunctionRunnable write([&] { writer.Write(tooMuch.data(), tooMuch.size()); });
     FunctionRunnable read(
         [&]
@@ -78,8 +78,8 @@ TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
 {
     PipePair pipe(true, true);
     qpr::Cancellation cancellation;
-    qpr::IOWriter writer(pipe.client.Handle(), &cancellation);
-    qpr::PipeReader reader(pipe.server.Handle(), &cancellation);
+    qpr::IOWriter writer(pipe.client.Handle(), cancellation);
+    qpr::PipeReader reader(pipe.server.Handle(), cancellation);
     std::thread sender([&] { qpr::IOWriter(pipe.client.Handle()).Write("abc", 3); });
     while (!reader.InputPending())
         std::this_thread::yield();

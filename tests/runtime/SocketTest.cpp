@@ -140,7 +140,7 @@ TEST(SocketTest, ACancelEndsReadsAndWritesAlsoWhenTheyWouldNotBlock)
 {
     SocketPair pair;
     Cancellation cancellation;
-    SocketReader reader(pair.server, &cancellation);
+    SocketReader reader(pair.server, cancellation);
     std::string readerError;
     std::thread blockedReader(
         [&]
@@ -157,7 +157,7 @@ TEST(SocketTest, ACancelEndsReadsAndWritesAlsoWhenTheyWouldNotBlock)
     pair.server.WaitForInput();
     EXPECT_EQ(ErrorOf([&] { reader.Read(&byte, 1); }), "Call cancelled");
     EXPECT_EQ(ErrorOf([&] { reader.InputPending(); }), "Call cancelled");
-    EXPECT_EQ(ErrorOf([&] { SocketWriter(pair.server, &cancellation).Write(&byte, 1); }), "Call cancelled");
+    EXPECT_EQ(ErrorOf([&] { SocketWriter(pair.server, cancellation).Write(&byte, 1); }), "Call cancelled");
 }
 
 TEST(SocketTest, AMovedSocketIsOpenOnce)

@@ -17,7 +17,7 @@ constexpr std::uint32_t patienceMs = 60000;
 
 bool IsSet(ThreadEvent& event)
 {
-    return Thread::WaitForObject(event.Object(), L"test", 0, true);
+    return Thread::TryWaitForObject(event.Object(), L"test", 0);
 }
 
 TEST(ThreadEventTest, HoldsOneSignalForOneWaitOrForAllUntilCleared)

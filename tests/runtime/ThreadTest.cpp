@@ -4,6 +4,7 @@
 #include "runtime/Errors.h"
 #include "runtime/FunctionRunnable.h"
 #include "runtime/ThreadEvent.h"
+#include "runtime/Wait.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>
@@ -73,7 +74,7 @@ TEST(ThreadTest, ItsDestructorInterruptsEveryKindOfWait)
         [&] { never.Wait(); },
         [&] { neverEither.Wait(); },
         [&] { Thread::WaitForAnyObject(objects, L"test"); },
-        [&] { Cancellation::WaitForObject(&cancellation, never.Object(), L"test"); },
+        [&] { Wait(cancellation).For(never.Object(), L"test"); },
         [&] { endlessThread.WaitForCompletion(); },
     };
     for (const auto& wait : waits)
@@ -104,7 +105,7 @@ TEST(ThreadTest, APendingInterruptIsTakenOnceByTheFirstWaitOutsideAllSections)
                 const NonInterruptibleSection outer;
                 {
                     const NonInterruptibleSection inner;
-                    EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 0, true));
+                    EXPECT_FALSE(Thread::TryWaitForObject(never.Object(), L"test", 0));
                 }
                 Thread::CheckInterrupt();
                 Thread::Sleep(0);
@@ -113,7 +114,7 @@ TEST(ThreadTest, APendingInterruptIsTakenOnceByTheFirstWaitOutsideAllSections)
             EXPECT_TRUE(IsInterruptedIn([&] { set.Wait(0); }));
             Thread::CheckInterrupt();
             set.Wait(0); // the wait that was interrupted has not taken the signal
-            EXPECT_FALSE(Thread::WaitForObject(never.Object(), L"test", 1, true));
+            EXPECT_FALSE(Thread::TryWaitForObject(never.Object(), L"test", 1));
             Thread::Sleep(1);
         });
 }
@@ -190,7 +191,7 @@ TEST(ThreadTest, LowestOfSeveralSignalledObjectsIsTaken)
     events[1]->Signal();
     EXPECT_EQ(1, Thread::WaitForAnyObject(objects, L"test", 0));
     EXPECT_EQ(2, Thread::WaitForAnyObject(objects, L"test", 0));
-    EXPECT_EQ(-1, Thread::WaitForAnyObject(objects, L"test", 0, true));
+    EXPECT_EQ(-1, Thread::TryWaitForAnyObject(objects, L"test", 0));
     EXPECT_THROW(Thread::WaitForAnyObject(objects, L"test", 1), TimeoutException);
 }
 
@@ -199,7 +200,7 @@ TEST(ThreadTest, WaitsAreCheckedForWhatTheyWaitFor)
     const WaitObject nothing(NativeHandle(), WaitObject::Kind_State);
     EXPECT_TRUE(ErrorOf(
         [&] {
-            Thread::WaitForObject(nothing, L"qpr::Test::Wait", Infinite, false, 7);
+            Thread::WaitForObject(nothing, L"qpr::Test::Wait", Infinite, 7);
         }).starts_with("WaitForSingleObjectEx() failed in qpr::Test::Wait.7, error number = 0x"));
     EXPECT_THROW(Thread::WaitForAnyObject({}, L"test"), std::logic_error);
     EXPECT_THROW(Thread::WaitForAnyObject(std::vector<WaitObject>(65, nothing), L"test"), std::logic_error);

@@ -215,7 +215,8 @@ void RunningProgram::CloseOutput()
 
 bool RunningProgram::EndsWithin(std::uint32_t milliseconds)
 {
-    return m_state->process->WaitForCompletion(milliseconds, true);
+    return qpr::Thread::TryWaitForObject(
+        m_state->process->EndObject(), L"test::RunningProgram::EndsWithin", milliseconds);
 }
 
 ProgramEnd RunningProgram::WaitForEnd()

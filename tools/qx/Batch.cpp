@@ -61,8 +61,8 @@ void Batch::WaitForChange()
     ShowProgress();
     const std::array objects = {m_changed.Object(), m_interrupt.Object()};
     const std::size_t count = m_isInterrupted ? 1 : 2; // the interrupt stays signalled
-    qpr::Thread::WaitForAnyObject(
-        {objects.data(), count}, L"qx::Batch", m_progress.IsShown() ? progressIntervalMs : qpr::Infinite, true);
+    qpr::Thread::TryWaitForAnyObject(
+        {objects.data(), count}, L"qx::Batch", m_progress.IsShown() ? progressIntervalMs : qpr::Infinite);
     TakeEvents();
     CancelIfInterrupted();
 }
@@ -107,7 +107,7 @@ void Batch::ReportFailure(const BatchCall& call)
 
 void Batch::CancelIfInterrupted()
 {
-    if (m_isInterrupted || !qpr::Thread::WaitForObject(m_interrupt.Object(), L"qx::Batch", 0, true))
+    if (m_isInterrupted || !qpr::Thread::TryWaitForObject(m_interrupt.Object(), L"qx::Batch", 0))
         return;
     m_isInterrupted = true;
     CancelAll();

@@ -70,7 +70,7 @@ End WaitForEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt, 
     const qx::CallWaiter waiter(call, [&ended] { ended.Signal(); });
     const std::array objects = {ended.Object(), interrupt.Object()};
     const auto timeoutMs = timeout ? static_cast<std::uint32_t>(*timeout * 1000) : qpr::Infinite;
-    switch (qpr::Thread::WaitForAnyObject(objects, L"qx::Call", timeoutMs, true))
+    switch (qpr::Thread::TryWaitForAnyObject(objects, L"qx::Call", timeoutMs))
     {
     case 0:
         return End::ByItself;

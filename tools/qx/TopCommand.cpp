@@ -91,7 +91,7 @@ int ShowLive()
     while (true)
     {
         screen.Draw(qx::DescribeWorkTable(qxm::LookAtWorkTable(), host, order), keysHelp);
-        const int signalled = qpr::Thread::WaitForAnyObject(objects, L"qx::Top", refreshMs, true);
+        const int signalled = qpr::Thread::TryWaitForAnyObject(objects, L"qx::Top", refreshMs);
         if (signalled == 0)
             throw qx::Interrupted();
         if (signalled == 1 && !TakeKeys(keys, order))
