@@ -1,6 +1,6 @@
-// What a service connection over pipes carries beside bare loops over a pipe of default size: the best of several piece
-// sizes, and the obvious one of 64 KiB. Both ends of the connection are ours, on threads that can be interrupted, and
-// its call can be cancelled. Argument: MiB a transfer (1024).
+// What a service connection over pipes carries beside bare loops over a pipe of default size, the best of several piece
+// sizes. Both ends of the connection are ours, on threads that can be interrupted, and its call can be cancelled.
+// Argument: MiB a transfer (1024).
 
 #include "bench/Report.h"
 #include "protocol/GenericServiceConnection.h"
@@ -226,10 +226,8 @@ bool CompareTransfers(std::size_t total, bool bothWays)
     {
         const std::string what =
             std::string(bothWays ? "both ways" : "one way") + ", writes of " + std::to_string(pieceSize / KiB) + " KiB";
-        const double rate = Median(rates);
-        ok &= bench::Compare(what.c_str(), rate, "best bare loop", best, "GiB/s", Reach::AtLeast, 0.7);
         ok &= bench::Compare(
-            what.c_str(), rate, "bare loop of 64 KiB", Median(bare[obviousPiece]), "GiB/s", Reach::AtLeast, 1.0);
+            what.c_str(), Median(rates), "best bare loop", best, "GiB/s", Reach::AtLeast, bothWays ? 0.75 : 0.7);
     }
     return ok;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "protocol/BufferMemory.h"
 #include "protocol/StreamFailure.h"
 
 #include <algorithm>
@@ -98,14 +99,14 @@ private:
     /// Requires: nothing is left in the buffer but what can be put back.
     std::size_t Fill()
     {
-        if (!m_buffer)
-            m_buffer = std::make_unique_for_overwrite<char[]>(1 + m_bufferSize);
-        char* const start = m_buffer.get() + 1;
+        if (!m_buffer.Start())
+            m_buffer = BufferMemory<char>(m_bufferSize);
+        char* const start = m_buffer.Start();
         const bool hasLast = gptr() != eback();
         if (hasLast)
-            m_buffer[0] = gptr()[-1];
+            start[-1] = gptr()[-1];
         const std::size_t count = ReadChannel(start, m_bufferSize);
-        setg(hasLast ? m_buffer.get() : start, start, start + count);
+        setg(hasLast ? start - 1 : start, start, start + count);
         return count;
     }
 
@@ -148,7 +149,7 @@ private:
 
     Reader& m_reader; // not owned
     const std::size_t m_bufferSize;
-    std::unique_ptr<char[]> m_buffer; ///< one byte to put back, then as many as the size says
+    BufferMemory<char> m_buffer; ///< the byte before its start can be put back
     char m_last = 0; ///< to put back, of a read that passed the buffer by
 };
 
@@ -251,7 +252,7 @@ private:
             WriteChannel(source, direct);
             return direct;
         }
-        if (!m_buffer)
+        if (!m_buffer.Start())
             MakeRoom();
         const std::size_t taken = std::min(size, static_cast<std::size_t>(this->epptr() - this->pptr()));
         Traits::copy(this->pptr(), source, taken);
@@ -261,28 +262,25 @@ private:
 
     void MakeRoom()
     {
-        if (m_buffer)
+        if (m_buffer.Start())
             return WriteBuffered();
-        m_buffer = std::make_unique_for_overwrite<CharT[]>(m_bufferSize);
-        this->setp(m_buffer.get(), m_buffer.get() + m_bufferSize);
+        m_buffer = BufferMemory<CharT>(m_bufferSize);
+        this->setp(m_buffer.Start(), m_buffer.Start() + m_bufferSize);
     }
 
     void WriteBuffered()
     {
         const std::size_t size = Buffered();
-        this->setp(m_buffer.get(), this->epptr());
+        this->setp(m_buffer.Start(), this->epptr());
         if (size != 0)
-            WriteChannel(m_buffer.get(), size);
+            WriteChannel(m_buffer.Start(), size);
     }
 
-    void WriteChannel(const CharT* source, std::size_t size)
-    {
-        m_writer.Write(source, size);
-    }
+    void WriteChannel(const CharT* source, std::size_t size) { m_writer.Write(source, size); }
 
     Writer& m_writer; // not owned
     const std::size_t m_bufferSize;
-    std::unique_ptr<CharT[]> m_buffer;
+    BufferMemory<CharT> m_buffer;
     bool m_hasEnded = false;
 };
 

@@ -28,9 +28,6 @@ bool CloseDescriptor(NativeHandle handle) noexcept
     return close(DescriptorOf(handle)) == 0 || errno == EINTR;
 }
 
-/// Half of what a pipe holds: the reader begins with one half while the other is written.
-constexpr std::size_t pieceSize = 32768;
-
 bool StopBlocking(NativeHandle handle) noexcept
 {
     return fcntl(DescriptorOf(handle), F_SETFL, O_NONBLOCK) == 0;
@@ -135,8 +132,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     const SigPipeBlock block;
     for (;;)
     {
-        const std::size_t piece = std::min(left, pieceSize);
-        const ssize_t count = write(DescriptorOf(m_handle), next, piece);
+        const ssize_t count = write(DescriptorOf(m_handle), next, left);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && errno != EAGAIN)
@@ -149,8 +145,6 @@ void IOWriter::Write(const void* buffer, std::size_t size)
         left -= written;
         if (left == 0)
             break;
-        if (written == piece)
-            continue;
         m_wait.For({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
     }
     Thread::CheckInterrupt();

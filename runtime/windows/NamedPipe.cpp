@@ -46,6 +46,9 @@ PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
     return PipeEnd(NativeHandleOf(handle));
 }
 
+/// What one operation passes to the system, which keeps a copy of it in its pool while nobody reads.
+constexpr std::uint32_t largestPiece = 1 << 20;
+
 /// The writer has closed its end, or the file is over.
 bool IsEndOfData(DWORD error) noexcept
 {
@@ -137,6 +140,29 @@ namespace
     ThrowSystemErrorWithNumber(text, L"qpr::IOWriter::Write", error, 65);
 }
 
+/// Throws unless the pipe takes all of it.
+void WritePiece(HANDLE handle, const void* buffer, std::uint32_t size, OverlappedOperation& operation, const Wait& wait)
+{
+    const auto requireAll = [size](const wchar_t* call, DWORD count)
+    {
+        if (count != size)
+            throw RuntimeError(L"Incomplete " + std::wstring(call) + L": " + std::to_wstring(size) + L" requested, "
+                + std::to_wstring(count) + L" written");
+    };
+
+    DWORD count = 0;
+    if (WriteFile(handle, buffer, size, &count, operation.Begin()))
+        return requireAll(L"WriteFile()", count);
+    if (GetLastError() == ERROR_IO_PENDING)
+    {
+        const auto waitForIt = [&] { wait.For(operation.Object(), L"qpr::IOWriter::Write"); };
+        operation.WaitForEnd(handle, waitForIt, "qpr::IOWriter::Write", 48);
+        if (operation.TakeResult(handle, count))
+            return requireAll(L"GetOverlappedResult() after WriteFile()", count);
+    }
+    ThrowWriteError(GetLastError());
+}
+
 } // namespace
 
 struct IOWriter::Overlapped
@@ -155,34 +181,17 @@ IOWriter::~IOWriter() = default;
 
 void IOWriter::Write(const void* buffer, std::size_t size)
 {
-    const auto wanted = CheckedIntCast<std::uint32_t>(size);
+    const auto* next = static_cast<const char*>(buffer);
     m_wait.Check();
-    if (wanted == 0)
-        return; // a reader would take it for the end of the data
-    const auto requireAll = [size](const wchar_t* call, DWORD count)
+    // Nothing is written of an empty buffer: a reader would take it for the end of the data.
+    for (auto left = CheckedIntCast<std::uint32_t>(size); left != 0;)
     {
-        if (count != size)
-            throw RuntimeError(L"Incomplete " + std::wstring(call) + L": " + std::to_wstring(size) + L" requested, "
-                + std::to_wstring(count) + L" written");
-    };
-
-    const HANDLE handle = SystemHandleOf(m_handle);
-    OverlappedOperation& operation = m_overlapped->operation;
-    DWORD count = 0;
-    if (WriteFile(handle, buffer, wanted, &count, operation.Begin()))
-    {
-        requireAll(L"WriteFile()", count);
+        const std::uint32_t piece = std::min(left, largestPiece);
+        WritePiece(SystemHandleOf(m_handle), next, piece, m_overlapped->operation, m_wait);
         Thread::CheckInterrupt();
-        return;
+        next += piece;
+        left -= piece;
     }
-    if (GetLastError() == ERROR_IO_PENDING)
-    {
-        const auto wait = [&] { m_wait.For(operation.Object(), L"qpr::IOWriter::Write"); };
-        operation.WaitForEnd(handle, wait, "qpr::IOWriter::Write", 48);
-        if (operation.TakeResult(handle, count))
-            return requireAll(L"GetOverlappedResult() after WriteFile()", count);
-    }
-    ThrowWriteError(GetLastError());
 }
 
 } // namespace qpr
