@@ -1,6 +1,7 @@
 #pragma once
 
 #include "random/Expectation.h"
+#include "random/LoadProbe.h"
 #include "random/Places.h"
 #include "support/ProgramRun.h"
 
@@ -20,7 +21,8 @@ struct Surroundings
     std::wstring distributorPort;
     std::wstring portWithoutServants; ///< of a distributor whose servants are missing
     std::vector<std::string> services;
-    std::uint32_t slackMs = 2000; ///< beyond the delays of a plan
+    std::uint32_t slackMs = 2000; ///< beyond the delays of a plan, on an idle computer
+    LoadProbe probe = {};
 };
 
 /// How one of the client's calls ended.

@@ -75,6 +75,8 @@ void Print(std::ostream& text, const ClientPlan& client)
         text << "; log to a file";
     if (client.waitsInside)
         text << "; waits for another call inside";
+    if (client.asksServantEnd)
+        text << "; asks how the servant ended";
     if (client.stallForMs != 0)
         text << "; stopped at " << client.stallAtMs << " for " << client.stallForMs << " ms";
     if (client.intervention != ClientPlan::Intervention::None)

@@ -86,7 +86,8 @@ void ExpectDelays(const CallPlan& plan, Expectation& expected)
     expected.delaysMs = wholeMs * (client.waitsInside ? 2 : 1) * calls;
     if (isDisturbed)
         expected.delaysMs = std::min(expected.delaysMs, client.interveneAtMs + endMs);
-    if (isDisturbed && client.inputStaysOpen)
+    // An application waits until then, and an input that stays open may hold the call so long.
+    if (isDisturbed && (client.inputStaysOpen || client.program == ClientPlan::Program::Library))
         expected.delaysMs = client.interveneAtMs + endMs;
     expected.delaysMs += client.stallForMs;
     const bool hasNobodyToEndIt = client.intervention == Intervention::Kill || HasDyingDistributor(plan.way);
@@ -111,9 +112,10 @@ Expectation ExpectationOf(const CallPlan& plan)
         || (client.outputLimit < servant.output.size && servant.output.size - client.outputLimit > channelRoom);
     const bool isUncertain = client.intervention != Intervention::None || HasDyingDistributor(plan.way)
         || servant.flippedBit || client.outputLimit < servant.output.size;
-    // The library's own rule: a call is done when its conversation has returned. What its servant does not take is the
-    // application's to judge, and a servant that a signal ended is told by its distributor only.
-    const bool endCounts = isLibrary ? servant.end == ServantPlan::End::Signal && ShowsSignal(plan) : !endsWell;
+    // An application's call is done when its conversation has returned: what its servant does not take is its own to
+    // judge, and a servant's end that it does not ask for is told by a distributor only, and only that by a signal.
+    const bool asksEnd = !isLibrary || client.asksServantEnd;
+    const bool endCounts = asksEnd ? !endsWell : servant.end == ServantPlan::End::Signal && ShowsSignal(plan);
     expected.mayBeDone = !isBroken && !endCounts;
     expected.mayFail = isBroken || isUncertain || !endsWell || (isLibrary && !TakesAllInput(plan));
     expected.servantEndAlone = endCounts && !isLibrary && !isBroken && !isUncertain;

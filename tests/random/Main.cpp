@@ -29,7 +29,7 @@ struct Options
     unsigned count = 300;
     unsigned first = 0;
     unsigned atOnce = 6;
-    double patience = 1; ///< the time beyond the plans' delays is multiplied with it
+    double patience = 1; ///< the time beyond the plans' delays is multiplied by it
     bool onlyDescribes = false;
 };
 
@@ -81,6 +81,7 @@ public:
         , m_surroundings{
               test::Places(m_directory.Path()), {}, {}, {}, static_cast<std::uint32_t>(2000 * options.patience)}
     {
+        m_surroundings.slackMs = static_cast<std::uint32_t>(2000 * options.patience);
         // Unique among all that runs on the computer; names come round again long after their servants have ended.
         for (unsigned number = 0; number < std::min(options.count, 256u); ++number)
             m_surroundings.services.push_back(m_directory.Path().filename().string() + "-" + std::to_string(number));

@@ -216,7 +216,10 @@ ClientPlan MakeClient(Way way, const ServantPlan& servant, Random& random)
         client.logsToFile = random.Chance(30);
     }
     if (client.program == Client::Library)
+    {
         client.waitsInside = random.Chance(20);
+        client.asksServantEnd = random.Chance(60);
+    }
     if (random.Chance(25))
         client.intervention = AnyIntervention(client.program, random);
     client.interveneAtMs = static_cast<std::uint32_t>(random.Size(1200)) + 1;

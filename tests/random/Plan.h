@@ -141,6 +141,7 @@ struct ClientPlan
     std::uint32_t stallForMs = 0; ///< 0: not stalled
     bool logsToFile = false;
     bool waitsInside = false; ///< for another call, inside Execute
+    bool asksServantEnd = false; ///< and takes a failed servant for an error
 };
 
 struct CallPlan

@@ -1,6 +1,7 @@
 #include "random/Places.h"
 #include "runtime/CurrentProcess.h"
 #include "runtime/ProgramArguments.h"
+#include "runtime/Thread.h"
 #include "runtime/Utf8.h"
 #include "support/ProcessTable.h"
 
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 // The application of the random calls: makes the calls that the plan under the service's name says over the library's
@@ -43,6 +45,8 @@ public:
     {
     }
 
+    bool asksServantEnd = false;
+
     /// A call that waits inside for another: made over this connector when it runs.
     qxmi::IServiceConnectorW* connectorForAnother = nullptr;
 
@@ -60,6 +64,7 @@ public:
         if (connectorForAnother)
         {
             Request another(m_service, m_processors, m_input);
+            another.asksServantEnd = asksServantEnd;
             const Call call(connectorForAnother->CreateServiceCall(another));
             call->Wait();
         }
@@ -74,6 +79,10 @@ public:
                 output.append(piece, 0, static_cast<std::size_t>(more));
             }
         }
+        qxmi::ServantEnd end;
+        if (asksServantEnd && connection.WaitForServantEnd(end) && (end.exitCode != 0 || end.signal != 0))
+            throw std::runtime_error("servant ended with exit code " + std::to_string(end.exitCode) + ", signal "
+                + std::to_string(end.signal));
         m_output = std::move(output);
     }
 
@@ -148,6 +157,7 @@ int MakeCalls(const std::string& connectorText, const std::string& service, cons
         for (unsigned number = 0; number < plan.calls; ++number)
         {
             Request& request = requests.emplace_back(qpr::FromUtf8(service), qpr::FromUtf8(processors), input);
+            request.asksServantEnd = plan.asksServantEnd;
             if (plan.waitsInside)
                 request.connectorForAnother = connector.get();
             calls.emplace_back(connector->CreateServiceCall(request));
@@ -178,7 +188,14 @@ int main(int argc, char** argv)
     {
         const auto before = test::CountResources(qpr::CurrentProcess::GetId());
         const int exitCode = MakeCalls(words.at(1), words.at(2), words.at(3));
-        const auto after = test::CountResources(qpr::CurrentProcess::GetId());
+        auto after = before;
+        for (int look = 0; look < 100; ++look) // an ended thread is counted for a moment
+        {
+            after = test::CountResources(qpr::CurrentProcess::GetId());
+            if (before == after)
+                break;
+            qpr::Thread::Sleep(10);
+        }
         if (before != after)
             std::printf("left: %zu handles, %zu threads, %zu children\n", after.handles - before.handles,
                 after.threads - before.threads, after.children - before.children);
