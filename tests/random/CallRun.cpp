@@ -201,9 +201,17 @@ private:
         if (client.intervention == Intervention::Kill)
             actions.push_back({client.interveneAtMs, [&program] { program.Kill(); }});
         if (m_distributor)
-            actions.push_back({m_plan.distributorDiesAtMs, [this] { m_distributor->Kill(); }});
+            actions.push_back({m_plan.distributorDiesAtMs, [this] { EndDistributor(); }});
         std::ranges::stable_sort(actions, {}, &Action::atMs);
         return actions;
+    }
+
+    void EndDistributor()
+    {
+        if (KillResetsConnections())
+            m_distributor->Kill();
+        else
+            InterruptProcess(m_distributor->ProcessId());
     }
 
     static bool EndsBy(RunningProgram& program, Clock::time_point start, std::uint32_t atMs)
@@ -235,6 +243,9 @@ private:
 
     void CollectBatch(RunEnd& end) const
     {
+        std::error_code none;
+        const std::filesystem::directory_iterator files(PathOf(".out"), none);
+        end.outputFiles = static_cast<std::size_t>(std::distance(begin(files), std::filesystem::end(files)));
         std::ifstream log(std::filesystem::path(PathOf(".joblog")));
         for (std::string line; std::getline(log, line);)
         {

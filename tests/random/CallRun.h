@@ -44,6 +44,7 @@ struct RunEnd
     std::vector<CallEnd> calls; ///< of a batch or an application
     std::vector<ServantReport> reports;
     std::vector<std::string> leftProcesses; ///< which should have ended
+    std::size_t outputFiles = 0; ///< of a batch, hidden ones among them
 };
 
 /// The configuration files and programs of one call are named after its service.

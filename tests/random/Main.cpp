@@ -15,6 +15,8 @@
 #include <map>
 #include <mutex>
 #include <random>
+#include <regex>
+#include <set>
 #include <thread>
 
 // Whole calls at random: draws a plan for each from its seed, carries many out at once beside one distributor, and
@@ -104,6 +106,7 @@ public:
                 workers.emplace_back([this] { MakeCalls(); });
         }
         AskDistributor(resources);
+        AskTable();
         std::cout << m_options.count << " calls";
         for (const auto& [end, count] : m_ends)
             std::cout << ", " << count << ' ' << end;
@@ -129,6 +132,7 @@ private:
                 broken = {std::string("the test itself: ") + error.what()};
             }
             const std::lock_guard lock(m_lock);
+            m_clients.insert(end.processId);
             ++m_ends["with " + std::to_string(end.program.exitCode)];
             if (!broken.empty())
                 Tell(m_options.first + made, plan, end, broken);
@@ -171,6 +175,22 @@ private:
                   << end.errors << std::endl;
     }
 
+    /// No client has left its row in the work table, or one that was killed has, until 2 s later somebody looks.
+    void AskTable()
+    {
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        test::RunProgram({L"qx", {L"call", L"--config", (m_directory.Path() / "there.xml").wstring(), L"None"}});
+        const std::string table = test::RunProgram({L"qx", {L"top", L"--once", L"--json"}}).output;
+        static const std::regex row("\"processId\": *(\\d+)");
+        for (std::sregex_iterator at(table.begin(), table.end(), row), end; at != end; ++at)
+        {
+            if (m_clients.count(static_cast<std::uint32_t>(std::stoul((*at)[1]))) == 0)
+                continue;
+            ++m_broken;
+            std::cout << "\nthe work table still has the row of client " << (*at)[1] << std::endl;
+        }
+    }
+
     const Options m_options;
     const test::TemporaryDirectory m_directory;
     test::Surroundings m_surroundings;
@@ -179,6 +199,7 @@ private:
     std::atomic<unsigned> m_next = 0;
     std::mutex m_lock;
     std::map<std::string, unsigned> m_ends;
+    std::set<std::uint32_t> m_clients;
     unsigned m_broken = 0;
 };
 

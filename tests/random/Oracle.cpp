@@ -109,6 +109,9 @@ private:
             else
                 AskWords(call.told);
         }
+        const auto doneCalls = std::ranges::count_if(m_end.calls, &CallEnd::isDone);
+        if (m_plan.client.program == Client::Batch)
+            Promise(m_end.outputFiles == static_cast<std::size_t>(doneCalls), "leaves no part of an output");
         if (m_plan.client.program == Client::Library)
             Promise(
                 m_end.program.output.find("left: ") == std::string::npos, "leaves nothing: " + m_end.program.output);
