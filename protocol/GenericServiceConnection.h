@@ -61,6 +61,12 @@ public:
     {
     }
 
+    /// For a conversation that reads the servant's answer from the connection itself.
+    void SetServantIdentification(std::wstring identification)
+    {
+        m_facts.servantIdentification = std::move(identification);
+    }
+
     std::istream& InputStream() override { return m_inputStream; }
     std::ostream& OutputStream() override { return m_outputStream; }
     std::wstring GetServiceName() const override { return m_facts.serviceName; }

@@ -28,14 +28,14 @@ bool AwaitEnd(const ServantProcess& servant, const qpr::Cancellation& cancellati
 bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& clientIdentifier)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
-    auto reader = std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), cancellation);
-    qpr::GenericInputStream<qpr::PipeReader> bytes(*reader, 1); // takes nothing that comes after the answer
-    const ServantAnswer answer = ReadServantAnswer(bytes, call.ServiceName());
-    PipeConnection connection(std::move(reader),
+    PipeConnection connection(std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), cancellation),
         std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), cancellation),
-        {call.ServiceName(), clientIdentifier, answer.identification, true, 0},
+        {call.ServiceName(), clientIdentifier, {}, true, 0},
         {[&servant] { servant.CommandPipe().Close(); },
             [&](qxmi::ServantEnd& end) { return AwaitEnd(servant, cancellation, end); }});
+    // What comes behind the answer waits in the connection's own buffer.
+    const ServantAnswer answer = ReadServantAnswer(connection.InputStream(), call.ServiceName());
+    connection.SetServantIdentification(answer.identification);
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 
