@@ -271,6 +271,8 @@ CallPlan MakePlan(std::uint64_t seed)
         {Way::NetworkDying, 4}, {Way::HybridDying, 5}});
     plan.servant = MakeServant(random);
     plan.client = MakeClient(plan.way, plan.servant, random);
+    if (plan.client.waitsInside && random.Chance(40)) // for one that only a cancel of both ends
+        plan.servant.steps.push_back({Kind::Sleep, hangMs});
     plan.distributorDiesAtMs = static_cast<std::uint32_t>(random.Size(800));
     if (HasDyingDistributor(plan.way) || plan.client.intervention == Intervention::Kill)
         ShortenHanging(plan.servant);
