@@ -53,6 +53,7 @@ void Serve(const qxd::Options& options)
 int main(int argc, char** argv)
 {
     qpr::ReserveStandardStreams();
+    qpr::ResetInheritedSignals();
     try
     {
         Serve(qxd::Options::Parse(qpr::ProgramArguments(argc, argv)));

@@ -19,3 +19,11 @@ std::wstring GetUserName();
 [[noreturn]] void FailFast() noexcept;
 
 } // namespace qpr::CurrentProcess
+
+namespace qpr
+{
+
+/// Whether a process with this id is there, whoever owns it. Ids are used again, so true may mean another process.
+bool IsProcessRunning(std::uint32_t id) noexcept;
+
+} // namespace qpr

@@ -64,4 +64,12 @@ std::filesystem::path ToFilesystemPath(std::wstring_view path)
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
+std::filesystem::path PathOfArgument(const std::string& argument)
+{
+    if constexpr (sizeof(std::filesystem::path::value_type) == 1)
+        return std::filesystem::path(argument);
+    else
+        return ToFilesystemPath(FromUtf8(argument));
+}
+
 } // namespace qpr

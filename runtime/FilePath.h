@@ -27,4 +27,7 @@ std::wstring FullPath(std::wstring_view path);
 /// For the standard library's file functions.
 std::filesystem::path ToFilesystemPath(std::wstring_view path);
 
+/// A file as a program's argument names it: on Linux by its bytes, which need not be UTF-8; on Windows in UTF-8.
+std::filesystem::path PathOfArgument(const std::string& argument);
+
 } // namespace qpr

@@ -10,4 +10,8 @@ namespace qpr
 /// does not say what they are encoded in.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
+/// A program calls it before it starts others: a parent that ignores SIGCHLD hands that on, and the system then keeps
+/// no child's exit code for us.
+void ResetInheritedSignals() noexcept;
+
 } // namespace qpr

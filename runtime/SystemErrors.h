@@ -21,6 +21,9 @@ SystemDescription DescribeSystemError(std::uint32_t error, const void* messageMo
 /// The system's number for bytes or characters that are no text.
 std::uint32_t InvalidTextError() noexcept;
 
+/// The system's words for a signal's number, "Segmentation fault"; empty where it has none.
+std::wstring DescribeSignal(std::uint32_t number);
+
 /// Without one trailing line feed and a carriage return before that.
 std::wstring_view WithoutLineEnd(std::wstring_view description) noexcept;
 

@@ -4,6 +4,7 @@
 #include "runtime/Utf8.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <vector>
@@ -45,3 +46,9 @@ void FailFast() noexcept
 }
 
 } // namespace qpr::CurrentProcess
+
+bool qpr::IsProcessRunning(std::uint32_t id) noexcept
+{
+    const auto pid = static_cast<pid_t>(id);
+    return pid > 0 && (kill(pid, 0) == 0 || errno == EPERM);
+}

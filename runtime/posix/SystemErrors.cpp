@@ -35,6 +35,12 @@ SystemDescription DescribeSystemError(std::uint32_t error, const void*)
     return {FromUtf8(text), 0};
 }
 
+std::wstring DescribeSignal(std::uint32_t number)
+{
+    const char* const text = sigdescr_np(static_cast<int>(number));
+    return text ? FromUtf8(text) : std::wstring();
+}
+
 std::uint32_t SocketErrorFromErrno(int error) noexcept
 {
     switch (error)

@@ -48,3 +48,13 @@ void FailFast() noexcept
 }
 
 } // namespace qpr::CurrentProcess
+
+bool qpr::IsProcessRunning(std::uint32_t id) noexcept
+{
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, id);
+    if (!process)
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    const bool isRunning = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
+    CloseHandle(process);
+    return isRunning;
+}

@@ -20,3 +20,8 @@ std::vector<std::string> qpr::ProgramArguments(int argc, char** argv)
         arguments.push_back(ToUtf8(words.get()[i]));
     return arguments;
 }
+
+void qpr::ResetInheritedSignals() noexcept
+{
+    // Exit codes are kept here whatever the parent did.
+}

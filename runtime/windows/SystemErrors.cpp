@@ -23,6 +23,11 @@ std::uint32_t InvalidTextError() noexcept
     return ERROR_NO_UNICODE_TRANSLATION;
 }
 
+std::wstring DescribeSignal(std::uint32_t)
+{
+    return {}; // no process here ends by one; another computer's numbers are its own
+}
+
 SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule)
 {
     wchar_t text[1024];

@@ -6,6 +6,7 @@
 int main(int argc, char** argv)
 {
     qpr::ReserveStandardStreams();
+    qpr::ResetInheritedSignals();
     qx::Program program;
     qx::AddCallCommand(program);
     qx::AddBatchCommand(program);
