@@ -5,6 +5,7 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <thread>
 
 using test::ProgramEnd;
 
@@ -62,15 +63,14 @@ TEST_F(BatchTest, ReportsAFailedFileAndGoesOn)
     const ProgramEnd end =
         Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", JobLog(), missing, good});
     EXPECT_EQ(end.exitCode, 1u);
-    EXPECT_EQ(
-        end.errors.find("qx: " + qpr::ToUtf8(missing) + ": CreateFile('" + qpr::ToUtf8(missing) + "') failed"), 0u)
+    EXPECT_EQ(end.errors.find("qx: " + qpr::ToUtf8(missing) + ": cannot read '" + qpr::ToUtf8(missing) + "': "), 0u)
         << end;
     EXPECT_NE(end.errors.find("\n1 done, 1 failed, "), std::string::npos) << end;
     EXPECT_TRUE(end.errors.ends_with("\nqx: 1 of 2 calls failed\n")) << end;
     EXPECT_EQ(FilesIn("out"), std::set<std::string>{"good.out"});
     const std::vector<std::string> lines = JobLines();
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0], "seq\tfile\tstart\tduration\tin\tout\tresult");
+    EXPECT_EQ(lines[0], "seq\tfile\tstart\tduration\tin\tout\tresult\t--service=Echo");
 }
 
 TEST_F(BatchTest, LeavesNoPartOfAnOutputThatFailed)
@@ -82,35 +82,67 @@ TEST_F(BatchTest, LeavesNoPartOfAnOutputThatFailed)
     EXPECT_EQ(FilesIn("out"), std::set<std::string>{"in.out"});
 }
 
-TEST_F(BatchTest, ResumesWhereTheJobLogEnds)
+TEST_F(BatchTest, LeavesNoPartOfAKilledRun)
 {
-    const std::string done = qpr::ToUtf8(directory.Write("done", "1"));
-    const std::string failed = qpr::ToUtf8(directory.Write("failed", "2"));
-    const std::string torn = qpr::ToUtf8(directory.Write("torn", "3"));
-    const std::string before = "seq\tfile\tstart\tduration\tin\tout\tresult\n"
-                               "1\t"
-        + done
-        + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t1\tdone\n"
-          "2\t"
-        + failed + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t0\tfailed: no luck\n";
+    const std::wstring input = directory.Write("in", "x");
+    const std::vector<std::wstring> arguments = {
+        L"batch", L"--service", L"Hang", L"--output-dir", Output(), L"--joblog", JobLog(), input};
+    test::RunningProgram program(Start(arguments));
+    while (!std::filesystem::exists(Output()) || FilesIn("out").empty())
+        std::this_thread::yield();
+    program.Kill();
+    program.WaitForEnd();
+    EXPECT_EQ(FilesIn("out").size(), 1u);
+    EXPECT_EQ(Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), input}).exitCode, 0u);
+    EXPECT_EQ(FilesIn("out"), std::set<std::string>{"in.out"});
+}
+
+TEST_F(BatchTest, ResumesWhereTheJobLogEndsAndOutputsAreThere)
+{
+    std::filesystem::create_directory(directory.Path() / "out");
+    std::string before = "seq\tfile\tstart\tduration\tin\tout\tresult\t--service=Echo\n";
+    std::string list;
+    const auto add = [&](const char* name, const char* result, const char* output)
+    {
+        const std::string path = qpr::ToUtf8(directory.Write(name, "1"));
+        list += path + '\n';
+        before += "1\t" + path + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t1\t" + result + '\n';
+        if (output)
+            directory.Write(("out/" + std::string(name) + ".out").c_str(), output);
+    };
+    add("done", "done", "-");
+    add("deleted", "done", nullptr);
+    add("cut", "done", "");
+    add("failed", "failed: no luck", nullptr);
+    const std::string torn = qpr::ToUtf8(directory.Write("torn", "1"));
     directory.Write("jobs", before + "3\t" + torn + "\t2026-01-01T00:00:00.000Z\t0.100\t1\t1\tdo");
-    const ProgramEnd end = Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", JobLog(),
-        L"--resume", L"@" + directory.Write("list", done + "\n" + failed + "\n" + torn + "\n")});
+    const std::vector<std::wstring> arguments = {L"batch", L"--service", L"Echo", L"--output-dir", Output(),
+        L"--joblog", JobLog(), L"--resume", L"@" + directory.Write("list", list + torn + "\n")};
+    const ProgramEnd end = Run(arguments);
     EXPECT_EQ(end.exitCode, 0u) << end;
-    EXPECT_EQ(FilesIn("out"), (std::set<std::string>{"failed.out", "torn.out"}));
+    EXPECT_EQ(end.errors.find("4 done, 0 failed, 1 skipped, "), 0u) << end;
+    EXPECT_EQ(FilesIn("out"), (std::set<std::string>{"done.out", "deleted.out", "cut.out", "failed.out", "torn.out"}));
+    EXPECT_EQ(Content("out/done.out"), "-");
+    EXPECT_EQ(Content("out/cut.out"), "1");
     EXPECT_TRUE(Content("jobs").starts_with(before));
-    const std::vector<std::string> lines = JobLines();
-    ASSERT_EQ(lines.size(), 5u);
-    const std::set<std::string> added = {lines[3].substr(0, 2 + failed.size()), lines[4].substr(0, 2 + torn.size())};
-    EXPECT_TRUE(lines[3].ends_with("\t1\t1\tdone") && lines[4].ends_with("\t1\t1\tdone")) << Content("jobs");
+    EXPECT_EQ(JobLines().size(), 9u);
+
+    std::vector<std::wstring> otherService = arguments;
+    otherService[2] = L"FirstLine";
+    const ProgramEnd refused = Run(otherService);
+    EXPECT_EQ(refused.exitCode, 2u);
+    EXPECT_NE(refused.errors.find("is of a run with --service=Echo, not --service=FirstLine"), std::string::npos);
 }
 
 TEST_F(BatchTest, DoesNotTakeAnotherFileForAJobLog)
 {
     const std::string text = "this is my only copy\n";
     const std::wstring file = directory.Write("jobs", text);
-    EXPECT_EQ(Run({L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", file, L"--resume",
-                  directory.Write("in", "x")}),
-        (ProgramEnd{1, "", "qx: job log '" + qpr::ToUtf8(file) + "' is not a job log\n"}));
+    std::vector<std::wstring> arguments = {
+        L"batch", L"--service", L"Echo", L"--output-dir", Output(), L"--joblog", file, directory.Write("in", "x")};
+    EXPECT_EQ(Run(arguments),
+        (ProgramEnd{1, "", "qx: job log '" + qpr::ToUtf8(file) + "' is not a job log, and is left as it is\n"}));
+    arguments.push_back(L"--resume");
+    EXPECT_EQ(Run(arguments), (ProgramEnd{1, "", "qx: job log '" + qpr::ToUtf8(file) + "' is not a job log\n"}));
     EXPECT_EQ(Content("jobs"), text);
 }

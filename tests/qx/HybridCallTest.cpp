@@ -101,9 +101,15 @@ TEST_F(HybridCallTest, RunsWhereTheRulesSayAndSaysWhy)
         {"not offered here", Elsewhere, {L"There", L"P=1", L"M=1"}, {0, "elsewhere\n", notHere}},
         {"not offered here, but by a distributor here", OnThisComputer, {L"There", L"P=1", L"M=1"},
             {0, "elsewhere\n", notHere}},
-        {"not offered here, no distributor", NotThere, {L"There"}, {1, "", notHere + "qx: " + refused + "\n"}},
+        {"not offered here, no distributor", NotThere, {L"There"},
+            {1, "",
+                notHere
+                    + "qx: no distributor at 127.0.0.1:1; start qx-distributor there, or name another in the element "
+                    + "Distributor of '" + qpr::ToUtf8(directory.PathOf("Here.xml")) + "'\n"}},
         {"offered nowhere", Elsewhere, {L"Nowhere"},
-            {1, "", notHere + "qx: " + rejected("Service 'Nowhere' not available on distributor") + "\n"}},
+            {1, "",
+                notHere + "qx: the distributor at 127.0.0.1:" + ports[0]
+                    + " refused the call: Service 'Nowhere' not available on distributor\n"}},
     };
     for (const auto& test : cases)
         EXPECT_EQ(Call(Configuration(ports[test.distributor], "Here"), connector, test.call), test.end) << test.what;

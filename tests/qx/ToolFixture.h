@@ -23,9 +23,14 @@ protected:
         // Servant paths are relative to the configuration; the test's directory is elsewhere, maybe far away.
         const auto servant = std::filesystem::relative(ProgramPath(L"qx-test-servant"), directory.Path());
         configuration = directory.Write("qx.xml",
-            "<QxConfiguration><Servants><Servant TargetPlatform='WinX64' RelativePath='" + servant.string()
+            "<QxConfiguration><Distributor Host='127.0.0.1' ClientPort='1'/><Servants><Servant TargetPlatform='WinX64' "
+            "RelativePath='"
+                + servant.string()
                 + "'><Services><Service Name='Echo'/><Service Name='AnswerFirst'/><Service Name='FirstLine'/>"
-                  "<Service Name='Log'/><Service Name='Hang'/></Services></Servant>"
+                  "<Service Name='Log'/><Service Name='Fail'/><Service Name='Hang'/><Service "
+                  "Name='Sized'><ExpectedProcessorUsage>1"
+                  "</ExpectedProcessorUsage><ExpectedMemoryUsageInMB>Size</ExpectedMemoryUsageInMB></Service>"
+                  "</Services></Servant>"
                   "<Servant TargetPlatform='WinX64' RelativePath='missing'><Services><Service Name='Missing'/>"
                   "</Services></Servant></Servants></QxConfiguration>");
     }

@@ -1,5 +1,6 @@
 #include "tools/qx/BatchCounts.h"
 #include "tools/qx/Json.h"
+#include "tools/qx/RoomHolders.h"
 #include "tools/qx/Table.h"
 #include "tools/qx/TopView.h"
 
@@ -56,6 +57,14 @@ TEST(TopViewTest, IsOneJsonDocument)
         R"("total":{"jobs":3,"processors":1.75,"memoryInMB":150.0}})");
 }
 
+TEST(RoomHoldersTest, NamesTheProcessesWhoseCallsRun)
+{
+    EXPECT_EQ(
+        qx::DescribeWaiting(TwoClients(), 4711), "waiting for room on this computer; 2 calls of process 12 running");
+    EXPECT_EQ(qx::DescribeWaiting(TwoClients(), 12), std::nullopt); // it has none that waits
+    EXPECT_EQ(qx::DescribeWaiting({}, 12), std::nullopt);
+}
+
 TEST(JsonTest, WritesFloatsWithTheirOwnDigits)
 {
     EXPECT_EQ(qx::ToJson(0.1f).dump(), "0.1");
@@ -72,13 +81,15 @@ TEST(BatchCountsTest, TellsHowFarTheBatchIs)
     EXPECT_EQ(
         qx::DescribeProgress({.total = 3}, 0.5), "[------------------------] 0 done, 0 failed, 0 running, 3 pending");
     counts.interrupted = 50;
-    EXPECT_EQ(qx::DescribeSummary(counts, 8), "48 done, 2 failed, 50 interrupted, 8 s, 12.5 calls/s");
+    counts.skipped = 3;
+    EXPECT_EQ(qx::DescribeSummary(counts, 10), "48 done, 2 failed, 50 interrupted, 3 skipped, 10 s, 5 calls/s");
 }
 
-TEST(TableTest, AlignsByCharactersAndKeepsControlCharactersOut)
+TEST(TableTest, AlignsByCharactersAndEscapesControlCharacters)
 {
     qx::Table table({{"NAME"}, {"N", qx::Table::Alignment_Right}});
     table.AddRow({"gr\xc3\xbcn\x1b[2J", "1"});
     table.AddRow({"a", "100"});
-    EXPECT_THAT(table.Lines(), testing::ElementsAre("NAME        N", "gr\xc3\xbcn [2J    1", "a         100"));
+    EXPECT_THAT(
+        table.Lines(), testing::ElementsAre("NAME           N", "gr\xc3\xbcn\\x1B[2J    1", "a            100"));
 }

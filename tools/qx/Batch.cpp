@@ -2,9 +2,10 @@
 
 #include "runtime/InterruptSignal.h"
 #include "tools/qx/ExitCode.h"
+#include "tools/qx/Program.h"
+#include "tools/qx/RoomHolders.h"
 
 #include <array>
-#include <iostream>
 
 namespace qx
 {
@@ -13,12 +14,16 @@ namespace
 {
 
 constexpr std::uint32_t progressIntervalMs = 200;
+constexpr std::chrono::seconds waitingTime{1}; // after which a batch that waits for room says so
 
-}
+} // namespace
 
-Batch::Batch(qxmi::IServiceConnectorW& connector, JobLog& jobLog, const qpr::InterruptSignal& interrupt)
+Batch::Batch(qxmi::IServiceConnectorW& connector, const Situation& situation, JobLog& jobLog, Program& program,
+    const qpr::InterruptSignal& interrupt)
     : m_connector(connector)
+    , m_situation(situation)
     , m_jobLog(jobLog)
+    , m_program(program)
     , m_interrupt(interrupt)
 {
 }
@@ -28,26 +33,24 @@ Batch::~Batch()
     CancelAll(); // all at once: each release would wait for its own
 }
 
-BatchCounts Batch::Run(
-    const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes)
+BatchCounts Batch::Run(const std::vector<BatchItem>& items, std::size_t skipped)
 {
     m_counts.total = items.size();
-    CreateCalls(items, service, attributes);
+    m_counts.skipped = skipped;
+    CreateCalls(items);
     while (m_counts.Ended() < m_calls.size())
         WaitForChange();
-    m_progress.Clear();
-    std::cerr << DescribeSummary(m_counts, ElapsedSeconds()) << '\n';
+    m_program.Errors().WriteLine(DescribeSummary(m_counts, ElapsedSeconds()));
     if (m_isInterrupted)
         throw Interrupted();
     return m_counts;
 }
 
-void Batch::CreateCalls(
-    const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes)
+void Batch::CreateCalls(const std::vector<BatchItem>& items)
 {
     for (const BatchItem& item : items)
     {
-        m_calls.push_back(std::make_unique<BatchCall>(item, service, attributes, *this));
+        m_calls.push_back(std::make_unique<BatchCall>(item, m_situation, *this));
         m_calls.back()->Start(m_connector);
         TakeEvents();
         CancelIfInterrupted();
@@ -62,7 +65,7 @@ void Batch::WaitForChange()
     const std::array objects = {m_changed.Object(), m_interrupt.Object()};
     const std::size_t count = m_isInterrupted ? 1 : 2; // the interrupt stays signalled
     qpr::Thread::TryWaitForAnyObject(
-        {objects.data(), count}, L"qx::Batch", m_progress.IsShown() ? progressIntervalMs : qpr::Infinite);
+        {objects.data(), count}, L"qx::Batch", m_program.Errors().IsTerminal() ? progressIntervalMs : qpr::Infinite);
     TakeEvents();
     CancelIfInterrupted();
 }
@@ -99,10 +102,9 @@ void Batch::CollectCall(BatchCall& call)
 
 void Batch::ReportFailure(const BatchCall& call)
 {
-    m_progress.Clear();
-    std::cerr << "qx: " << call.Record().file << ": " << call.Problem() << '\n' << call.LogTail();
-    if (!call.LogTail().empty() && !call.LogTail().ends_with('\n'))
-        std::cerr << '\n';
+    const ExplainedError& problem = call.Problem().value();
+    m_program.Report(ExplainedError(call.Record().name + ": " + problem.what(), problem.Inside()));
+    m_program.Errors().WriteLog(call.LastLogLines());
 }
 
 void Batch::CancelIfInterrupted()
@@ -122,11 +124,27 @@ void Batch::CancelAll()
 void Batch::ShowProgress()
 {
     const auto now = std::chrono::steady_clock::now();
-    if (!m_progress.IsShown() || now < m_nextProgress)
+    if (!m_program.Errors().IsTerminal() || now < m_nextProgress)
         return;
     m_nextProgress = now + std::chrono::milliseconds(progressIntervalMs);
     m_counts.started = m_started;
-    m_progress.Show(DescribeProgress(m_counts, ElapsedSeconds()));
+    TellWaiting(now);
+    m_program.Errors().ShowProgress(DescribeProgress(m_counts, ElapsedSeconds()));
+}
+
+/// Once for each time in which nothing of the batch runs.
+void Batch::TellWaiting(std::chrono::steady_clock::time_point now)
+{
+    if (m_counts.Running() > 0)
+    {
+        m_lastRunning = now;
+        m_hasToldWaiting = false;
+    }
+    if (m_hasToldWaiting || now < m_lastRunning + waitingTime)
+        return;
+    if (const std::optional<std::string> waiting = DescribeWaiting())
+        m_program.Errors().WriteError(*waiting);
+    m_hasToldWaiting = true;
 }
 
 double Batch::ElapsedSeconds() const

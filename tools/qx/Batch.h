@@ -4,7 +4,6 @@
 #include "runtime/ThreadEvent.h"
 #include "tools/qx/BatchCall.h"
 #include "tools/qx/BatchCounts.h"
-#include "tools/qx/ProgressLine.h"
 
 #include <deque>
 #include <vector>
@@ -17,20 +16,22 @@ class InterruptSignal;
 namespace qx
 {
 
-/// Runs a call a file, all of them queued at once and as many carried out at a time as the connector admits. Used by
-/// one thread, which collects the calls in the order in which they end.
+class Program;
+
+/// Runs one call per file, all of them queued at once and as many carried out at a time as the connector admits. Used
+/// by one thread, which collects the calls in the order in which they end.
 class Batch final : public IBatchListener
 {
 public:
-    /// None is owned.
-    Batch(qxmi::IServiceConnectorW& connector, JobLog& jobLog, const qpr::InterruptSignal& interrupt);
+    /// None is owned. The situation explains the calls' errors and has the service and the attributes of every call.
+    Batch(qxmi::IServiceConnectorW& connector, const Situation& situation, JobLog& jobLog, Program& program,
+        const qpr::InterruptSignal& interrupt);
 
     /// Ends what still runs.
     ~Batch() override;
 
     /// Reports each failed call as it ends. Throws Interrupted when all calls have been cancelled and have ended.
-    BatchCounts Run(
-        const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes);
+    BatchCounts Run(const std::vector<BatchItem>& items, std::size_t skipped);
 
 private:
     struct Event
@@ -39,8 +40,7 @@ private:
         bool hasEnded;
     };
 
-    void CreateCalls(
-        const std::vector<BatchItem>& items, const std::wstring& service, const ServiceRequest::Attributes& attributes);
+    void CreateCalls(const std::vector<BatchItem>& items);
     void WaitForChange();
     void TakeEvents();
     void CollectCall(BatchCall& call);
@@ -48,6 +48,7 @@ private:
     void CancelIfInterrupted();
     void CancelAll();
     void ShowProgress();
+    void TellWaiting(std::chrono::steady_clock::time_point now);
     double ElapsedSeconds() const;
 
     void OnStarted() override { ++m_started; }
@@ -56,11 +57,14 @@ private:
     void Post(Event event);
 
     qxmi::IServiceConnectorW& m_connector;
+    const Situation& m_situation;
     JobLog& m_jobLog;
+    Program& m_program;
     const qpr::InterruptSignal& m_interrupt;
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     std::chrono::steady_clock::time_point m_nextProgress = m_start;
-    ProgressLine m_progress;
+    std::chrono::steady_clock::time_point m_lastRunning = m_start;
+    bool m_hasToldWaiting = false;
     BatchCounts m_counts;
     std::atomic<std::size_t> m_started = 0;
     bool m_isInterrupted = false;

@@ -1,31 +1,22 @@
 #include "tools/qx/BatchCall.h"
 
-#include "runtime/Utf8.h"
-
 namespace qx
 {
 
-namespace
-{
-
-constexpr std::size_t maxLogTail = 2000;
-
-}
-
-BatchCall::BatchCall(
-    const BatchItem& item, const std::wstring& service, const Attributes& attributes, IBatchListener& listener)
-    : ServiceRequest(service, attributes)
+BatchCall::BatchCall(const BatchItem& item, const Situation& situation, IBatchListener& listener)
+    : ServiceRequest(situation.service, situation.attributes)
     , m_item(item)
+    , m_situation(situation)
     , m_listener(listener)
 {
     m_record.number = item.number;
-    m_record.file = item.file;
+    m_record.name = item.name;
 }
 
 void BatchCall::Start(qxmi::IServiceConnectorW& connector)
 {
     m_record.start = std::chrono::system_clock::now();
-    m_call.reset(connector.CreateServiceCall(*this));
+    m_call.reset(Explaining(m_situation, [&] { return connector.CreateServiceCall(*this); }));
 }
 
 void BatchCall::Cancel()
@@ -56,9 +47,9 @@ void BatchCall::Conclude()
 {
     m_record.duration = std::chrono::system_clock::now() - m_record.start;
     if (GetOutcome() == Outcome::Failed)
-        m_problem = ErrorText();
+        m_problem = Explain(ErrorText(), m_situation);
     else if (GetOutcome() == Outcome::Cancelled)
-        m_problem = "interrupted";
+        m_problem = ExplainedError("interrupted", {});
     else
         Publish();
     if (m_exchange)
@@ -69,7 +60,7 @@ void BatchCall::Conclude()
     m_exchange.reset();
     m_output.reset();
     m_input.reset();
-    m_record.result = m_problem.empty() ? "done" : "failed: " + m_problem;
+    m_record.result = m_problem ? std::string("failed: ") + m_problem->what() : "done";
 }
 
 void BatchCall::Publish()
@@ -80,7 +71,7 @@ void BatchCall::Publish()
     }
     catch (const std::exception& error)
     {
-        m_problem = error.what();
+        m_problem = ExplainedError(error.what(), {});
     }
 }
 
@@ -93,7 +84,10 @@ void BatchCall::Execute(qxmi::IServiceConnectionW& connection)
     m_output = std::make_unique<WholeFile>(m_item.output);
     m_exchange = std::make_unique<Exchange>(*m_input, *m_output);
     m_exchange->Run(connection);
-    m_output->Close();
+    if (const auto failure = ServantFailure(connection, m_situation))
+        Fail(*failure);
+    else
+        m_output->Close();
     m_listener.OnConversed(*this);
 }
 
@@ -111,9 +105,7 @@ void BatchCall::OnError(const std::exception& error)
 
 void BatchCall::WriteLog(const wchar_t* text, std::size_t length)
 {
-    m_logTail += qpr::ToUtf8({text, length});
-    if (m_logTail.size() > maxLogTail)
-        m_logTail.erase(0, m_logTail.size() - maxLogTail);
+    m_logTail.Append({text, length});
 }
 
 } // namespace qx

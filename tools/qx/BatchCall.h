@@ -2,8 +2,10 @@
 
 #include "tools/qx/BatchPlan.h"
 #include "tools/qx/ByteFile.h"
+#include "tools/qx/CallLog.h"
 #include "tools/qx/CallWaiter.h"
 #include "tools/qx/Exchange.h"
+#include "tools/qx/Explanation.h"
 #include "tools/qx/JobLog.h"
 #include "tools/qx/LibraryObject.h"
 #include "tools/qx/ServiceRequest.h"
@@ -38,8 +40,7 @@ public:
 class BatchCall final : public ServiceRequest
 {
 public:
-    BatchCall(
-        const BatchItem& item, const std::wstring& service, const Attributes& attributes, IBatchListener& listener);
+    BatchCall(const BatchItem& item, const Situation& situation, IBatchListener& listener);
 
     void Start(qxmi::IServiceConnectorW& connector);
     void Cancel();
@@ -52,14 +53,14 @@ public:
     bool Collect();
 
     bool HasStarted() const noexcept { return m_hasStarted; }
-    bool IsDone() const noexcept { return m_problem.empty(); }
-    const std::string& Problem() const noexcept { return m_problem; }
+    bool IsDone() const noexcept { return !m_problem; }
+    const std::optional<ExplainedError>& Problem() const noexcept { return m_problem; }
 
     /// How it went. Requires: collected.
     const JobRecord& Record() const noexcept { return m_record; }
 
     /// The end of what the servant wrote to its log.
-    const std::string& LogTail() const noexcept { return m_logTail; }
+    const std::wstring& LastLogLines() const noexcept { return m_logTail.Text(); }
 
     void Execute(qxmi::IServiceConnectionW& connection) override;
     void OnCancelled() override;
@@ -71,14 +72,15 @@ private:
     void Publish();
 
     const BatchItem& m_item;
+    const Situation& m_situation;
     IBatchListener& m_listener;
     std::atomic<bool> m_hasStarted = false;
     bool m_isCollected = false;
     std::unique_ptr<FileReader> m_input;
     std::unique_ptr<WholeFile> m_output;
     std::unique_ptr<Exchange> m_exchange;
-    std::string m_logTail;
-    std::string m_problem;
+    LogTail m_logTail;
+    std::optional<ExplainedError> m_problem;
     JobRecord m_record;
     LibraryObject<qxmi::IServiceCall> m_call; // a call that still runs uses what stands above
     std::unique_ptr<CallWaiter> m_waiter;

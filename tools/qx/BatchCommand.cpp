@@ -10,7 +10,6 @@
 #include "tools/qx/Program.h"
 #include "tools/qx/TextArgument.h"
 
-#include <algorithm>
 #include <memory>
 
 namespace
@@ -21,6 +20,7 @@ struct Options
     qx::ConnectorOptions connector;
     std::string service;
     std::vector<std::string> files;
+    bool namesEndInNull = false;
     std::vector<std::string> attributes;
     std::string outputDirectory = ".";
     std::string suffix = ".out";
@@ -28,37 +28,49 @@ struct Options
     bool resume = false;
 };
 
-std::vector<qx::BatchItem> Plan(const Options& options)
+void MakeDirectory(const std::filesystem::path& directory)
 {
-    const std::vector<std::string> files = qx::ExpandFileArguments(options.files);
-    if (!options.jobLog.empty())
-    {
-        const auto unfit = std::find_if_not(files.begin(), files.end(), qx::JobLog::CanName);
-        if (unfit != files.end())
-            throw qx::WrongCommandLine("a job log cannot hold the file name '" + *unfit + "'");
-    }
-    return qx::PlanBatch(files, qpr::ToFilesystemPath(qpr::FromUtf8(options.outputDirectory)), options.suffix);
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (error)
+        throw std::runtime_error(
+            "cannot make the output directory '" + qx::NameOf(directory) + "': " + error.message());
 }
 
 qx::JobLog OpenJobLog(const Options& options)
 {
-    return options.jobLog.empty() ? qx::JobLog() : qx::JobLog(options.jobLog, options.resume);
+    if (options.jobLog.empty())
+        return qx::JobLog();
+    std::vector<std::string> settings = {"--service=" + options.service};
+    for (const auto& [name, value] : qx::ParseKeyValues(options.attributes))
+        settings.push_back("--attribute=" + qpr::ToUtf8(name) + '=' + qpr::ToUtf8(value));
+    return qx::JobLog(options.jobLog, options.resume, settings);
 }
 
-int RunBatch(const Options& options)
+bool IsDone(const qx::BatchItem& item, const qx::JobLog& jobLog)
+{
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(item.output, error);
+    return !error && jobLog.SaysDone(item.name, size);
+}
+
+int RunBatch(const Options& options, qx::Program& program)
 {
     if (options.resume && options.jobLog.empty())
         throw qx::WrongCommandLine("--resume needs --joblog");
-    const qx::ServiceRequest::Attributes attributes = qx::ParseKeyValues(options.attributes);
-    std::vector<qx::BatchItem> items = Plan(options);
-    const auto connector = qx::CreateConnector(options.connector);
+    qx::Situation situation{qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes)};
+    const std::filesystem::path directory = qpr::PathOfArgument(options.outputDirectory);
+    std::vector<qx::BatchItem> items = qx::PlanBatch(
+        qx::ExpandFileArguments(options.files, options.namesEndInNull ? '\0' : '\n'), directory, options.suffix);
+    const auto connector = qx::CreateConnector(options.connector, situation);
     const qpr::InterruptSignal interrupt;
-    std::filesystem::create_directories(qpr::ToFilesystemPath(qpr::FromUtf8(options.outputDirectory)));
+    MakeDirectory(directory);
+    qx::RemoveAbandonedParts(directory);
     qx::JobLog jobLog = OpenJobLog(options);
-    std::erase_if(items, [&jobLog](const qx::BatchItem& item) { return jobLog.FilesDone().contains(item.file); });
+    const std::size_t skipped = std::erase_if(items, [&](const auto& item) { return IsDone(item, jobLog); });
 
-    qx::Batch batch(*connector, jobLog, interrupt);
-    const qx::BatchCounts counts = batch.Run(items, qpr::FromUtf8(options.service), attributes);
+    qx::Batch batch(*connector, situation, jobLog, program, interrupt);
+    const qx::BatchCounts counts = batch.Run(items, skipped);
     if (counts.failed > 0)
         throw std::runtime_error(
             std::to_string(counts.failed) + " of " + std::to_string(counts.total) + " calls failed");
@@ -70,21 +82,26 @@ int RunBatch(const Options& options)
 void qx::AddBatchCommand(Program& program)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App& command = program.AddCommand("batch", "Makes one service call a file",
+    CLI::App& command = program.AddCommand("batch", "Makes one service call per file",
         "qx batch --config QxConfiguration.xml --service Gzip --suffix .gz --output-dir packed *.txt",
-        [options] { return RunBatch(*options); });
+        [options, &program] { return RunBatch(*options, program); });
     options->connector.AddTo(command);
     command.add_option("--service", options->service, "Name of the service")->required()->type_name("NAME");
-    command.add_option("FILE", options->files, "Input files; @LIST or - names a list, a file a line")
+    command
+        .add_option("FILE", options->files,
+            "Input files; @LIST is a file of names, one per line, and - such a list on standard input")
         ->required()
         ->type_name("");
+    command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end in a null character (find -print0)");
     command.add_option("--attribute", options->attributes, "Attribute of every request; may be repeated")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--output-dir", options->outputDirectory, "Where the outputs go; made when missing")
+    command.add_option("--output-dir", options->outputDirectory, "Directory for the outputs; made if it is missing")
         ->type_name("DIR");
-    command.add_option("--suffix", options->suffix, "Added to a file's name for its output, .out unless given")
+    command.add_option("--suffix", options->suffix, "Added to a file's name to name its output (default .out)")
         ->type_name("TEXT");
-    command.add_option("--joblog", options->jobLog, "Keep a log, a tab-separated line a call")->type_name("FILE");
-    command.add_flag("--resume", options->resume, "Skip what the job log tells as done, and continue it");
+    command.add_option("--joblog", options->jobLog, "Write a log with one line per call, its fields separated by tabs")
+        ->type_name("FILE");
+    command.add_flag(
+        "--resume", options->resume, "Skip calls that the job log lists as done and whose outputs are there");
 }

@@ -21,7 +21,7 @@ std::string DoneAndFailed(const BatchCounts& counts)
 
 double RateOf(const BatchCounts& counts, double elapsedSeconds)
 {
-    return elapsedSeconds > 0 ? static_cast<double>(counts.Ended()) / elapsedSeconds : 0;
+    return elapsedSeconds > 0 ? static_cast<double>(counts.done + counts.failed) / elapsedSeconds : 0;
 }
 
 /// "1:02:03", "2:03".
@@ -58,6 +58,8 @@ std::string DescribeSummary(const BatchCounts& counts, double elapsedSeconds)
     std::string text = DoneAndFailed(counts);
     if (counts.interrupted > 0)
         text += std::to_string(counts.interrupted) + " interrupted, ";
+    if (counts.skipped > 0)
+        text += std::to_string(counts.skipped) + " skipped, ";
     return text + FormatNumber(elapsedSeconds, 1) + " s, " + FormatNumber(RateOf(counts, elapsedSeconds), 1)
         + " calls/s";
 }

@@ -1,8 +1,7 @@
 #include "tools/qx/BatchPlan.h"
 
 #include "runtime/FilePath.h"
-#include "runtime/InputFile.h"
-#include "runtime/Utf8.h"
+#include "tools/qx/ByteFile.h"
 #include "tools/qx/ExitCode.h"
 
 #include <iostream>
@@ -14,29 +13,24 @@ namespace qx
 namespace
 {
 
-std::filesystem::path ToPath(const std::string& utf8)
+void AppendNames(std::istream& list, char separator, std::vector<std::string>& files)
 {
-    return qpr::ToFilesystemPath(qpr::FromUtf8(utf8));
-}
-
-void AppendLines(std::istream& list, std::vector<std::string>& files)
-{
-    for (std::string line; std::getline(list, line);)
+    for (std::string name; std::getline(list, name, separator);)
     {
-        if (line.ends_with('\r'))
-            line.pop_back();
-        if (!line.empty())
-            files.push_back(line);
+        if (separator == '\n' && name.ends_with('\r'))
+            name.pop_back();
+        if (!name.empty())
+            files.push_back(name);
     }
 }
 
 std::filesystem::path OutputOf(
-    const std::string& file, const std::filesystem::path& outputDirectory, const std::string& suffix)
+    const std::filesystem::path& file, const std::filesystem::path& outputDirectory, const std::string& suffix)
 {
-    std::filesystem::path name = ToPath(file).filename();
+    std::filesystem::path name = file.filename();
     if (name.empty() || name == "." || name == "..")
-        throw WrongCommandLine("'" + file + "' is not a file");
-    return outputDirectory / (name += ToPath(suffix));
+        throw WrongCommandLine("'" + NameOf(file) + "' is not a file");
+    return outputDirectory / (name += qpr::PathOfArgument(suffix));
 }
 
 /// What two ways to write one path have in common.
@@ -50,19 +44,19 @@ std::filesystem::path Identity(const std::filesystem::path& path)
 
 } // namespace
 
-std::vector<std::string> ExpandFileArguments(const std::vector<std::string>& arguments)
+std::vector<std::string> ExpandFileArguments(const std::vector<std::string>& arguments, char separator)
 {
     std::vector<std::string> files;
     for (const std::string& argument : arguments)
     {
         if (argument == "-")
         {
-            AppendLines(std::cin, files);
+            AppendNames(std::cin, separator, files);
         }
         else if (argument.starts_with('@'))
         {
-            std::ifstream list = qpr::OpenInputFile(qpr::FromUtf8(argument.substr(1)));
-            AppendLines(list, files);
+            std::ifstream list = OpenToRead(qpr::PathOfArgument(argument.substr(1)));
+            AppendNames(list, separator, files);
         }
         else
         {
@@ -76,22 +70,23 @@ std::vector<BatchItem> PlanBatch(
     const std::vector<std::string>& files, const std::filesystem::path& outputDirectory, const std::string& suffix)
 {
     std::vector<BatchItem> items;
-    std::map<std::filesystem::path, std::string> fileOfOutput;
-    for (const std::string& file : files)
-    {
-        items.push_back({items.size() + 1, file, OutputOf(file, outputDirectory, suffix)});
-        const auto [other, isNew] = fileOfOutput.emplace(items.back().output, file);
-        if (!isNew)
-            throw WrongCommandLine("'" + other->second + "' and '" + file + "' would have the same output");
-    }
+    std::map<std::filesystem::path, std::string> nameOfOutput;
     std::set<std::filesystem::path> inputs;
-    for (const std::string& file : files)
-        inputs.insert(Identity(ToPath(file)));
+    for (const std::string& argument : files)
+    {
+        const std::filesystem::path file = qpr::PathOfArgument(argument);
+        items.push_back({items.size() + 1, file, NameOf(file), OutputOf(file, outputDirectory, suffix)});
+        const BatchItem& item = items.back();
+        const auto [other, isNew] = nameOfOutput.emplace(item.output, item.name);
+        if (!isNew)
+            throw WrongCommandLine("'" + other->second + "' and '" + item.name + "' would have the same output");
+        inputs.insert(Identity(file));
+    }
     const std::filesystem::path directory = Identity(outputDirectory);
     for (const BatchItem& item : items)
     {
         if (inputs.contains(directory / item.output.filename()))
-            throw WrongCommandLine("the output of '" + item.file + "' would replace an input");
+            throw WrongCommandLine("the output of '" + item.name + "' would replace an input");
     }
     return items;
 }

@@ -12,13 +12,15 @@ namespace qx
 struct BatchItem
 {
     std::size_t number; ///< from 1, in the order given
-    std::string file; ///< as given, UTF-8
+    std::filesystem::path file; ///< as given
+    std::string name; ///< the file's, for people and the job log
     std::filesystem::path output;
 };
 
-/// The files that the arguments name: a path, "@LIST" for a file with a path a line, "-" for such a list on the
-/// standard input. Throws a RuntimeError for a list that cannot be read.
-std::vector<std::string> ExpandFileArguments(const std::vector<std::string>& arguments);
+/// The files that the arguments name: a path, "@LIST" for a file with one path per line, "-" for such a list on the
+/// standard input. With a separator of 0 the paths of a list end in that instead. Throws std::runtime_error for a list
+/// that cannot be read.
+std::vector<std::string> ExpandFileArguments(const std::vector<std::string>& arguments, char separator = '\n');
 
 /// Gives each file its output. Throws WrongCommandLine when two would have one output, or one would replace an input.
 std::vector<BatchItem> PlanBatch(

@@ -11,21 +11,24 @@
 namespace qx
 {
 
+/// Opens a file for reading its bytes. Throws std::runtime_error "cannot read '<name>': <why>", for a directory too.
+std::ifstream OpenToRead(const std::filesystem::path& path);
+
 class FileReader final : public qpr::IReader
 {
 public:
-    /// The name is UTF-8. Throws a RuntimeError that names the file.
-    explicit FileReader(const std::string& fileName);
+    /// Throws what OpenToRead throws.
+    explicit FileReader(std::filesystem::path path);
 
     std::size_t Read(void* buffer, std::size_t size) override;
     bool InputPending() override { return true; }
 
 private:
-    std::string m_fileName;
+    std::filesystem::path m_path;
     std::ifstream m_file;
 };
 
-/// A file that comes into being whole: written under a hidden name beside its own, which it gets only by Publish. The
+/// A file that comes into being whole: written under a hidden name in its directory, and given its own by Publish. The
 /// destructor removes one that was not published.
 class WholeFile final : public qpr::IWriter
 {
@@ -45,12 +48,19 @@ public:
     void Publish();
 
 private:
-    [[noreturn]] void Fail() const;
+    [[noreturn]] void Fail(int error) const;
 
     const std::filesystem::path m_path;
     const std::filesystem::path m_hiddenPath;
     std::ofstream m_file;
     bool m_isPublished = false;
 };
+
+/// Removes what processes of this computer that have ended have left unpublished in a directory. What cannot be removed
+/// stays.
+void RemoveAbandonedParts(const std::filesystem::path& directory);
+
+/// A file's name as text for people and logs, escaped so that each name has a text of its own.
+std::string NameOf(const std::filesystem::path& path);
 
 } // namespace qx

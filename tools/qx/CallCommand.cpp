@@ -11,7 +11,9 @@
 #include "tools/qx/Exchange.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"
+#include "tools/qx/RoomHolders.h"
 #include "tools/qx/ServiceRequest.h"
+#include "tools/qx/StandardError.h"
 #include "tools/qx/Table.h"
 #include "tools/qx/TextArgument.h"
 
@@ -33,28 +35,74 @@ struct Options
     std::optional<double> timeout; // in seconds
 };
 
+/// The standard output as the data's end of the call.
+class Output final : public qpr::IWriter
+{
+public:
+    explicit Output(qx::StandardError& errors)
+        : m_errors(errors)
+    {
+    }
+
+    void Write(const void* buffer, std::size_t size) override
+    try
+    {
+        m_output.Write(buffer, size);
+        m_errors.NoteOutput({static_cast<const char*>(buffer), size});
+    }
+    catch (const std::exception& error)
+    {
+        throw std::runtime_error("cannot write standard output: " + qx::SystemDescriptionIn(error.what()));
+    }
+    void Flush() override { }
+
+private:
+    qx::StandardError& m_errors;
+    qpr::StandardOutput m_output;
+};
+
 /// The call between this process's standard streams and the servant.
 class CallRequest final : public qx::ServiceRequest
 {
 public:
-    CallRequest(const Options& options, qx::CallLog& log)
-        : ServiceRequest(qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes))
+    CallRequest(const qx::Situation& situation, qx::CallLog& log, qx::StandardError& errors)
+        : ServiceRequest(situation.service, situation.attributes)
+        , m_situation(situation)
         , m_log(log)
+        , m_errors(errors)
     {
     }
 
+    bool HasStarted() const noexcept { return m_hasStarted; }
+
     void Execute(qxmi::IServiceConnectionW& connection) override
     {
+        m_hasStarted = true;
         qpr::StandardInput input;
-        qpr::StandardOutput output;
+        Output output(m_errors);
         qx::Exchange(input, output).Run(connection);
+        if (const auto failure = qx::ServantFailure(connection, m_situation))
+            Fail(*failure);
     }
 
     void WriteLog(const wchar_t* text, std::size_t length) override { m_log.Write(text, length); }
 
 private:
+    const qx::Situation& m_situation;
     qx::CallLog& m_log;
+    qx::StandardError& m_errors;
+    std::atomic<bool> m_hasStarted = false;
 };
+
+constexpr std::uint32_t waitingTimeMs = 1000; // after which a call that waits for room says so
+
+void TellWaiting(const qx::Situation& situation, qx::StandardError& errors)
+{
+    if (situation.connector.kind == qxm::ConnectorKind::Network)
+        errors.WriteError("waiting for the distributor at " + qx::DistributorAddress(situation));
+    else if (const std::optional<std::string> waiting = qx::DescribeWaiting())
+        errors.WriteError(*waiting);
+}
 
 enum class End
 {
@@ -63,51 +111,86 @@ enum class End
     TimedOut,
 };
 
-/// Cancels the call when it does not end by itself first; then too it has ended on return.
-End WaitForEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt, std::optional<double> timeout)
+/// Waits for the call on a thread of its own. Destroyed before the call has ended, it cancels the call and waits for
+/// that.
+class CallEnd
 {
-    qpr::ThreadEvent ended(qpr::ThreadEvent::Kind_ManualReset);
-    const qx::CallWaiter waiter(call, [&ended] { ended.Signal(); });
-    const std::array objects = {ended.Object(), interrupt.Object()};
-    const auto timeoutMs = timeout ? static_cast<std::uint32_t>(*timeout * 1000) : qpr::Infinite;
-    switch (qpr::Thread::TryWaitForAnyObject(objects, L"qx::Call", timeoutMs))
+public:
+    CallEnd(qxmi::IServiceCall& call, const qpr::InterruptSignal& interrupt)
+        : m_interrupt(interrupt)
+        , m_waiter(call, [this] { m_ended.Signal(); })
     {
-    case 0:
-        return End::ByItself;
-    case 1:
-        return End::Interrupted;
-    default:
-        return End::TimedOut;
     }
+
+    End Wait(std::uint32_t timeoutMs)
+    {
+        const std::array objects = {m_ended.Object(), m_interrupt.Object()};
+        switch (qpr::Thread::TryWaitForAnyObject(objects, L"qx::Call", timeoutMs))
+        {
+        case 0:
+            return End::ByItself;
+        case 1:
+            return End::Interrupted;
+        default:
+            return End::TimedOut;
+        }
+    }
+
+private:
+    const qpr::InterruptSignal& m_interrupt;
+    qpr::ThreadEvent m_ended{qpr::ThreadEvent::Kind_ManualReset};
+    qx::CallWaiter m_waiter;
+};
+
+/// On return the call has ended, cancelled when it did not end by itself first.
+End WaitForEnd(qxmi::IServiceCall& call, const CallRequest& request, const qx::Situation& situation,
+    const qpr::InterruptSignal& interrupt, std::uint32_t timeoutMs, qx::StandardError& errors)
+{
+    CallEnd callEnd(call, interrupt);
+    if (!errors.IsTerminal() || timeoutMs <= waitingTimeMs)
+        return callEnd.Wait(timeoutMs);
+    const End end = callEnd.Wait(waitingTimeMs);
+    if (end != End::TimedOut)
+        return end;
+    if (!request.HasStarted())
+        TellWaiting(situation, errors);
+    return callEnd.Wait(timeoutMs == qpr::Infinite ? timeoutMs : timeoutMs - waitingTimeMs);
 }
 
-void ThrowUnlessDone(const CallRequest& request, End end, std::optional<double> timeout)
+void ThrowIfCancelled(End end, std::optional<double> timeout)
 {
-    if (request.GetOutcome() == CallRequest::Outcome::Done)
-        return;
     if (end == End::Interrupted)
         throw qx::Interrupted();
     if (end == End::TimedOut)
         throw std::runtime_error("call timed out after " + qx::FormatNumber(timeout.value(), 3) + " s");
-    throw std::runtime_error(request.ErrorText());
 }
 
 constexpr double minTimeoutSeconds = 0.001;
 constexpr double maxTimeoutSeconds = 4000000; // in milliseconds still a 32-bit number
 
-int Call(const Options& options)
+int Call(const Options& options, qx::Program& program)
 {
     if (options.timeout && !(*options.timeout >= minTimeoutSeconds && *options.timeout <= maxTimeoutSeconds))
         throw qx::WrongCommandLine("--timeout must be between 0.001 and 4000000 seconds");
+    const auto timeoutMs = options.timeout ? static_cast<std::uint32_t>(*options.timeout * 1000) : qpr::Infinite;
+    qx::Situation situation{qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes)};
+    qx::StandardError& errors = program.Errors();
     const qpr::InterruptSignal interrupt;
-    qx::CallLog log(options.logFile);
-    CallRequest request(options, log);
-    const auto connector = qx::CreateConnector(options.connector);
-    const qx::LibraryObject<qxmi::IServiceCall> call(connector->CreateServiceCall(request));
-    const End end = WaitForEnd(*call, interrupt, options.timeout);
-    ThrowUnlessDone(request, end, options.timeout);
-    log.Close();
-    return qx::ExitCode_Done;
+    qx::CallLog log(options.logFile, errors);
+    CallRequest request(situation, log, errors);
+    const auto connector = qx::CreateConnector(options.connector, situation);
+    const qx::LibraryObject<qxmi::IServiceCall> call(
+        qx::Explaining(situation, [&] { return connector->CreateServiceCall(request); }));
+    const End end = WaitForEnd(*call, request, situation, interrupt, timeoutMs, errors);
+    if (request.GetOutcome() == CallRequest::Outcome::Done)
+    {
+        log.Close();
+        return qx::ExitCode_Done;
+    }
+    ThrowIfCancelled(end, options.timeout);
+    program.Report(qx::Explain(request.ErrorText(), situation));
+    errors.WriteLog(log.Tail());
+    return qx::ExitCode_Failed;
 }
 
 } // namespace
@@ -115,13 +198,14 @@ int Call(const Options& options)
 void qx::AddCallCommand(Program& program)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App& command =
-        program.AddCommand("call", "Makes one service call between the standard input and the standard output",
-            "echo hello | qx call --config QxConfiguration.xml Gzip | gunzip", [options] { return Call(*options); });
+    CLI::App& command = program.AddCommand("call", "Makes one service call, from standard input to standard output",
+        "echo hello | qx call --config QxConfiguration.xml Gzip | gunzip",
+        [options, &program] { return Call(*options, program); });
     options->connector.AddTo(command);
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
-    command.add_option("KEY=VALUE", options->attributes, "Attributes of the request")->type_name("");
+    command.add_option("KEY=VALUE", options->attributes, "Attributes of the request, for the service's formulas")
+        ->type_name("");
     command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")->type_name("SECONDS");
-    command.add_option("--log", options->logFile, "Write the call's log there, not to the standard error stream")
+    command.add_option("--log", options->logFile, "Write the call's log to this file instead of standard error")
         ->type_name("FILE");
 }

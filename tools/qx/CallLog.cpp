@@ -2,36 +2,66 @@
 
 #include "runtime/FilePath.h"
 #include "runtime/Utf8.h"
+#include "tools/qx/StandardError.h"
 
-#include <iostream>
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
 
 namespace qx
 {
 
-CallLog::CallLog(std::string fileName)
-    : m_fileName(std::move(fileName))
+namespace
+{
+
+constexpr std::size_t maxTailLength = 2000;
+
+}
+
+void LogTail::Append(std::wstring_view piece)
+{
+    m_text += piece;
+    if (m_text.size() <= maxTailLength)
+        return;
+    m_text.erase(0, m_text.size() - maxTailLength);
+    m_text.erase(0, m_text.find(L'\n') + 1); // the rest of a line cut; nothing when the tail is one long line
+}
+
+CallLog::CallLog(std::string fileName, StandardError& errors)
+    : m_errors(errors)
+    , m_fileName(std::move(fileName))
 {
     if (m_fileName.empty())
         return;
-    m_file.open(qpr::ToFilesystemPath(qpr::FromUtf8(m_fileName)), std::ios::binary | std::ios::trunc);
+    errno = 0;
+    m_file.open(qpr::PathOfArgument(m_fileName), std::ios::binary | std::ios::trunc);
     if (!m_file)
-        throw std::runtime_error("cannot write the log file '" + m_fileName + "'");
+        Fail();
 }
 
 void CallLog::Write(const wchar_t* text, std::size_t length)
 {
-    std::ostream& stream = m_fileName.empty() ? std::cerr : m_file;
-    stream << qpr::ToUtf8({text, length}) << std::flush;
+    if (m_fileName.empty())
+        return m_errors.WriteLog({text, length});
+    m_file << qpr::ToUtf8({text, length}) << std::flush;
+    m_tail.Append({text, length});
 }
 
 void CallLog::Close()
 {
     if (m_fileName.empty())
         return;
+    errno = 0;
     m_file.close();
     if (!m_file)
-        throw std::runtime_error("cannot write the log file '" + m_fileName + "'");
+        Fail();
+}
+
+void CallLog::Fail() const
+{
+    const int error = errno;
+    throw std::runtime_error("cannot write the log file '" + m_fileName + "'"
+        + (error != 0 ? ": " + std::generic_category().message(error) : std::string()));
 }
 
 } // namespace qx

@@ -3,9 +3,10 @@
 #include "client/ConnectorFactory.h"
 #include "tools/qx/ConnectorOptions.h"
 
-qx::LibraryObject<qxmi::IServiceConnectorW> qx::CreateConnector(const ConnectorOptions& options)
+qx::LibraryObject<qxmi::IServiceConnectorW> qx::CreateConnector(const ConnectorOptions& options, Situation& situation)
 {
-    ReadConfigurationOf(options.Connector());
+    situation.connector = options.Connector();
+    situation.configuration = ReadConfigurationOf(situation.connector);
     auto connector = QxClient::MakeConnector(options.ConnectorXml());
     connector->AddRef();
     return LibraryObject<qxmi::IServiceConnectorW>(connector.release());

@@ -5,6 +5,7 @@
 #include "runtime/Environment.h"
 #include "runtime/Errors.h"
 #include "runtime/Utf8.h"
+#include "tools/qx/Explanation.h"
 #include "tools/qx/TextArgument.h"
 
 #include <sstream>
@@ -69,8 +70,11 @@ qxm::Configuration Read(const qxm::ConnectorConfiguration& connector, const std:
 
 void ConnectorOptions::AddTo(CLI::App& command, const std::string& connectorName)
 {
-    command.add_option(connectorName, m_connector, "Connector configuration, or @FILE")->type_name("XML");
-    command.add_option("--config", m_configurationPath, "Configuration file of the connector")->type_name("FILE");
+    command.add_option(connectorName, m_connector, "Connector: <LocalServiceConnector/> unless given; or @FILE")
+        ->type_name("XML");
+    command
+        .add_option("--config", m_configurationPath, "Configuration file; else the connector's, else $QX_CONFIGURATION")
+        ->type_name("FILE");
 }
 
 std::string ConnectorOptions::ConnectorXml() const
@@ -100,6 +104,10 @@ qxm::Configuration ReadConfigurationOf(const qxm::ConnectorConfiguration& connec
     catch (const std::exception& error)
     {
         const std::wstring text = qpr::ErrorText(error);
+        if (text.starts_with(L"CreateFile('" + path + L"')"))
+            throw ExplainedError("cannot read configuration '" + qpr::ToUtf8(path)
+                    + "': " + SystemDescriptionIn(error.what()) + "; name one with --config or QX_CONFIGURATION",
+                error.what());
         if (text.find(path) != std::wstring::npos)
             throw;
         throw qpr::RuntimeError(L"configuration file '" + path + L"': " + text);

@@ -3,6 +3,7 @@
 #include "expr/Evaluator.h"
 #include "runtime/Utf8.h"
 #include "tools/qx/ExitCode.h"
+#include "tools/qx/Explanation.h"
 #include "tools/qx/Json.h"
 #include "tools/qx/Program.h"
 #include "tools/qx/Table.h"
@@ -37,6 +38,16 @@ struct FormulaReport
     std::optional<Value> value; // of a formula that was evaluated
 };
 
+std::vector<std::wstring> VariableNames(const qexpr::Evaluator& evaluator)
+{
+    qexpr::ValueTypeMap variables;
+    evaluator.GetInputVariableTypes(variables);
+    std::vector<std::wstring> names;
+    for (const auto& [name, type] : variables)
+        names.push_back(name);
+    return names;
+}
+
 qexpr::ValueMap ParseValues(const qexpr::Evaluator& evaluator, const std::vector<std::string>& arguments)
 {
     qexpr::ValueMap values;
@@ -44,7 +55,8 @@ qexpr::ValueMap ParseValues(const qexpr::Evaluator& evaluator, const std::vector
     {
         const Value::Type type = evaluator.GetVariableType(name);
         if (type == Value::Type_Undefined)
-            throw qx::WrongCommandLine("nothing uses the name '" + qpr::ToUtf8(name) + "'");
+            throw qx::WrongCommandLine("nothing uses the name '" + qpr::ToUtf8(name) + "'"
+                + qx::NearestNameHint(name, VariableNames(evaluator)));
         values.emplace(name, Value::Parse(text, type, name));
     }
     return values;
@@ -137,15 +149,16 @@ int TryFormula(const Options& options)
 void qx::AddExprCommand(Program& program)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App& command = program.AddCommand("expr", "Reads a formula, and evaluates it over the values given",
+    CLI::App& command = program.AddCommand("expr", "Reads a formula and evaluates it with the values given",
         "qx expr 'Size * 0.5 + (if Fast then 200 else 100)' Size=10 Fast=true",
         [options] { return TryFormula(*options); });
-    command.add_option("FORMULA", options->formula, "The formula; one that begins with - stands behind --")
+    command
+        .add_option("FORMULA", options->formula, "The formula. Write -- before one like -X, which looks like an option")
         ->required()
         ->type_name("");
     command.add_option("NAME=VALUE", options->values, "Values of its variables")->type_name("");
     command.add_option("--type", options->type, "The type it must have")
         ->check(CLI::IsMember({"float", "string", "bool"}));
-    command.add_option("--helpers", options->helpers, "Definitions 'Name = formula;' that it may use");
+    command.add_option("--helpers", options->helpers, "Definitions 'Name = formula;' that the formula may use");
     command.add_flag("--json", options->json, "Print one JSON document");
 }

@@ -3,12 +3,13 @@
 #include "runtime/FilePath.h"
 #include "runtime/TimeFormat.h"
 #include "runtime/Utf8.h"
+#include "tools/qx/ExitCode.h"
+#include "tools/qx/TextArgument.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <stdexcept>
-#include <vector>
+#include <system_error>
 
 namespace qx
 {
@@ -17,7 +18,8 @@ namespace
 {
 
 const char heading[] = "seq\tfile\tstart\tduration\tin\tout\tresult";
-constexpr std::size_t fileColumn = 1;
+constexpr std::size_t nameColumn = 1;
+constexpr std::size_t sizeColumn = 5;
 constexpr std::size_t resultColumn = 6;
 constexpr std::size_t columnCount = 7;
 
@@ -37,14 +39,6 @@ std::string FormatDuration(std::chrono::duration<double> duration)
     return text;
 }
 
-/// An error's text in one field.
-std::string InOneField(std::string text)
-{
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
-    return text;
-}
-
 std::vector<std::string> SplitFields(const std::string& line)
 {
     std::vector<std::string> fields(1);
@@ -58,43 +52,82 @@ std::vector<std::string> SplitFields(const std::string& line)
     return fields;
 }
 
+std::string Joined(const std::vector<std::string>& settings)
+{
+    std::string text;
+    for (const std::string& setting : settings)
+        text += (text.empty() ? "" : " ") + setting;
+    return text;
+}
+
 } // namespace
 
-JobLog::JobLog(const std::string& fileName, bool continues)
+JobLog::JobLog(const std::string& fileName, bool continues, const std::vector<std::string>& settings)
     : m_fileName(fileName)
+    , m_path(qpr::PathOfArgument(fileName))
 {
-    const std::filesystem::path path = qpr::ToFilesystemPath(qpr::FromUtf8(fileName));
-    const bool isThere = continues && std::filesystem::exists(path);
+    for (const std::string& setting : settings)
+        m_settings.push_back(Escaped(setting));
+    const bool isThere = continues && std::filesystem::exists(m_path);
     if (isThere)
         TakeUp();
-    m_file.open(path, std::ios::binary | (isThere ? std::ios::app | std::ios::ate : std::ios::trunc));
-    if (m_file && m_file.tellp() == std::streampos(0))
-        m_file << heading << '\n' << std::flush;
+    else if (IsForeign())
+        Fail("is not a job log, and is left as it is");
+    errno = 0;
+    m_file.open(m_path, std::ios::binary | (isThere ? std::ios::app | std::ios::ate : std::ios::trunc));
+    if (m_file && m_file.tellp() <= std::streampos(0))
+    {
+        m_file << heading;
+        for (const std::string& setting : m_settings)
+            m_file << '\t' << setting;
+        m_file << '\n' << std::flush;
+    }
     if (!m_file)
-        Fail("cannot be written");
+        Fail("cannot be written: " + std::generic_category().message(errno));
+}
+
+bool JobLog::IsForeign() const
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(m_path, ignored) || std::filesystem::file_size(m_path, ignored) == 0)
+        return false;
+    std::string start(sizeof(heading) - 1, '\0');
+    std::ifstream(m_path, std::ios::binary).read(start.data(), static_cast<std::streamsize>(start.size()));
+    return start != heading;
 }
 
 /// Reads what is there, and cuts off a last line that has no end.
 void JobLog::TakeUp()
 {
-    const std::filesystem::path path = qpr::ToFilesystemPath(qpr::FromUtf8(m_fileName));
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(m_path, std::ios::binary);
     std::uintmax_t completeSize = 0;
     std::string line;
     while (std::getline(file, line) && !file.eof())
     {
-        if (completeSize == 0 && line != heading)
-            Fail("is not a job log");
-        if (completeSize != 0)
+        if (completeSize == 0)
+            TakeHeading(line);
+        else
             TakeLine(line);
         completeSize += line.size() + 1;
     }
     if (file.bad() || !file.is_open())
         Fail("cannot be read");
-    if (completeSize == 0 && !std::string(heading).starts_with(line))
+    if (completeSize == 0 && !line.starts_with(heading) && !std::string(heading).starts_with(line))
         Fail("is not a job log");
     file.close();
-    std::filesystem::resize_file(path, completeSize);
+    std::filesystem::resize_file(m_path, completeSize);
+}
+
+/// A heading without settings is of an earlier version.
+void JobLog::TakeHeading(const std::string& line) const
+{
+    if (!line.starts_with(heading))
+        Fail("is not a job log");
+    const std::vector<std::string> fields = SplitFields(line);
+    const std::vector<std::string> settings(fields.begin() + columnCount, fields.end());
+    if (!settings.empty() && settings != m_settings)
+        throw WrongCommandLine("job log '" + m_fileName + "' is of a run with " + Joined(settings) + ", not "
+            + Joined(m_settings) + "; give another --joblog, or leave --resume out");
 }
 
 void JobLog::TakeLine(const std::string& line)
@@ -103,26 +136,28 @@ void JobLog::TakeLine(const std::string& line)
     if (fields.size() != columnCount)
         Fail("is not a job log");
     if (fields[resultColumn] == "done")
-        m_filesDone.insert(fields[fileColumn]);
+        m_sizeOfDone[fields[nameColumn]] = fields[sizeColumn];
     else
-        m_filesDone.erase(fields[fileColumn]);
+        m_sizeOfDone.erase(fields[nameColumn]);
+}
+
+bool JobLog::SaysDone(const std::string& name, std::uintmax_t outputSize) const
+{
+    const auto done = m_sizeOfDone.find(name);
+    return done != m_sizeOfDone.end() && done->second == std::to_string(outputSize);
 }
 
 void JobLog::Write(const JobRecord& record)
 {
     if (m_fileName.empty())
         return;
-    m_file << record.number << '\t' << record.file << '\t' << FormatStart(record.start) << '\t'
+    errno = 0;
+    m_file << record.number << '\t' << record.name << '\t' << FormatStart(record.start) << '\t'
            << FormatDuration(record.duration) << '\t' << record.bytesIn << '\t' << record.bytesOut << '\t'
-           << InOneField(record.result) << '\n'
+           << Escaped(record.result) << '\n'
            << std::flush;
     if (!m_file)
-        Fail("cannot be written");
-}
-
-bool JobLog::CanName(const std::string& file)
-{
-    return file.find_first_of("\t\n\r") == std::string::npos;
+        Fail("cannot be written: " + std::generic_category().message(errno));
 }
 
 void JobLog::Fail(const std::string& problem) const

@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
-#include <set>
+#include <map>
 #include <string>
+#include <vector>
 
 namespace qx
 {
@@ -13,7 +15,7 @@ namespace qx
 struct JobRecord
 {
     std::size_t number = 0;
-    std::string file;
+    std::string name; ///< the file's, as the plan has it
     std::chrono::system_clock::time_point start;
     std::chrono::duration<double> duration{0};
     std::uint64_t bytesIn = 0;
@@ -21,33 +23,36 @@ struct JobRecord
     std::string result; ///< "done" or "failed: <text>"
 };
 
-/// The log of a batch: a heading, then a tab-separated line a call, each on disk's way as soon as its call has ended.
-/// Used by one thread at a time.
+/// The log of a batch: a heading, then a tab-separated line per call, written as soon as the call has ended. After
+/// the columns' names the heading keeps the settings that decide what the outputs are. Used by one thread at a
+/// time.
 class JobLog
 {
 public:
     /// No log.
     JobLog() = default;
 
-    /// Begins a log anew, or continues one that is there. Throws std::runtime_error that names the file.
-    JobLog(const std::string& fileName, bool continues);
+    /// Begins a log anew, or continues one that is there. Only a job log or an empty file is ever replaced. Throws
+    /// std::runtime_error that names the file, WrongCommandLine when the log to continue has other settings.
+    JobLog(const std::string& fileName, bool continues, const std::vector<std::string>& settings);
 
-    /// The files whose last line in the log continued says that they are done.
-    const std::set<std::string>& FilesDone() const noexcept { return m_filesDone; }
+    /// Whether the log continued says last that the file is done, with an output of this size.
+    bool SaysDone(const std::string& name, std::uintmax_t outputSize) const;
 
     void Write(const JobRecord& record);
 
-    /// Whether a file's name can stand in a log.
-    static bool CanName(const std::string& file);
-
 private:
     void TakeUp();
+    void TakeHeading(const std::string& line) const;
     void TakeLine(const std::string& line);
+    bool IsForeign() const;
     [[noreturn]] void Fail(const std::string& problem) const;
 
     std::string m_fileName;
+    std::filesystem::path m_path;
+    std::vector<std::string> m_settings;
     std::ofstream m_file;
-    std::set<std::string> m_filesDone;
+    std::map<std::string, std::string> m_sizeOfDone; // the output's, as written, by the file's name
 };
 
 } // namespace qx

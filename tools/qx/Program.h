@@ -1,5 +1,9 @@
 #pragma once
 
+#include "tools/qx/ExitCode.h"
+#include "tools/qx/Explanation.h"
+#include "tools/qx/StandardError.h"
+
 #include <CLI/CLI.hpp>
 
 #include <functional>
@@ -10,7 +14,9 @@ namespace qx
 {
 
 /// The command line of the tool. Each command adds itself with its options; Run understands the command line, runs the
-/// command that was chosen, and turns what leaves it into a line of text and an exit code.
+/// command that was chosen, and turns what leaves it into a line of text and an exit code. Every command has the
+/// options
+/// --help and --verbose.
 class Program
 {
 public:
@@ -25,11 +31,21 @@ public:
 
     int Run(const std::vector<std::string>& arguments);
 
+    /// What commands write for people goes there while they work.
+    StandardError& Errors() noexcept { return m_errors; }
+
+    /// Reports an error: the text for people, and with --verbose the library's own after it.
+    void Report(const ExplainedError& error);
+
 private:
-    void Understand(const std::vector<std::string>& arguments);
+    void Understand(std::vector<std::string> arguments);
+    std::string WrongArgument(const CLI::ParseError& error) const;
+    int Fail(const std::exception& error, ExitCode exitCode);
 
     CLI::App m_commandLine;
     Action m_chosen;
+    StandardError m_errors;
+    bool m_isVerbose = false;
 };
 
 } // namespace qx

@@ -11,7 +11,12 @@ ServiceRequest::ServiceRequest(std::wstring serviceName, Attributes attributes)
 
 void ServiceRequest::OnError(const std::exception& error)
 {
-    m_errorText = error.what();
+    Fail(error.what());
+}
+
+void ServiceRequest::Fail(std::string errorText)
+{
+    m_errorText = std::move(errorText);
     m_outcome = Outcome::Failed;
 }
 

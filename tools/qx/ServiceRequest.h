@@ -38,6 +38,10 @@ public:
     void OnCancelled() override { m_outcome = Outcome::Cancelled; }
     void OnError(const std::exception& error) override;
 
+protected:
+    /// Makes a call that the library counts as done one that failed. Requires: Execute runs.
+    void Fail(std::string errorText);
+
 private:
     const std::wstring m_serviceName;
     const Attributes m_attributes;

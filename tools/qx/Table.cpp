@@ -1,8 +1,12 @@
 #include "tools/qx/Table.h"
 
+#include "runtime/PrintableText.h"
+#include "runtime/Utf8.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+#include <limits>
 
 namespace qx
 {
@@ -28,10 +32,7 @@ std::size_t ColumnsOf(std::string_view utf8)
 
 std::string Printable(std::string_view utf8)
 {
-    std::string text(utf8);
-    const auto isControl = [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; };
-    std::replace_if(text.begin(), text.end(), isControl, ' ');
-    return text;
+    return qpr::ToUtf8(qpr::Printable(qpr::FromUtf8(utf8), std::numeric_limits<std::size_t>::max()));
 }
 
 Table::Table(std::vector<Column> columns)

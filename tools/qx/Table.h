@@ -13,7 +13,7 @@ std::string FormatNumber(double number, int decimals = 2);
 /// Columns (not bytes) that UTF-8 text takes, each character taken as one wide.
 std::size_t ColumnsOf(std::string_view utf8);
 
-/// The text without control characters, which a terminal might obey.
+/// The text with what a terminal might obey escaped, and nothing cut.
 std::string Printable(std::string_view utf8);
 
 /// Text in columns for people to read. Columns are as wide as their widest cell; numbers stand to the right.

@@ -28,8 +28,8 @@ enum class TopOrder
     Memory,
 };
 
-/// The lines for people: what is used of the computer, then a row a client process. Barwidth is the columns inside a
-/// bar's brackets.
+/// The lines for people: what is used of the computer, then one row per client process. barWidth is the columns inside
+/// a bar's brackets.
 std::vector<std::string> DescribeWorkTable(
     const qxm::WorkTableView& view, const HostCapacity& host, TopOrder order, unsigned barWidth = 40);
 

@@ -6,6 +6,7 @@
 #include "runtime/Utf8.h"
 #include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/ExitCode.h"
+#include "tools/qx/Explanation.h"
 #include "tools/qx/Json.h"
 #include "tools/qx/Program.h"
 #include "tools/qx/Table.h"
@@ -58,13 +59,16 @@ void PrintJson(const std::string& service, const qxm::ExpectedUsage& usage, cons
 void PrintText(const std::string& service, const qxm::ExpectedUsage& usage, const qxm::LocalLimits& limits)
 {
     const std::string told = usage.numberOfProcessorsToUse == 0
-        ? "not told how many processors to use"
-        : "told to use " + std::to_string(usage.numberOfProcessorsToUse) + " processors";
-    std::cout << "A call of '" << qx::Printable(service) << "' is " << told << " and expected to need\n";
+        ? "is not told how many processors to use"
+        : "is told to use " + std::to_string(usage.numberOfProcessorsToUse) + " processors";
+    std::cout << "A call of '" << qx::Printable(service) << "' is expected to need the following, and " << told
+              << ".\n";
     qx::Table table({{""}, {"expected", qx::Table::Alignment_Right}, {"limit", qx::Table::Alignment_Right}});
     table.AddRow({"processors", qx::FormatNumber(usage.processors), qx::FormatNumber(limits.processors)});
     table.AddRow({"memory in MB", qx::FormatNumber(usage.memoryInMB), qx::FormatNumber(limits.memoryInMB)});
     table.Print();
+    if (usage.processors > limits.processors || usage.memoryInMB > limits.memoryInMB)
+        std::cout << "That is more than the limit: the call runs here only while nothing else does.\n";
     if (usage.addressSpaceExcessInMB > 0)
         std::cout << "The memory exceeds the servant's address space by "
                   << qx::FormatNumber(usage.addressSpaceExcessInMB) << " MB.\n";
@@ -72,17 +76,20 @@ void PrintText(const std::string& service, const qxm::ExpectedUsage& usage, cons
 
 int ShowUsage(const Options& options)
 {
-    qxm::ConnectorConfiguration connector = options.connector.Connector();
-    connector.kind = qxm::ConnectorKind::Local; // what a call needs here does not depend on who asks
-    const qxm::Configuration configuration = qx::ReadConfigurationOf(connector);
-    const std::wstring name = qpr::FromUtf8(options.service);
-    const auto service = configuration.services.find(name);
-    if (service == configuration.services.end())
-        throw qpr::RuntimeError(L"Service '" + name + L"' not available on local computer");
-
-    const qxm::LocalLimits limits = LimitsOf(options, connector.localExecution);
-    const qxm::ExpectedUsage usage = qxm::ComputeExpectedUsage(
-        *service->second, qx::ParseKeyValues(options.attributes), limits, connector.localExecution.maxLocalServants);
+    qx::Situation situation{
+        qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes), options.connector.Connector()};
+    situation.connector.kind = qxm::ConnectorKind::Local; // what a call needs here does not depend on who asks
+    situation.configuration = qx::ReadConfigurationOf(situation.connector);
+    const qxm::LocalExecutionSettings& settings = situation.connector.localExecution;
+    const qxm::LocalLimits limits = LimitsOf(options, settings);
+    const qxm::ExpectedUsage usage = qx::Explaining(situation,
+        [&]
+        {
+            const auto service = situation.configuration.services.find(situation.service);
+            if (service == situation.configuration.services.end())
+                throw qpr::RuntimeError(L"Service '" + situation.service + L"' not available on local computer");
+            return qxm::ComputeExpectedUsage(*service->second, situation.attributes, limits, settings.maxLocalServants);
+        });
     options.json ? PrintJson(options.service, usage, limits) : PrintText(options.service, usage, limits);
     return qx::ExitCode_Done;
 }
@@ -97,7 +104,8 @@ void qx::AddUsageCommand(Program& program)
         [options] { return ShowUsage(*options); });
     options->connector.AddTo(command);
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
-    command.add_option("KEY=VALUE", options->attributes, "Attributes of the request")->type_name("");
+    command.add_option("KEY=VALUE", options->attributes, "Attributes of the request, for the service's formulas")
+        ->type_name("");
     command.add_option("--processors", options->processors, "Suppose a computer with this many processors")
         ->check(AtLeastOne(options->processors))
         ->type_name("N");

@@ -47,6 +47,14 @@ int Log(qxservant::Connection& connection)
     return 0;
 }
 
+/// Gives its data whole, and fails.
+int Fail(qxservant::Connection& connection)
+{
+    connection.Output() << "data\n";
+    connection.Log() << "no luck\x1b[2J";
+    return 3;
+}
+
 int Hang(qxservant::Connection& connection)
 {
     connection.Log() << "hanging" << std::endl;
@@ -71,6 +79,7 @@ int main(int argc, char** argv)
             {L"AnswerFirst", AnswerFirst},
             {L"FirstLine", FirstLine},
             {L"Log", Log},
+            {L"Fail", Fail},
             {L"Hang", Hang},
             {L"Where", Where},
             {L"Here", Where},

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "config/Configuration.h"
+#include "config/ConnectorSettings.h"
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace qxmi
+{
+class IServiceConnectionW;
+}
+
+namespace qx
+{
+
+/// What is known around an error of the library. Fields that do not apply stay empty.
+struct Situation
+{
+    std::wstring service = {};
+    std::map<std::wstring, std::wstring> attributes = {};
+    qxm::ConnectorConfiguration connector = {};
+    qxm::Configuration configuration = {};
+};
+
+/// An error in the user's terms: the object and the remedy first. The library's own text is kept for --verbose.
+class ExplainedError : public std::runtime_error
+{
+public:
+    ExplainedError(const std::string& text, std::string inside)
+        : std::runtime_error(text)
+        , m_inside(std::move(inside))
+    {
+    }
+
+    /// The library's own text; empty when what() is just that.
+    const std::string& Inside() const noexcept { return m_inside; }
+
+private:
+    std::string m_inside;
+};
+
+/// Says in the user's terms what a text of the library means. The library's texts are fixed, so they are recognised as
+/// a whole; one that already names object and remedy, or is not known, stays as it is. All texts are UTF-8.
+ExplainedError Explain(const std::string& libraryText, const Situation& situation = {});
+
+/// Calls the library; what it throws is explained.
+template <class Function>
+auto Explaining(const Situation& situation, const Function& function)
+{
+    try
+    {
+        return function();
+    }
+    catch (const std::exception& error)
+    {
+        throw Explain(error.what(), situation);
+    }
+}
+
+/// "<host>:<port>" as configured.
+std::string DistributorAddress(const Situation& situation);
+
+/// The system's description at the end of a library's error text, "No such file or directory".
+std::string SystemDescriptionIn(const std::string& libraryText);
+
+/// "servant '<path>'" of one that this computer offers; else the servant by its service and distributor.
+std::string DescribeServant(const Situation& situation, bool isLocal);
+
+/// Waits for a servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
+/// when it ended well or nobody knows.
+std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation);
+
+/// "; did you mean 'X'?" with the nearest of these names; empty when none is near.
+std::string NearestNameHint(const std::wstring& name, const std::vector<std::wstring>& known);
+
+} // namespace qx
