@@ -119,7 +119,7 @@ int main(int argc, char** argv)
 {
     Options options;
     options.connector = DefaultConnector();
-    CLI::App commandLine("Renders a picture of the Mandelbrot set, a service call a tile.");
+    CLI::App commandLine("Renders a picture of the Mandelbrot set, with one service call per tile.");
     AddOptions(commandLine, options);
     CLI11_PARSE(commandLine, argc, argv);
     try

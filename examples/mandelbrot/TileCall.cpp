@@ -1,5 +1,6 @@
 #include "TileCall.h"
 
+#include <filesystem>
 #include <stdexcept>
 
 namespace mandelbrot
@@ -27,7 +28,10 @@ void TileCall::Wait()
     std::string text =
         "tile at " + std::to_string(m_order.tile.left) + ", " + std::to_string(m_order.tile.top) + ": " + m_problem;
     if (!m_log.empty())
-        text += "\nIts log: " + std::string(m_log.begin(), m_log.end());
+    {
+        const std::u8string log = std::filesystem::path(m_log).u8string();
+        text += "\nIts log: " + std::string(log.begin(), log.end());
+    }
     throw std::runtime_error(text);
 }
 
