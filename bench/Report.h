@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-/// How every benchmark prints: one line a comparison, its figure beside the peer's from the same run, their ratio and
+/// How every benchmark prints: one line per comparison, its figure beside the peer's from the same run, their ratio and
 /// the ratio to reach.
 namespace bench
 {
