@@ -28,7 +28,7 @@ TEST_F(FormulaTest, ExprEvaluatesWhatItCan)
             {0, "read as   gt(float I, 0)\ntype      bool\nvariable  string S\nvalue     false\n", ""}},
         {{L"--type", L"string", L"A", L"A=x y"},
             {0, "read as   string A\ntype      string\nvariable  string A\nvalue     'x y'\n", ""}},
-        {{L"A + B", L"A=1"}, {1, "", "qx: Missing definition for helper variable 'B'\n"}},
+        {{L"A + B", L"A=1"}, {1, "", "qx: the formula needs a value for 'B'\n"}},
         {{L"--helpers", L"A = 1", L"A"}, {1, "", "qx: Expected ; at end of helpers\n"}},
         {{L"A + 1", L"A=x"}, {1, "", "qx: Invalid A string 'x': value is not a float.\n"}},
         {{L"A + 1", L"B=1"}, {2, "", "qx: nothing uses the name 'B'\n"}},
