@@ -43,14 +43,13 @@ TEST_F(CallTest, FailsWithItsServantAndBeginsALine)
     const std::string error =
         "qx: servant '" + qpr::ToUtf8(test::ProgramPath(L"qx-test-servant")) + "' ended with exit code 3\n";
     EXPECT_EQ(Run({L"call", L"Fail"}), (ProgramEnd{1, "data\n", "no luck\x1b[2J\n" + error}));
-    EXPECT_EQ(Run({L"call", L"--log", directory.PathOf("log"), L"Fail"}),
-        (ProgramEnd{1, "data\n", error + "no luck\x1b[2J"}));
+    EXPECT_EQ(Run({L"call", L"--log", directory.PathOf("log"), L"Fail"}), (ProgramEnd{1, "data\n", error}));
 
     const std::wstring input = directory.Write("in", "");
     const ProgramEnd batch = Run({L"batch", L"--service", L"Fail", L"--output-dir", directory.PathOf("out"), input});
     EXPECT_EQ(batch.exitCode, 1u);
     EXPECT_EQ(
-        batch.errors.find("qx: " + qpr::ToUtf8(input) + ": " + error.substr(4) + "no luck\x1b[2J\n0 done, 1 failed"),
+        batch.errors.find("qx: " + qpr::ToUtf8(input) + ": " + error.substr(4) + "no luck\\x1B[2J\n0 done, 1 failed"),
         0u)
         << batch;
     EXPECT_FALSE(std::filesystem::exists(directory.Path() / "out" / "in.out"));

@@ -104,7 +104,7 @@ void Batch::ReportFailure(const BatchCall& call)
 {
     const ExplainedError& problem = call.Problem().value();
     m_program.Report(ExplainedError(call.Record().name + ": " + problem.what(), problem.Inside()));
-    m_program.Errors().WriteLog(call.LastLogLines());
+    m_program.Errors().WriteQuote(call.LastLogLines());
 }
 
 void Batch::CancelIfInterrupted()

@@ -3,6 +3,22 @@
 namespace qx
 {
 
+namespace
+{
+
+constexpr std::size_t maxTailLength = 2000;
+
+}
+
+void LogTail::Append(std::wstring_view piece)
+{
+    m_text += piece;
+    if (m_text.size() <= maxTailLength)
+        return;
+    m_text.erase(0, m_text.size() - maxTailLength);
+    m_text.erase(0, m_text.find(L'\n') + 1); // the rest of a line cut; nothing when the tail is one long line
+}
+
 BatchCall::BatchCall(const BatchItem& item, const Situation& situation, IBatchListener& listener)
     : ServiceRequest(situation.service, situation.attributes)
     , m_item(item)

@@ -2,7 +2,6 @@
 
 #include "tools/qx/BatchPlan.h"
 #include "tools/qx/ByteFile.h"
-#include "tools/qx/CallLog.h"
 #include "tools/qx/CallWaiter.h"
 #include "tools/qx/Exchange.h"
 #include "tools/qx/Explanation.h"
@@ -20,6 +19,17 @@ namespace qx
 {
 
 class BatchCall;
+
+/// The last lines of a log, for the report of a call that failed.
+class LogTail
+{
+public:
+    void Append(std::wstring_view piece);
+    const std::wstring& Text() const noexcept { return m_text; }
+
+private:
+    std::wstring m_text;
+};
 
 /// Hears of the calls of a batch, on any thread. Must not call back into the library.
 class IBatchListener

@@ -189,7 +189,6 @@ int Call(const Options& options, qx::Program& program)
     }
     ThrowIfCancelled(end, options.timeout);
     program.Report(qx::Explain(request.ErrorText(), situation));
-    errors.WriteLog(log.Tail());
     return qx::ExitCode_Failed;
 }
 

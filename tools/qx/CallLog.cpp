@@ -11,22 +11,6 @@
 namespace qx
 {
 
-namespace
-{
-
-constexpr std::size_t maxTailLength = 2000;
-
-}
-
-void LogTail::Append(std::wstring_view piece)
-{
-    m_text += piece;
-    if (m_text.size() <= maxTailLength)
-        return;
-    m_text.erase(0, m_text.size() - maxTailLength);
-    m_text.erase(0, m_text.find(L'\n') + 1); // the rest of a line cut; nothing when the tail is one long line
-}
-
 CallLog::CallLog(std::string fileName, StandardError& errors)
     : m_errors(errors)
     , m_fileName(std::move(fileName))
@@ -44,7 +28,6 @@ void CallLog::Write(const wchar_t* text, std::size_t length)
     if (m_fileName.empty())
         return m_errors.WriteLog({text, length});
     m_file << qpr::ToUtf8({text, length}) << std::flush;
-    m_tail.Append({text, length});
 }
 
 void CallLog::Close()

@@ -41,6 +41,14 @@ void StandardError::WriteLog(std::wstring_view piece)
     m_isWithinLine = !piece.ends_with(L'\n');
 }
 
+void StandardError::WriteQuote(std::wstring_view lines)
+{
+    if (lines.ends_with(L'\n'))
+        lines.remove_suffix(1);
+    if (!lines.empty())
+        WriteLine(qpr::ToUtf8(qpr::PrintableLines(lines)));
+}
+
 void StandardError::WriteLine(std::string_view line)
 {
     const qpr::ScopedLock lock(m_lock);

@@ -24,6 +24,9 @@ public:
     /// A piece of a call's log; it may begin and end within a line.
     void WriteLog(std::wstring_view piece);
 
+    /// Lines of a log in the report of an error: printable everywhere.
+    void WriteQuote(std::wstring_view lines);
+
     /// A line of its own, without its line end.
     void WriteLine(std::string_view line);
 

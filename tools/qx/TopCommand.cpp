@@ -8,6 +8,7 @@
 #include "tools/qx/Screen.h"
 #include "tools/qx/TopView.h"
 
+#include <algorithm>
 #include <array>
 #include <iostream>
 #include <memory>
@@ -80,6 +81,13 @@ bool TakeKeys(qpr::TerminalKeys& keys, qx::TopOrder& order)
     return true;
 }
 
+/// The figures beside a bar stay visible on a narrow terminal.
+unsigned BarWidth(unsigned columns)
+{
+    constexpr unsigned figures = 34;
+    return std::clamp(columns > figures ? columns - figures : 0, 8u, 40u);
+}
+
 int ShowLive()
 {
     const qpr::InterruptSignal interrupt;
@@ -90,7 +98,8 @@ int ShowLive()
     const std::array objects = {interrupt.Object(), keys.Object()};
     while (true)
     {
-        screen.Draw(qx::DescribeWorkTable(qxm::LookAtWorkTable(), host, order), keysHelp);
+        const unsigned barWidth = BarWidth(qpr::GetTerminalSize().columns);
+        screen.Draw(qx::DescribeWorkTable(qxm::LookAtWorkTable(), host, order, barWidth), keysHelp);
         const int signalled = qpr::Thread::TryWaitForAnyObject(objects, L"qx::Top", refreshMs);
         if (signalled == 0)
             throw qx::Interrupted();
