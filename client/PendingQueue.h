@@ -4,28 +4,21 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <list>
-#include <map>
+#include <limits>
+#include <vector>
 
 namespace QxClient
 {
 
 class ServiceCallBase;
 
-/// The queued calls of a connector, in arrival order. Calls of equal needs stand in one lane, so that a walk asks once
-/// per kind of call and not once per call: 100,000 alike calls that are refused cost one question.
+/// The queued calls of a connector, in arrival order: the leaves of a binary tree whose nodes know the least that any
+/// call below them needs, and what those calls need together. A walk asks about a node before it looks below it, so
+/// that 100,000 calls that are refused, alike or all different, mostly cost one question.
 ///
 /// Not thread safe; the caller holds the connector's lock. Owns no call.
 class PendingQueue
 {
-    struct Entry
-    {
-        ServiceCallBase* call; // not owned: a call leaves the queue before it ends
-        std::uint64_t arrival;
-    };
-    using Lane = std::list<Entry>;
-    using Lanes = std::map<CallNeeds, Lane>;
-
 public:
     /// The sums that a connector publishes of its queue: of the calls that can run locally.
     struct LocalSum
@@ -44,21 +37,21 @@ public:
     private:
         friend class PendingQueue;
         bool m_queued = false;
-        Lanes::iterator m_lane;
-        Lane::iterator m_entry;
+        std::size_t m_leaf = 0;
     };
 
-    /// Appends the call at the tail. The place stays the call's and must not move.
+    /// Appends the call at the tail. The place stays the call's and must not move. Ends all walks.
     void Append(ServiceCallBase& call, const CallNeeds& needs, Place& place);
 
     /// Does nothing for a call that is not queued.
-    void Remove(Place& place);
+    void Remove(Place& place) noexcept;
 
-    bool IsEmpty() const noexcept { return m_count == 0; }
-    const LocalSum& SumOfLocal() const noexcept { return m_localSum; }
+    bool IsEmpty() const noexcept { return m_nodes[root].count == 0; }
+    const LocalSum& SumOfLocal() const noexcept { return m_nodes[root].localSum; }
 
     /// A walk from the head: each Next names the first call, not before the last one named, whose needs the predicate
-    /// admits; null at the end. Calls may be removed between two steps.
+    /// admits; null at the end. A predicate that admits some needs admits lesser ones too. It may look at the amounts
+    /// of calls that can run locally. Calls may be removed between two steps.
     class Walk
     {
     public:
@@ -70,30 +63,58 @@ public:
         template <class Predicate>
         ServiceCallBase* Next(Predicate admits)
         {
-            for (auto head = m_queue.m_heads.lower_bound(m_position); head != m_queue.m_heads.end(); ++head)
+            while (m_node != end)
             {
-                if (admits(head->second->first))
-                {
-                    m_position = head->first;
-                    return m_queue.FirstOf(head->second);
-                }
+                const Node& node = m_queue.m_nodes[m_node];
+                if (node.count == 0 || !admits(node.least))
+                    m_node = NextAfter(m_node);
+                else if (m_node < m_queue.m_leaves.size())
+                    m_node *= 2;
+                else
+                    return m_queue.m_leaves[m_node - m_queue.m_leaves.size()].call;
             }
             return nullptr;
         }
 
     private:
+        static constexpr std::size_t end = 0;
+
+        /// The node right of this one and of all below it.
+        static std::size_t NextAfter(std::size_t node) noexcept
+        {
+            while (node % 2 == 1)
+                node /= 2;
+            return node == end ? end : node + 1;
+        }
+
         const PendingQueue& m_queue;
-        std::uint64_t m_position = 0;
+        std::size_t m_node = root;
     };
 
 private:
-    ServiceCallBase* FirstOf(Lanes::iterator lane) const;
+    static constexpr std::size_t root = 1;
 
-    Lanes m_lanes;
-    std::map<std::uint64_t, Lanes::iterator> m_heads; // the lanes by the arrival number of their first call
-    std::uint64_t m_nextArrival = 1;
-    std::size_t m_count = 0;
-    LocalSum m_localSum;
+    struct Node
+    {
+        std::uint32_t count = 0; ///< of calls below it
+        CallNeeds least = {
+            std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(), false, false};
+        LocalSum localSum;
+    };
+
+    struct Leaf
+    {
+        ServiceCallBase* call = nullptr; ///< not owned: a call leaves the queue before it ends
+        Place* place = nullptr; ///< null: the call has left
+    };
+
+    static Node Join(const Node& left, const Node& right) noexcept;
+    void UpdateAbove(std::size_t node) noexcept;
+    void MakeRoom();
+
+    std::vector<Node> m_nodes = std::vector<Node>(2); ///< children of i: 2i and 2i+1; the leaves' come last
+    std::vector<Leaf> m_leaves = std::vector<Leaf>(1); ///< as many as there is room for: a power of two
+    std::size_t m_tail = 0; ///< the leaf that the next call gets
 };
 
 } // namespace QxClient

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <algorithm>
+#include <deque>
+#include <random>
 #include <vector>
 
 namespace
@@ -25,51 +27,63 @@ std::size_t NumberOf(ServiceCallBase* call)
     return reinterpret_cast<std::size_t>(call) / 16;
 }
 
-TEST(PendingQueue, WalksInArrivalOrderAndAsksOnceForCallsOfEqualNeeds)
+TEST(PendingQueue, WalksLikeASearchOfAListAndSumsLikeOne)
 {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const std::vector<CallNeeds> needs{{3, 1}, {1, 1}, {3, 1}, {nan, 1}, {1, 1}, {3, 1}};
-    std::vector<PendingQueue::Place> places(needs.size());
+    std::mt19937 random(1);
+    std::vector<CallNeeds> needs;
+    std::deque<PendingQueue::Place> places;
     PendingQueue queue;
-    for (std::size_t i = 0; i < needs.size(); ++i)
-        queue.Append(CallNumber(i + 1), needs[i], places[i]);
-
-    int asked = 0;
-    const auto smallOnes = [&](const CallNeeds& n)
+    for (int round = 0; round < 3000; ++round)
     {
-        ++asked;
-        return n.processors == 1;
-    };
-    PendingQueue::Walk walk(queue);
-    std::vector<std::size_t> seen;
-    while (ServiceCallBase* call = walk.Next(smallOnes))
-    {
-        seen.push_back(NumberOf(call));
-        queue.Remove(places[seen.back() - 1]);
+        const bool isFilling = round / 500 % 2 == 0;
+        if (random() % 4 < (isFilling ? 3U : 1U))
+        {
+            needs.push_back({static_cast<float>(random() % 8), static_cast<float>(random() % 8), random() % 4 != 0});
+            queue.Append(CallNumber(needs.size()), needs.back(), places.emplace_back());
+        }
+        const CallNeeds limit{static_cast<float>(random() % 8), static_cast<float>(random() % 8)};
+        const auto fits = [&](const CallNeeds& call)
+        { return call.canRunLocally && call.processors <= limit.processors && call.memoryInMB <= limit.memoryInMB; };
+        PendingQueue::LocalSum sum;
+        std::vector<std::size_t> expected, found;
+        for (std::size_t i = 0; i < needs.size(); ++i)
+        {
+            if (!places[i].IsQueued())
+                continue;
+            if (needs[i].canRunLocally)
+                sum = {sum.calls + 1, sum.processors + needs[i].processors, sum.memoryInMB + needs[i].memoryInMB};
+            if (fits(needs[i]))
+                expected.push_back(i + 1);
+        }
+        EXPECT_EQ(queue.SumOfLocal().calls, sum.calls);
+        EXPECT_EQ(queue.SumOfLocal().processors, sum.processors);
+        EXPECT_EQ(queue.SumOfLocal().memoryInMB, sum.memoryInMB);
+        expected.resize(std::min<std::size_t>(expected.size(), 3));
+        PendingQueue::Walk walk(queue);
+        while (ServiceCallBase* call = found.size() < 3 ? walk.Next(fits) : nullptr)
+        {
+            found.push_back(NumberOf(call));
+            queue.Remove(places[found.back() - 1]);
+            queue.Remove(places[found.back() - 1]); // no longer there
+        }
+        ASSERT_EQ(found, expected) << round;
     }
-    EXPECT_EQ(seen, (std::vector<std::size_t>{2, 5}));
-    EXPECT_LE(asked, 5);
-
-    queue.Remove(places[0]);
-    PendingQueue::Walk rest(queue);
-    EXPECT_EQ(NumberOf(rest.Next([](const CallNeeds&) { return true; })), 3u);
 }
 
-TEST(PendingQueue, SumsTheCallsThatCanRunHereAndForgetsRoundingWhenEmpty)
+TEST(PendingQueue, AsksOnceForAnyNumberOfCallsThatAreAllRefused)
 {
+    std::vector<PendingQueue::Place> places(1000);
     PendingQueue queue;
-    std::vector<PendingQueue::Place> places(3);
-    queue.Append(CallNumber(1), {0.1f, 1e9f, true}, places[0]);
-    queue.Append(CallNumber(2), {0.2f, 0.001f, true}, places[1]);
-    queue.Append(CallNumber(3), {7, 7, false}, places[2]);
-    EXPECT_EQ(queue.SumOfLocal().calls, 2u);
-    EXPECT_FLOAT_EQ(static_cast<float>(queue.SumOfLocal().processors), 0.3f);
-    queue.Remove(places[0]);
-    queue.Remove(places[1]);
-    queue.Remove(places[1]); // no longer there
-    EXPECT_FALSE(queue.IsEmpty());
-    EXPECT_EQ(queue.SumOfLocal().processors, 0);
-    EXPECT_EQ(queue.SumOfLocal().memoryInMB, 0);
+    for (std::size_t i = 0; i < places.size(); ++i)
+        queue.Append(CallNumber(i + 1), {1 + static_cast<float>(i), 2000 - static_cast<float>(i)}, places[i]);
+    int asked = 0;
+    const auto refuses = [&asked](const CallNeeds& least)
+    {
+        ++asked;
+        return least.processors < 1;
+    };
+    EXPECT_EQ(PendingQueue::Walk(queue).Next(refuses), nullptr);
+    EXPECT_EQ(asked, 1);
 }
 
 TEST(LocalAdmission, FollowsItsRules)
