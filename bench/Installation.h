@@ -56,7 +56,7 @@ public:
     }
 
     void GetServiceName(std::wstring& name) override { name = m_service; }
-    void GetServiceRequestAttributes(std::map<std::wstring, std::wstring>&) override { }
+    void GetServiceRequestAttributes(std::map<std::wstring, std::wstring>& asked) override { asked = attributes; }
     void Execute(qxmi::IServiceConnectionW& connection) override
     {
         if (m_conversation)
@@ -72,6 +72,8 @@ public:
     }
     void WriteLog(const wchar_t*, std::size_t) override { }
 
+    std::map<std::wstring, std::wstring> attributes; ///< of the calls that are created from now on
+
 private:
     const std::wstring m_service;
     const Conversation m_conversation;
@@ -84,7 +86,8 @@ inline std::filesystem::path ProgramPath(const char* name)
     return std::filesystem::canonical("/proc/self/exe").parent_path() / name;
 }
 
-/// A configuration file that offers services of one servant, a program of this build.
+/// A configuration file that offers services of one servant, a program of this build, and one more, Varied, whose calls
+/// need what their attributes P and M say.
 class Installation
 {
 public:
@@ -101,7 +104,9 @@ public:
              << std::filesystem::relative(ProgramPath(servant), m_directory).string() << "'><Services>";
         for (const char* service : services)
             file << "<Service Name='" << service << "'/>";
-        file << "</Services></Servant></Servants></QxConfiguration>";
+        file << "<Service Name='Varied'><ExpectedProcessorUsage>P</ExpectedProcessorUsage>"
+                "<ExpectedMemoryUsageInMB>M</ExpectedMemoryUsageInMB></Service></Services></Servant></Servants></"
+                "QxConfiguration>";
     }
     ~Installation()
     {

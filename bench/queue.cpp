@@ -79,6 +79,8 @@ struct CallCosts
     std::vector<double> wallPerCall; ///< of starting and ending, by the wall clock
     std::vector<double> cancel;
     std::vector<double> look; ///< a look at the queue, not a call
+    std::vector<double> lookAtVaried; ///< the same where no two calls need the same
+    std::vector<double> cancelVaried;
     double bytes = 0;
 };
 
@@ -128,7 +130,7 @@ class OtherProcess
 public:
     explicit OtherProcess(const std::wstring& table)
         : m_table(qxm::WorkTable::ScopeMode_PreferExistingGlobal, bench::Installation::TableNamed(table))
-        , m_jobManager(m_table)
+        , m_row(m_table)
     {
     }
 
@@ -138,7 +140,7 @@ public:
         {
             {
                 qxm::WorkTable::Lock lock(m_table);
-                m_jobManager.Publish(lock, {{1, 1, static_cast<float>(i % 2)}, {}});
+                m_row.Publish(lock, {{1, 1, static_cast<float>(i % 2)}, {}});
             }
             std::this_thread::sleep_for(std::chrono::microseconds(50)); // the look at it is to be one of its own
         }
@@ -146,7 +148,7 @@ public:
 
 private:
     qxm::WorkTable m_table;
-    qxm::WorkTable::JobManager m_jobManager;
+    qxm::WorkTable::JobManager::RowInWorkTable m_row;
 };
 
 /// Calls that cannot start beside a long call, while another process's changes make the connector look at them.
@@ -160,9 +162,20 @@ void MeasureRefusals(const bench::Installation& installation, int count, CallCos
     OtherProcess other(table);
     bench::Request request(L"Echo");
     LongCall longCall(*connector);
-    const Calls calls = Create(*connector, request, count);
+    Calls calls = Create(*connector, request, count);
     costs.look.push_back(ProcessorSecondsOf([&] { other.Change(changes); }) / changes);
     costs.cancel.push_back(ProcessorSecondsOf([&] { connector->CancelServiceCalls(calls); }) / count);
+    Release(calls);
+
+    bench::Request varied(L"Varied");
+    calls.clear();
+    for (int i = 0; i < count; ++i)
+    {
+        varied.attributes = {{L"P", std::to_wstring(1 + i % 1000)}, {L"M", std::to_wstring(1 + i)}};
+        calls.push_back(connector->CreateServiceCall(varied));
+    }
+    costs.lookAtVaried.push_back(ProcessorSecondsOf([&] { other.Change(changes); }) / changes);
+    costs.cancelVaried.push_back(ProcessorSecondsOf([&] { connector->CancelServiceCalls(calls); }) / count);
     Release(calls);
 }
 
@@ -202,7 +215,9 @@ int main()
     bool ok = CompareLengths("create a call", costs, &CallCosts::create);
     ok &= CompareLengths("start a call and see it end", costs, &CallCosts::startAndEnd);
     ok &= CompareLengths("look at the queue, nothing fits", costs, &CallCosts::look);
+    ok &= CompareLengths("the same, all calls different", costs, &CallCosts::lookAtVaried);
     ok &= CompareLengths("cancel a queued call", costs, &CallCosts::cancel);
+    ok &= CompareLengths("the same, all calls different", costs, &CallCosts::cancelVaried);
     for (std::size_t i = 0; i < queueLengths.size(); ++i)
     {
         const std::string what = "memory of a call, " + std::to_string(queueLengths[i]) + " queued";

@@ -3,6 +3,7 @@
 #include "client/HybridServiceConnector.h"
 #include "client/ICallExecutor.h"
 #include "runtime/Errors.h"
+#include "worktable/WorkSum.h"
 
 #include <string>
 
@@ -54,7 +55,8 @@ void HybridServiceCall::LogDecision(std::wstring_view text)
 
 CallNeeds HybridServiceCall::Needs() const
 {
-    return {m_usage.processors, m_usage.memoryInMB, CanRunLocally(), !m_hasFailedOnNetwork};
+    return {qxm::SaneAmount(m_usage.processors), qxm::SaneAmount(m_usage.memoryInMB), CanRunLocally(),
+        !m_hasFailedOnNetwork};
 }
 
 void HybridServiceCall::CarryOut()

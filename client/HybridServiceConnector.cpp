@@ -1,5 +1,7 @@
 #include "client/HybridServiceConnector.h"
 
+#include "worktable/WorkSum.h"
+
 #include <utility>
 
 namespace QxClient
@@ -33,7 +35,7 @@ void HybridServiceConnector::HandleError(const std::exception& error)
     ReportStarterDeath("HybridServiceConnector", error);
 }
 
-void HybridServiceConnector::StartPendingCalls()
+void HybridServiceConnector::MakePass()
 {
     if (!IsRunningLimitReached(ActiveCount()))
     {
@@ -56,10 +58,10 @@ bool HybridServiceConnector::StartOneOnNetwork()
         if (Start(call))
         {
             m_waiting = &call;
-            PublishChange();
+            PublishChangeLater();
             return true;
         }
-        PublishChange();
+        PublishChangeLater();
     }
     return false;
 }
@@ -72,7 +74,15 @@ void HybridServiceConnector::SwitchWaitingCallIfAdmitted()
     if (!period.Admits(m_waiting->Needs(), m_runningLocally.Count()))
         return;
     MoveTo(m_runningLocally, *m_waiting);
-    period.Publish(Record(), WhomToWake());
+    try
+    {
+        period.Publish(Record(), WhomToWake());
+    }
+    catch (...)
+    {
+        Unlink(*m_waiting); // it goes on waiting
+        throw;
+    }
     m_switchEvent.Signal();
 }
 
@@ -137,8 +147,8 @@ qxm::WorkRecord HybridServiceConnector::Record() const
     {
         const CallNeeds needs = m_waiting->Needs();
         ++record.pending.jobs;
-        record.pending.processors += needs.processors;
-        record.pending.memoryInMB += needs.memoryInMB;
+        record.pending.processors = qxm::SaneAmount(record.pending.processors + needs.processors);
+        record.pending.memoryInMB = qxm::SaneAmount(record.pending.memoryInMB + needs.memoryInMB);
     }
     return record;
 }

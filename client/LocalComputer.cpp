@@ -5,13 +5,20 @@
 namespace QxClient
 {
 
+namespace
+{
+
+constexpr std::uint32_t lookIntervalMs = 1000;
+
+} // namespace
+
 LocalComputer::LocalComputer(qxm::ServicesMap services, const qxm::HostDescription& host,
     const qxm::LocalExecutionSettings& settings, const qxm::WorkTableOptions& tableOptions)
     : m_services(std::move(services))
     , m_settings(settings)
     , m_limits(host.cpuCount, host.memorySizeInMB, settings)
     , m_table(qxm::WorkTable::ScopeMode_PreferExistingGlobal, tableOptions)
-    , m_jobManager(m_table)
+    , m_row(m_table)
 {
 }
 
@@ -27,6 +34,18 @@ qxm::ExpectedUsage LocalComputer::ComputeUsage(
     return ComputeExpectedUsage(service, attributes, m_limits, m_settings.maxLocalServants);
 }
 
+void LocalComputer::WaitForChange()
+{
+    try
+    {
+        m_row.WaitForTrigger(m_row.HasPendingWork() ? lookIntervalMs : qpr::Infinite);
+    }
+    catch (const qpr::TimeoutException&)
+    {
+        m_row.TryHeartbeat();
+    }
+}
+
 void LocalComputer::Publish(const qxm::WorkRecord& record, Wake wake)
 {
     qxm::WorkTable::Lock lock(m_table);
@@ -35,8 +54,8 @@ void LocalComputer::Publish(const qxm::WorkRecord& record, Wake wake)
 
 void LocalComputer::Publish(qxm::WorkTable::Lock& lock, const qxm::WorkRecord& record, Wake wake)
 {
-    if (!m_jobManager.Publish(lock, record, wake) && wake == Wake::All)
-        m_jobManager.SignalTrigger();
+    if (!m_row.Publish(lock, record, wake) && wake == Wake::All)
+        m_row.SignalTrigger();
 }
 
 void LocalComputer::PublishLater(const qxm::WorkRecord& record, Wake wake) noexcept
@@ -48,7 +67,7 @@ void LocalComputer::PublishLater(const qxm::WorkRecord& record, Wake wake) noexc
     }
     catch (...)
     {
-        m_jobManager.PublishAtNextHeartbeat(record);
+        m_row.PublishAtNextHeartbeat(record);
     }
 }
 
@@ -56,7 +75,7 @@ LocalComputer::AdmissionPeriod::AdmissionPeriod(LocalComputer& computer)
     : m_computer(computer)
     , m_lock(computer.m_table)
 {
-    const qxm::Work active = computer.m_jobManager.SumActiveWork(m_lock);
+    const qxm::Work active = computer.m_row.SumActiveWork(m_lock);
     m_load = {active.jobs, active.processors, active.memoryInMB};
 }
 

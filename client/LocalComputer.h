@@ -7,7 +7,7 @@
 #include "config/ExpectedUsage.h"
 #include "config/HostDescription.h"
 #include "protocol/ServiceRequestAttributes.h"
-#include "worktable/JobManager.h"
+#include "worktable/RowInWorkTable.h"
 #include "worktable/WorkTable.h"
 
 #include <cstddef>
@@ -32,10 +32,12 @@ public:
         const qxm::LocalServiceInfo& service, const qxm::ServiceRequestAttributes& attributes) const;
     const qxm::LocalLimits& Limits() const noexcept { return m_limits; }
 
-    /// Waits, interruptibly and without limit, until this or another process has published a change.
-    void WaitForChange() { m_jobManager.WaitForTrigger(); }
+    /// Waits, interruptibly, until this or another process has published a change. While calls wait for room here it
+    /// looks by itself once a second: a process that was killed tells nobody of the room that it leaves.
+    void WaitForChange();
 
-    using Wake = qxm::WorkTable::JobManager::Wake;
+    using Row = qxm::WorkTable::JobManager::RowInWorkTable;
+    using Wake = Row::Wake;
 
     /// Tells all client processes what this connector runs and has waiting. Who is to wake hears of it, this connector
     /// also when nothing has changed.
@@ -66,7 +68,7 @@ private:
     const qxm::LocalExecutionSettings m_settings;
     const qxm::LocalLimits m_limits;
     qxm::WorkTable m_table;
-    qxm::WorkTable::JobManager m_jobManager;
+    Row m_row;
 };
 
 } // namespace QxClient

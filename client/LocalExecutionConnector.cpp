@@ -24,7 +24,7 @@ bool LocalExecutionConnector::StartOneLocally()
     {
         if (Start(*call))
             return true;
-        PublishChange();
+        PublishChangeLater();
     }
     return false;
 }
@@ -52,6 +52,21 @@ ServiceCallBase* LocalExecutionConnector::AdmitNext(PendingQueue::Walk& walk)
         throw;
     }
     return admitted;
+}
+
+void LocalExecutionConnector::StartPendingCalls()
+{
+    try
+    {
+        MakePass();
+    }
+    catch (const qxm::WorkTableCorruption&)
+    {
+        throw;
+    }
+    catch (const std::exception&)
+    {
+    }
 }
 
 void LocalExecutionConnector::WaitForStarterEvent()

@@ -21,6 +21,9 @@ protected:
     LocalComputer& Computer() const noexcept { return *m_computer; }
     ICallExecutor& Executor() const noexcept { return *m_executor; }
 
+    /// One pass over the queue, which the table may end by an exception.
+    virtual void MakePass() QX_REQUIRES(m_lock) = 0;
+
     /// Starts the first queued call that can run here and that there is room for, in local mode. False when there is
     /// none.
     bool StartOneLocally() QX_REQUIRES(m_lock);
@@ -39,6 +42,9 @@ protected:
     }
 
     void WaitForStarterEvent() final;
+
+    /// Survives a table that is not to be had: while calls wait there is another pass within a second.
+    void StartPendingCalls() final QX_REQUIRES(m_lock);
     void PublishChange() final QX_REQUIRES(m_lock);
     void PublishChangeLater() noexcept final QX_REQUIRES(m_lock);
 

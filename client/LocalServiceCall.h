@@ -3,6 +3,7 @@
 #include "client/ServiceCallBase.h"
 #include "config/ExpectedUsage.h"
 #include "config/ServiceInfo.h"
+#include "worktable/WorkSum.h"
 
 namespace QxClient
 {
@@ -18,7 +19,10 @@ public:
     /// What the call will need; to be given before it is queued.
     void SetService(const qxm::LocalServiceInfo& service, const qxm::ExpectedUsage& usage);
 
-    CallNeeds Needs() const override { return {m_usage.processors, m_usage.memoryInMB}; }
+    CallNeeds Needs() const override
+    {
+        return {qxm::SaneAmount(m_usage.processors), qxm::SaneAmount(m_usage.memoryInMB)};
+    }
 
 private:
     void CarryOut() override;

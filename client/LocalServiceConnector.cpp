@@ -32,7 +32,7 @@ void LocalServiceConnector::HandleError(const std::exception& error)
     ReportStarterDeath("LocalServiceConnector", error);
 }
 
-void LocalServiceConnector::StartPendingCalls()
+void LocalServiceConnector::MakePass()
 {
     if (HasWorkForStarter())
         StartOneLocally();

@@ -18,7 +18,7 @@ public:
 
 private:
     void HandleError(const std::exception& error) override;
-    void StartPendingCalls() override QX_REQUIRES(m_lock);
+    void MakePass() override QX_REQUIRES(m_lock);
     bool Leave(ServiceCallBase& call) override QX_REQUIRES(m_lock);
     qxm::WorkRecord Record() const override QX_REQUIRES(m_lock);
     bool HasWorkForStarter() const override QX_REQUIRES(m_lock);

@@ -2,6 +2,7 @@
 
 #include "client/FrameworkLock.h"
 #include "runtime/Errors.h"
+#include "worktable/WorkSum.h"
 
 #include <iostream>
 #include <utility>
@@ -290,8 +291,8 @@ qxm::Work ServiceConnectorBase::SumOf(const CallList& calls)
     {
         const CallNeeds needs = call->Needs();
         ++sum.jobs;
-        sum.processors += needs.processors;
-        sum.memoryInMB += needs.memoryInMB;
+        sum.processors = qxm::SaneAmount(sum.processors + needs.processors);
+        sum.memoryInMB = qxm::SaneAmount(sum.memoryInMB + needs.memoryInMB);
     }
     return sum;
 }
@@ -299,7 +300,7 @@ qxm::Work ServiceConnectorBase::SumOf(const CallList& calls)
 qxm::Work ServiceConnectorBase::PendingWork() const
 {
     const PendingQueue::LocalSum& sum = m_queue.SumOfLocal();
-    return {sum.calls, static_cast<float>(sum.processors), static_cast<float>(sum.memoryInMB)};
+    return {sum.calls, qxm::SaneAmount(sum.processors), qxm::SaneAmount(sum.memoryInMB)};
 }
 
 bool ServiceConnectorBase::IsRunningLimitReached(std::size_t running) const noexcept

@@ -3,10 +3,8 @@
 #include "runtime/Thread.h"
 #include "worktable/SecurityDescriptor.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 
 namespace qpr
@@ -22,10 +20,13 @@ public:
     ProcessEvent(const ProcessEvent&) = delete;
     ProcessEvent& operator=(const ProcessEvent&) = delete;
 
-    /// Throws "Event '<name>' already exists" when some process has the name, else "CreateEvent() failed".
+    /// Throws "Event '<name>' already exists" when the name is taken, else "CreateEvent() failed".
     void Create(const std::wstring& name, const SecurityDescriptor& security);
 
-    /// False when no event has the name. Throws "OpenMutex() failed".
+    /// Create for one who can do with another name: false when this one is taken.
+    bool TryCreate(const std::wstring& name, const SecurityDescriptor& security);
+
+    /// False when no process keeps an event of that name. Throws "OpenMutex() failed".
     bool TryOpen(const std::wstring& name);
 
     /// Never blocks; signalling a signalled event changes nothing. Throws "SetEvent() failed".
@@ -34,31 +35,15 @@ public:
     /// Waits interruptibly and takes the signal. Requires: created by this object. Throws TimeoutException.
     void Wait(std::uint32_t timeoutMs = Infinite);
 
+    /// Whether others can still find it: where names are files somebody may have removed this one.
+    bool HasName() const noexcept;
+
     /// Gives the name free.
     void Close() noexcept;
 
 private:
     struct State;
     std::unique_ptr<State> m_state; // null until created or opened
-};
-
-/// Signals events of other processes by their number in a fixed list of names, at the least cost that does not keep an
-/// event alive. One thread at a time.
-class ProcessEventGroup
-{
-public:
-    /// Throws "OpenMutex() failed".
-    explicit ProcessEventGroup(std::span<const std::wstring> names);
-    ~ProcessEventGroup();
-    ProcessEventGroup(const ProcessEventGroup&) = delete;
-    ProcessEventGroup& operator=(const ProcessEventGroup&) = delete;
-
-    /// Does nothing when no process has created the event, or when it cannot be signalled.
-    void Signal(std::size_t index) noexcept;
-
-private:
-    struct State;
-    std::unique_ptr<State> m_state;
 };
 
 } // namespace qpr

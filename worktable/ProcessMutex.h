@@ -11,7 +11,8 @@ namespace qpr
 {
 
 /// A named lock between processes (and between the threads of one, which may share the object); not recursive, released
-/// by the thread that acquired it. What it guards may be half written after an AbandonedMutexError.
+/// by the thread that acquired it. It goes free when its owner's process ends. What it guards may be half written after
+/// an AbandonedMutexError.
 class ProcessMutex
 {
 public:
@@ -31,6 +32,9 @@ public:
 
     /// Throws "ReleaseMutex() failed" when the calling thread is not the owner.
     void Release();
+
+    /// Whether others can still find it: where names are files somebody may have removed this one.
+    bool HasName() const noexcept;
 
 private:
     struct State;

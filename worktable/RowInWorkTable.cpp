@@ -1,22 +1,28 @@
 #include "worktable/RowInWorkTable.h"
 
-#include "runtime/Errors.h"
 #include "runtime/Panic.h"
 #include "worktable/WorkSum.h"
 
 #include <string>
+#include <utility>
 
 namespace qxm
 {
 
-WorkTable::JobManager::RowInWorkTable::RowInWorkTable(WorkTable& table, std::uint32_t processId)
+using RowInWorkTable = WorkTable::JobManager::RowInWorkTable;
+
+RowInWorkTable::RowInWorkTable(WorkTable& table, std::uint32_t processId)
     : m_table(table)
-    , m_owner{Claim(table, processId), processId}
+    , m_owner{processId, 0}
 {
+    {
+        Lock lock(m_table);
+        const qpr::ScopedLock state(m_mutex);
+        Claim(lock);
+    }
     try
     {
-        const std::size_t index = static_cast<std::size_t>(m_owner.row - table.Content().rows);
-        m_trigger.Create(table.m_names.Trigger(index), table.m_security);
+        m_heartbeat = std::make_unique<qpr::Thread>(*this, "qx heartbeat");
     }
     catch (...)
     {
@@ -25,109 +31,190 @@ WorkTable::JobManager::RowInWorkTable::RowInWorkTable(WorkTable& table, std::uin
     }
 }
 
-WorkTable::JobManager::RowInWorkTable::~RowInWorkTable()
+RowInWorkTable::~RowInWorkTable()
 {
+    m_heartbeat.reset();
     Release();
 }
 
-layout::Row* WorkTable::JobManager::RowInWorkTable::Claim(WorkTable& table, std::uint32_t processId)
+/// The trigger decides and not what the rows say: a row whose owner keeps it is left alone, also when the owner has not
+/// been seen for long.
+void RowInWorkTable::Claim(Lock& lock)
 {
-    Lock lock(table);
-    for (layout::Row& row : lock.Content().rows)
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        if (lock.IsInUse(row, nullptr))
+        std::shared_ptr<qpr::ProcessEvent> trigger = lock.TryCreateTrigger(i);
+        if (!trigger)
             continue;
-        row = {.processId = processId, .lastSeenAlive = lock.Now(), .activeWork = {}, .pendingWork = {}};
-        return &row;
+        const std::size_t before = std::exchange(m_owner.row, i);
+        try
+        {
+            Write(lock, m_wanted, lock.Now());
+        }
+        catch (...)
+        {
+            m_owner.row = before;
+            throw;
+        }
+        m_tableId = lock.TableId();
+        m_trigger.swap(trigger);
+        if (trigger)
+            trigger->Signal(); // who waits for it is to wait for the new one
+        return;
     }
-    throw qpr::RuntimeError(L"No row available in QxWorkTable for job manager");
+    throw qpr::RuntimeError(L"No row available in QxWorkTable for job manager" + lock.TriggerObstacle());
 }
 
-void WorkTable::JobManager::RowInWorkTable::Release() noexcept
+/// Makes sure that the row is this job manager's.
+void RowInWorkTable::KeepRow(Lock& lock)
+{
+    if (m_tableId != lock.TableId())
+        return Claim(lock);
+    const std::uint32_t processId = lock.Row(m_owner.row).processId;
+    if (processId == m_owner.processId)
+        return;
+    if (!m_trigger->HasName()) // so that it was taken for a dead one's
+        return Claim(lock);
+    if (processId != 0)
+        throw WorkTableCorruption(L"Work table corruption detected in qxm::JobManagerRow::InUse: process id "
+            + std::to_wstring(processId) + L" does not match expected process id "
+            + std::to_wstring(m_owner.processId));
+    Write(lock, m_wanted, lock.Now()); // taken from one who did not move for long
+}
+
+void RowInWorkTable::Write(Lock& lock, const WorkRecord& record, std::int64_t lastSeenAlive)
+{
+    lock.Write(m_owner.row,
+        {.processId = m_owner.processId,
+            .lastSeenAlive = lastSeenAlive,
+            .activeWork = ToFields(record.active),
+            .pendingWork = ToFields(record.pending)});
+}
+
+void RowInWorkTable::Release() noexcept
 {
     const qpr::NonInterruptibleSection section;
     try
     {
-        const Lock lock(m_table);
-        // Somebody else's by now, if this process was frozen for long.
-        if (IsOwn() || m_owner.row->processId == 0)
-            *m_owner.row = {};
-        // Under the lock still: whoever claims the row next finds the event's name free.
-        m_trigger.Close();
+        Lock lock(m_table);
+        const qpr::ScopedLock state(m_mutex);
+        if (m_tableId == lock.TableId() && lock.Row(m_owner.row).processId == m_owner.processId)
+            lock.Write(m_owner.row, {});
+        m_trigger->Close(); // under the lock still: whoever claims the row next finds the event's name free
     }
     catch (const std::exception&)
     {
     }
 }
 
-Work WorkTable::JobManager::RowInWorkTable::SumActiveWork(Lock& lock) const
+Work RowInWorkTable::SumActiveWork(Lock& lock)
 {
+    const qpr::ScopedLock state(m_mutex);
+    KeepRow(lock);
     WorkSum sum;
-    for (layout::Row& row : lock.Content().rows)
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        if (lock.IsInUse(row, &m_owner))
-            sum.Add(row.activeWork);
+        if (i == m_owner.row || lock.IsInUse(i))
+            sum.Add(lock.Row(i).activeWork);
     }
     return sum.Total();
 }
 
-bool WorkTable::JobManager::RowInWorkTable::Publish(Lock& lock, const WorkRecord& record, Wake wake)
+bool RowInWorkTable::Publish(Lock& lock, const WorkRecord& record, Wake wake)
 {
-    lock.IsInUse(*m_owner.row, &m_owner); // throws before anything is written to a row that is no longer ours
-    PublishAtNextHeartbeat(record);
-    if (ToRecord(*m_owner.row) == record)
+    const qpr::ScopedLock state(m_mutex);
+    KeepRow(lock);
+    return PublishInRow(lock, record, wake);
+}
+
+bool RowInWorkTable::PublishInRow(Lock& lock, const WorkRecord& record, Wake wake)
+{
+    const bool isChange = ToRecord(lock.Row(m_owner.row)) != record;
+    if (isChange)
+        Write(lock, record, lock.Row(m_owner.row).lastSeenAlive);
+    m_wanted = record;
+    if (!isChange && !m_owesWakes)
         return false;
-    m_owner.row->activeWork = ToFields(record.active);
-    m_owner.row->pendingWork = ToFields(record.pending);
-    layout::Row(&rows)[layout::RowCount] = lock.Content().rows;
+    m_owesWakes = false;
     for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        const bool isToWake = wake == Wake::All || &rows[i] != m_owner.row;
-        if (isToWake && lock.IsInUse(rows[i], &m_owner))
-            lock.SignalTrigger(i);
+        if (i != m_owner.row && lock.IsInUse(i))
+            lock.Wake(i);
     }
+    if (wake == Wake::All)
+        m_trigger->Signal();
     return true;
 }
 
-void WorkTable::JobManager::RowInWorkTable::PublishAtNextHeartbeat(const WorkRecord& record)
+void RowInWorkTable::PublishAtNextHeartbeat(const WorkRecord& record)
 {
-    const qpr::ScopedLock lock(m_wantedMutex);
+    const qpr::ScopedLock state(m_mutex);
     m_wanted = record;
+    m_owesWakes = true;
 }
 
-WorkRecord WorkTable::JobManager::RowInWorkTable::Wanted()
+bool RowInWorkTable::HasPendingWork()
 {
-    const qpr::ScopedLock lock(m_wantedMutex);
-    return m_wanted;
+    const qpr::ScopedLock state(m_mutex);
+    return m_wanted.pending.jobs > 0;
 }
 
-void WorkTable::JobManager::RowInWorkTable::Heartbeat()
+std::shared_ptr<qpr::ProcessEvent> RowInWorkTable::Trigger()
+{
+    const qpr::ScopedLock state(m_mutex);
+    return m_trigger;
+}
+
+void RowInWorkTable::WaitForTrigger(std::uint32_t timeoutMs)
+{
+    Trigger()->Wait(timeoutMs);
+}
+
+void RowInWorkTable::SignalTrigger()
+{
+    Trigger()->Signal();
+}
+
+void RowInWorkTable::Heartbeat()
 {
     Lock lock(m_table);
-    if (m_owner.row->processId == 0)
-        m_owner.row->processId = m_owner.processId;
-    if (IsOwn())
+    const qpr::ScopedLock state(m_mutex);
+    KeepRow(lock);
+    if (!m_trigger->HasName())
     {
-        m_owner.row->lastSeenAlive = lock.Now();
-        Publish(lock, Wanted());
+        lock.Write(m_owner.row, {});
+        Claim(lock);
     }
-    for (layout::Row& row : lock.Content().rows)
+    Write(lock, ToRecord(lock.Row(m_owner.row)), lock.Now());
+    PublishInRow(lock, m_wanted, Wake::All);
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        if (&row != m_owner.row)
-            lock.IsInUse(row, nullptr);
+        if (i != m_owner.row && lock.IsInUse(i))
+            lock.FreeIfDead(i);
     }
 }
 
-void WorkTable::JobManager::RowInWorkTable::Run()
+void RowInWorkTable::TryHeartbeat()
+{
+    try
+    {
+        Heartbeat();
+    }
+    catch (const std::exception&)
+    {
+    }
+}
+
+void RowInWorkTable::Run()
 {
     for (;;)
     {
         qpr::Thread::Sleep(m_table.Options().heartbeatMs);
-        Heartbeat();
+        TryHeartbeat();
     }
 }
 
-void WorkTable::JobManager::RowInWorkTable::HandleError(const std::exception& error)
+void RowInWorkTable::HandleError(const std::exception& error)
 {
     qpr::PanicWithText(std::string("WorkTable::JobManager::RowInWorkTable::Run() failed:") + error.what());
 }

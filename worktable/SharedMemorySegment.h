@@ -9,7 +9,8 @@
 namespace qpr
 {
 
-/// Named memory that several processes map. Its bytes are whatever any of them wrote last.
+/// Named memory that several processes read and write. Its bytes are whatever any of them wrote last; it is read and
+/// written by copies, so that nothing another process does to it can reach this one's memory.
 class SharedMemorySegment
 {
 public:
@@ -18,7 +19,7 @@ public:
     /// Sizes count whole pages, so a smaller segment within the same page passes.
     SharedMemorySegment(const std::wstring& name, std::size_t minimumSize, const SecurityDescriptor& security);
 
-    /// Maps an existing segment for reading alone, with the same errors. Null when there is none.
+    /// Opens an existing segment for reading alone, with the same errors. Null when there is none.
     static std::unique_ptr<const SharedMemorySegment> TryOpenReadOnly(
         const std::wstring& name, std::size_t minimumSize);
 
@@ -26,8 +27,14 @@ public:
     SharedMemorySegment(const SharedMemorySegment&) = delete;
     SharedMemorySegment& operator=(const SharedMemorySegment&) = delete;
 
-    void* Address() noexcept { return m_address; }
-    const void* Address() const noexcept { return m_address; }
+    /// From the segment's begin; what somebody has cut off reads as zeros. Throws "ReadFile() failed".
+    void Read(void* to, std::size_t size) const;
+
+    /// Throws "WriteFile() failed".
+    void Write(std::size_t offset, const void* from, std::size_t size);
+
+    /// Whether others can still find it: where names are files somebody may have removed this one.
+    bool HasName() const noexcept;
 
 private:
     struct FileMapping;
@@ -35,7 +42,6 @@ private:
     SharedMemorySegment(std::unique_ptr<FileMapping> mapping, const std::wstring& name, std::size_t minimumSize);
 
     std::unique_ptr<FileMapping> m_mapping;
-    void* m_address = nullptr;
 };
 
 } // namespace qpr

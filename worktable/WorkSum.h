@@ -4,23 +4,28 @@
 #include "worktable/WorkTableLayout.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <limits>
 
 namespace qxm
 {
 
-/// Adds up what rows say. What no honest owner writes (negative, not finite) counts as 0, and the number of jobs
-/// saturates.
+/// An amount as it counts: what nobody can need (negative, not a number) is nothing, and infinity is more than any
+/// limit but still a number, so that sums of it can be compared and subtracted from.
+inline float SaneAmount(double value) noexcept
+{
+    return value > 0 ? static_cast<float>(std::min<double>(value, std::numeric_limits<float>::max())) : 0;
+}
+
+/// Adds up what rows say, whoever wrote it: amounts are made sane, and the number of jobs saturates.
 class WorkSum
 {
 public:
     void Add(const layout::WorkFields& work) noexcept
     {
         m_jobs += work.jobs;
-        m_processors += Sane(work.resources.processors);
-        m_memoryInMB += Sane(work.resources.memoryInMB);
+        m_processors = SaneAmount(m_processors + SaneAmount(work.resources.processors));
+        m_memoryInMB = SaneAmount(m_memoryInMB + SaneAmount(work.resources.memoryInMB));
     }
 
     Work Total() const noexcept
@@ -30,15 +35,6 @@ public:
     }
 
 private:
-    /// As bits, the negative and the not finite are the largest. By a mask and not a branch: this is most of what a
-    /// look at the table costs.
-    static float Sane(float value) noexcept
-    {
-        constexpr std::uint32_t infinity = 0x7F800000;
-        const std::uint32_t bits = std::bit_cast<std::uint32_t>(value);
-        return std::bit_cast<float>(bits & (0U - static_cast<std::uint32_t>(bits < infinity)));
-    }
-
     std::uint64_t m_jobs = 0;
     float m_processors = 0;
     float m_memoryInMB = 0;

@@ -1,12 +1,15 @@
 #include "worktable/WorkTable.h"
 
+#include "runtime/Deadline.h"
 #include "runtime/Environment.h"
 #include "runtime/Errors.h"
 #include "runtime/Panic.h"
+#include "worktable/NamedObject.h"
 #include "worktable/TableMutex.h"
 #include "worktable/WorkTableTrace.h"
 
 #include <chrono>
+#include <utility>
 
 namespace qxm
 {
@@ -22,53 +25,126 @@ WorkTable::Security::Security()
     GrantAllAccess();
 }
 
-WorkTable::WorkTable(ScopeMode mode, WorkTableOptions options)
-    : m_options(std::move(options))
-    , m_names(OpenMutex(mode))
-    , m_segment(m_names.Segment(), sizeof(layout::Table), m_security)
-    , m_triggers(m_names.Triggers())
-    , m_traceLogPath(qpr::EnvironmentVariable(WorkTableTraceVariable).value_or(L""))
+WorkTable::Objects::Objects(WorkTableNames tableNames)
+    : names(std::move(tableNames))
 {
 }
 
-WorkTableNames WorkTable::OpenMutex(ScopeMode mode)
+WorkTable::WorkTable(ScopeMode mode, WorkTableOptions options)
+    : m_options(std::move(options))
+    , m_traceLogPath(qpr::EnvironmentVariable(WorkTableTraceVariable).value_or(L""))
+    , m_objects(Open(mode))
 {
-    WorkTableNames global(true, m_options.baseName);
-    WorkTableNames local(false, m_options.baseName);
+}
+
+std::shared_ptr<WorkTable::Objects> WorkTable::Open(ScopeMode mode) const
+{
     if (mode == ScopeMode_CreateGlobal)
+        return MakeGlobal();
+    std::shared_ptr<Objects> global = OpenGlobal();
+    return global ? global : OpenLocal();
+}
+
+std::shared_ptr<WorkTable::Objects> WorkTable::MakeGlobal() const
+{
+    auto objects = std::make_shared<Objects>(WorkTableNames(true, m_options.baseName));
+    // Others who find the mutex rely on the rest, which they may not create: it is there first, should this process be
+    // killed in between.
+    objects->segment =
+        std::make_unique<qpr::SharedMemorySegment>(objects->names.Segment(), sizeof(layout::Table), m_security);
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
+        qpr::ProcessEvent().TryCreate(objects->names.Trigger(i), m_security);
+    objects->mutex.OpenOrCreate(objects->names.Mutex(), m_security);
+    return objects;
+}
+
+std::shared_ptr<WorkTable::Objects> WorkTable::OpenGlobal() const
+{
+    auto objects = std::make_shared<Objects>(WorkTableNames(true, m_options.baseName));
+    try
     {
-        // Others who find the mutex rely on the segment, which they may not create: it is there first, should this
-        // process be killed in between.
-        const qpr::SharedMemorySegment segment(global.Segment(), sizeof(layout::Table), m_security);
-        m_mutex.OpenOrCreate(global.Mutex(), m_security);
-        return global;
+        if (!objects->mutex.TryOpen(objects->names.Mutex()))
+            return nullptr;
+        objects->segment =
+            std::make_unique<qpr::SharedMemorySegment>(objects->names.Segment(), sizeof(layout::Table), m_security);
+        return objects;
     }
-    if (m_mutex.TryOpen(global.Mutex()))
-        return global;
-    m_mutex.OpenOrCreate(local.Mutex(), m_security);
-    return local;
+    catch (const qpr::RuntimeError&) // somebody has put something else under its names
+    {
+        return nullptr;
+    }
+}
+
+std::shared_ptr<WorkTable::Objects> WorkTable::OpenLocal() const
+{
+    auto objects = std::make_shared<Objects>(WorkTableNames(false, m_options.baseName));
+    objects->mutex.OpenOrCreate(objects->names.Mutex(), m_security);
+    objects->segment =
+        std::make_unique<qpr::SharedMemorySegment>(objects->names.Segment(), sizeof(layout::Table), m_security);
+    return objects;
+}
+
+std::shared_ptr<WorkTable::Objects> WorkTable::Current() const
+{
+    const qpr::ScopedLock lock(m_objectsMutex);
+    return m_objects;
+}
+
+void WorkTable::Replace(const std::shared_ptr<Objects>& nameless)
+{
+    const qpr::ScopedLock lock(m_objectsMutex);
+    if (m_objects == nameless)
+        m_objects = Open(ScopeMode_PreferExistingGlobal);
 }
 
 WorkTable::Lock::Lock(WorkTable& table)
     : m_table(table)
-    , m_content(table.Content())
 {
-    AcquireTableMutex(table.m_mutex, table.m_options.lockTimeoutMs);
-    m_now = table.m_options.clock();
+    AcquireObjects();
+    try
+    {
+        m_objects->segment->Read(&m_content, sizeof m_content);
+    }
+    catch (...)
+    {
+        Release();
+        throw;
+    }
     m_deadSince = m_now - table.m_options.deadAfterSeconds;
     if (!table.m_traceLogPath.empty())
         m_before = m_content;
 }
 
+void WorkTable::Lock::AcquireObjects()
+{
+    for (const qpr::Deadline deadline(m_table.m_options.lockTimeoutMs);;)
+    {
+        m_objects = m_table.Current();
+        AcquireTableMutex(m_objects->mutex, deadline.LeftMs());
+        m_now = m_table.m_options.clock();
+        if (std::exchange(m_objects->namesSeenAt, m_now) == m_now || m_objects->HaveNames())
+            return;
+        Release();
+        if (deadline.HasPassed())
+            throw qpr::TimeoutException(L"Timeout executing qpr::ProcessMutex::Acquire");
+        m_table.Replace(m_objects);
+    }
+}
+
 WorkTable::Lock::~Lock()
 {
-    if (m_hasReclaimed)
-        SignalLiveRows();
+    if (m_hasMadeRoom)
+        WakeAll();
     if (!m_table.m_traceLogPath.empty())
         AppendWorkTableTrace(m_table.m_traceLogPath, m_now, m_before, m_content);
+    Release();
+}
+
+void WorkTable::Lock::Release() noexcept
+{
     try
     {
-        m_table.m_mutex.Release();
+        m_objects->mutex.Release();
     }
     catch (const qpr::RuntimeError& error)
     {
@@ -76,24 +152,64 @@ WorkTable::Lock::~Lock()
     }
 }
 
-bool WorkTable::Lock::IsOwnInUse(const RowOwner& owner)
+void WorkTable::Lock::Write(std::size_t index, const layout::Row& row)
 {
-    const std::uint32_t processId = owner.row->processId;
-    if (processId == 0)
-        owner.row->processId = owner.processId;
-    else if (processId != owner.processId)
-        throw qpr::RuntimeError(L"Work table corruption detected in qxm::JobManagerRow::InUse: process id "
-            + std::to_wstring(processId) + L" does not match expected process id " + std::to_wstring(owner.processId));
-    return true;
+    m_objects->segment->Write(index * sizeof row, &row, sizeof row);
+    const std::uint32_t owner = std::exchange(m_content.rows[index], row).processId;
+    m_hasMadeRoom |= owner != 0 && owner != row.processId;
 }
 
-void WorkTable::Lock::SignalLiveRows() noexcept
+void WorkTable::Lock::Free(std::size_t index)
+{
+    layout::Row row = m_content.rows[index];
+    row.processId = 0;
+    Write(index, row);
+}
+
+void WorkTable::Lock::FreeIfDead(std::size_t index)
+{
+    if (TryCreateTrigger(index)) // and with it goes what the dead one left of it
+        Free(index);
+}
+
+void WorkTable::Lock::Wake(std::size_t index) noexcept
+{
+    try
+    {
+        qpr::ProcessEvent trigger;
+        if (trigger.TryOpen(m_objects->names.Trigger(index)))
+            trigger.Signal();
+        else
+            FreeIfDead(index);
+    }
+    catch (const std::exception&) // whoever has calls that wait looks by itself
+    {
+    }
+}
+
+std::unique_ptr<qpr::ProcessEvent> WorkTable::Lock::TryCreateTrigger(std::size_t index) const
+{
+    auto trigger = std::make_unique<qpr::ProcessEvent>();
+    return trigger->TryCreate(m_objects->names.Trigger(index), m_table.m_security) ? std::move(trigger) : nullptr;
+}
+
+std::wstring WorkTable::Lock::TriggerObstacle() const
 {
     for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
-        const layout::Row& row = m_content.rows[i];
-        if (row.processId != 0 && row.lastSeenAlive > m_deadSince)
-            SignalTrigger(i);
+        const auto status = DescribeNamedObject(m_objects->names.Trigger(i), qpr::NamedObjectKind::Event);
+        if (!status.obstacle.empty())
+            return L" (" + status.obstacle + L')';
+    }
+    return {};
+}
+
+void WorkTable::Lock::WakeAll() noexcept
+{
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
+    {
+        if (m_content.rows[i].processId != 0)
+            Wake(i);
     }
 }
 

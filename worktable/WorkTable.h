@@ -1,13 +1,16 @@
 #pragma once
 
+#include "runtime/Mutex.h"
 #include "worktable/ProcessEvent.h"
 #include "worktable/ProcessMutex.h"
 #include "worktable/SharedMemorySegment.h"
 #include "worktable/WorkTableLayout.h"
 #include "worktable/WorkTableNames.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace qxm
@@ -32,12 +35,12 @@ class WorkTable
 public:
     enum ScopeMode
     {
-        ScopeMode_PreferExistingGlobal, ///< the computer's table if somebody has made one, else this user's own
+        ScopeMode_PreferExistingGlobal, ///< the computer's table if there is one to be had, else this user's own
         ScopeMode_CreateGlobal, ///< makes the computer's table; for a privileged process
     };
 
     class Lock;
-    class JobManager; ///< worktable/JobManager.h
+    struct JobManager; ///< worktable/RowInWorkTable.h
 
     /// Opens the table, creating what is missing. Throws the errors of ProcessMutex and SharedMemorySegment.
     explicit WorkTable(ScopeMode mode, WorkTableOptions options = {});
@@ -45,7 +48,7 @@ public:
     WorkTable(const WorkTable&) = delete;
     WorkTable& operator=(const WorkTable&) = delete;
 
-    bool IsGlobal() const noexcept { return m_names.IsGlobal(); }
+    bool IsGlobal() const { return Current()->names.IsGlobal(); }
     const WorkTableOptions& Options() const noexcept { return m_options; }
 
 private:
@@ -55,32 +58,42 @@ private:
         Security();
     };
 
-    WorkTableNames OpenMutex(ScopeMode mode);
-    layout::Table& Content() noexcept { return *static_cast<layout::Table*>(m_segment.Address()); }
+    /// The table's objects. They are opened anew when somebody has removed their names.
+    struct Objects
+    {
+        explicit Objects(WorkTableNames tableNames);
 
-    WorkTableOptions m_options;
-    Security m_security;
-    qpr::ProcessMutex m_mutex;
-    WorkTableNames m_names;
-    qpr::SharedMemorySegment m_segment;
-    qpr::ProcessEventGroup m_triggers; // used under the mutex
-    std::wstring m_traceLogPath; // empty: no trace
-};
+        bool HaveNames() const noexcept { return mutex.HasName() && segment->HasName(); }
 
-/// Who asks whether a row is in use: a row's owner knows about its own without looking at the time.
-struct RowOwner
-{
-    layout::Row* row;
-    std::uint32_t processId;
+        const WorkTableNames names;
+        qpr::ProcessMutex mutex;
+        std::unique_ptr<qpr::SharedMemorySegment> segment;
+        std::int64_t namesSeenAt = 0; ///< looked for once a second at most; guarded by the mutex
+    };
+
+    std::shared_ptr<Objects> Open(ScopeMode mode) const;
+    std::shared_ptr<Objects> MakeGlobal() const;
+    std::shared_ptr<Objects> OpenGlobal() const; ///< null when it is not to be had
+    std::shared_ptr<Objects> OpenLocal() const;
+
+    std::shared_ptr<Objects> Current() const;
+    void Replace(const std::shared_ptr<Objects>& nameless);
+
+    const WorkTableOptions m_options;
+    const Security m_security;
+    const std::wstring m_traceLogPath; // empty: no trace
+    mutable qpr::Mutex m_objectsMutex;
+    std::shared_ptr<Objects> m_objects QX_GUARDED_BY(m_objectsMutex);
 };
 
 /// One period of sole access to the table, by one thread. Hold it briefly: while it lives no process of the computer
-/// admits a call. Its end wakes all job managers when a dead one's row was reclaimed in it, since there is room now.
+/// admits a call. It works on a copy of the rows and writes each change through.
 class WorkTable::Lock
 {
 public:
-    /// Waits interruptibly; throws TimeoutException when the table is not free within the limit. An owner that died
-    /// holding the table is passed over.
+    /// Waits interruptibly; throws TimeoutException when the table is not free within the limit, and what opening and
+    /// reading it throw. An owner that died holding the table is passed over. A table whose name was removed
+    /// is left, within a second, for the one that has it now.
     explicit Lock(WorkTable& table);
 
     /// Writes the trace, if one is asked for, and lets go.
@@ -91,36 +104,51 @@ public:
 
     std::int64_t Now() const noexcept { return m_now; }
 
-    layout::Table& Content() noexcept { return m_content; }
+    /// Two locks of the same table have the same; one that took another's name has another.
+    std::shared_ptr<const void> TableId() const noexcept { return m_objects; }
 
-    /// The one place that decides whether a row counts; reclaims the row of a dead owner, and the asker's own if it was
-    /// reclaimed while nobody saw the asker. owner may be null. Throws "Work table corruption detected in ..." when the
-    /// asker's own row belongs to another process.
-    bool IsInUse(layout::Row& row, const RowOwner* owner)
+    const layout::Row& Row(std::size_t index) const noexcept { return m_content.rows[index]; }
+
+    /// A row that changes its owner, or loses it, makes room: the lock's end tells all job managers.
+    void Write(std::size_t index, const layout::Row& row);
+
+    /// The one place that decides by its time whether a row counts; frees the row of a dead owner.
+    bool IsInUse(std::size_t index)
     {
-        if (owner != nullptr && &row == owner->row)
-            return IsOwnInUse(*owner);
+        const layout::Row& row = m_content.rows[index];
         if (row.processId == 0)
             return false;
         if (row.lastSeenAlive > m_deadSince)
             return true;
-        row.processId = 0;
-        m_hasReclaimed = true;
+        const auto leftover = TryCreateTrigger(index); // goes with this, where its owner is not merely stopped
+        Free(index);
         return false;
     }
 
-    /// Wakes the job manager of a row, if there is one.
-    void SignalTrigger(std::size_t index) noexcept { m_table.m_triggers.Signal(index); }
+    /// Wakes the job manager of a row that is in use; frees the row when nobody keeps its trigger.
+    void Wake(std::size_t index) noexcept;
+
+    /// Frees the row when nobody keeps its trigger: its owner is dead, whatever its time says.
+    void FreeIfDead(std::size_t index);
+
+    /// Null when somebody keeps the row's trigger.
+    std::unique_ptr<qpr::ProcessEvent> TryCreateTrigger(std::size_t index) const;
+
+    /// For the message of one who finds no row: what strangers have put where triggers should be; mostly empty.
+    std::wstring TriggerObstacle() const;
 
 private:
-    static bool IsOwnInUse(const RowOwner& owner);
-    void SignalLiveRows() noexcept;
+    void Free(std::size_t index);
+    void AcquireObjects();
+    void WakeAll() noexcept;
+    void Release() noexcept;
 
     WorkTable& m_table;
-    layout::Table& m_content;
-    std::int64_t m_now;
-    std::int64_t m_deadSince; // whoever was last seen then, or before, is dead
-    bool m_hasReclaimed = false;
+    std::shared_ptr<Objects> m_objects;
+    std::int64_t m_now = 0;
+    std::int64_t m_deadSince = 0; // whoever was last seen then, or before, is dead
+    bool m_hasMadeRoom = false;
+    layout::Table m_content;
     layout::Table m_before; // as it was found; filled only for a trace
 };
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "worktable/WorkTableLayout.h"
-
-#include <array>
 #include <cstddef>
 #include <string>
 
@@ -32,14 +29,6 @@ public:
     std::wstring Trigger(std::size_t index) const
     {
         return m_prefixed + L"JobManager" + std::to_wstring(index) + L"Trigger";
-    }
-
-    std::array<std::wstring, layout::RowCount> Triggers() const
-    {
-        std::array<std::wstring, layout::RowCount> names;
-        for (std::size_t i = 0; i < names.size(); ++i)
-            names[i] = Trigger(i);
-        return names;
     }
 
 private:

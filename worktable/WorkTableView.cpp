@@ -1,5 +1,7 @@
 #include "worktable/WorkTableView.h"
 
+#include "runtime/Errors.h"
+#include "worktable/NamedObject.h"
 #include "worktable/TableMutex.h"
 #include "worktable/WorkSum.h"
 
@@ -9,13 +11,55 @@ namespace qxm
 namespace
 {
 
-/// A copy of the table as it is between two lock periods.
-layout::Table Copy(qpr::ProcessMutex& mutex, const qpr::SharedMemorySegment& segment, std::uint32_t timeoutMs)
+/// The objects of an existing table, opened to look at it.
+struct OpenedTable
 {
-    AcquireTableMutex(mutex, timeoutMs);
-    const layout::Table copy = *static_cast<const layout::Table*>(segment.Address());
-    mutex.Release();
-    return copy;
+    explicit OpenedTable(const WorkTableNames& names)
+    {
+        if (mutex.TryOpen(names.Mutex()))
+            segment = qpr::SharedMemorySegment::TryOpenReadOnly(names.Segment(), sizeof(layout::Table));
+    }
+
+    bool IsThere() const noexcept { return segment != nullptr; }
+
+    /// As it is between two lock periods.
+    layout::Table Copy(std::uint32_t timeoutMs)
+    {
+        layout::Table copy;
+        AcquireTableMutex(mutex, timeoutMs);
+        try
+        {
+            segment->Read(&copy, sizeof copy);
+        }
+        catch (...)
+        {
+            mutex.Release();
+            throw;
+        }
+        mutex.Release();
+        return copy;
+    }
+
+    qpr::ProcessMutex mutex;
+    std::unique_ptr<const qpr::SharedMemorySegment> segment;
+};
+
+/// Connectors take the computer's table where it can be had.
+bool IsGlobalThere(const WorkTableOptions& options)
+{
+    try
+    {
+        return OpenedTable(WorkTableNames(true, options.baseName)).IsThere();
+    }
+    catch (const qpr::RuntimeError&)
+    {
+        return false;
+    }
+}
+
+bool HasLiveOwner(const WorkTableNames& names, std::size_t index)
+{
+    return qpr::ProcessEvent().TryOpen(names.Trigger(index));
 }
 
 } // namespace
@@ -23,28 +67,57 @@ layout::Table Copy(qpr::ProcessMutex& mutex, const qpr::SharedMemorySegment& seg
 WorkTableView LookAtWorkTable(const WorkTableOptions& options)
 {
     WorkTableView view;
-    qpr::ProcessMutex mutex;
-    view.isGlobal = mutex.TryOpen(WorkTableNames(true, options.baseName).Mutex());
+    view.isGlobal = IsGlobalThere(options);
     const WorkTableNames names(view.isGlobal, options.baseName);
-    if (!view.isGlobal && !mutex.TryOpen(names.Mutex()))
-        return view;
-    const auto segment = qpr::SharedMemorySegment::TryOpenReadOnly(names.Segment(), sizeof(layout::Table));
-    if (!segment)
+    OpenedTable opened(names);
+    if (!opened.IsThere())
         return view;
 
-    const layout::Table table = Copy(mutex, *segment, options.lockTimeoutMs);
+    const layout::Table table = opened.Copy(options.lockTimeoutMs);
     view.now = options.clock();
     WorkSum total;
     for (std::size_t i = 0; i < layout::RowCount; ++i)
     {
         const layout::Row& row = table.rows[i];
-        if (row.processId == 0 || row.lastSeenAlive <= view.now - options.deadAfterSeconds)
+        const bool isSeen = row.processId != 0 && row.lastSeenAlive > view.now - options.deadAfterSeconds;
+        if (!isSeen || !HasLiveOwner(names, i))
             continue;
         view.rows.push_back({i, row.processId, row.lastSeenAlive, ToRecord(row)});
         total.Add(row.activeWork);
     }
     view.total = total.Total();
     return view;
+}
+
+WorkTablePlace LocateWorkTable(const WorkTableOptions& options)
+{
+    using qpr::NamedObjectKind;
+    WorkTablePlace place;
+    place.isGlobal = IsGlobalThere(options);
+    const WorkTableNames names(place.isGlobal, options.baseName);
+    const auto look = [&place](const std::wstring& name, NamedObjectKind kind)
+    {
+        auto status = qpr::DescribeNamedObject(name, kind);
+        if (!status.obstacle.empty())
+            place.obstacles.push_back(std::move(status.obstacle));
+        return status;
+    };
+    const auto mutex = look(names.Mutex(), NamedObjectKind::Mutex);
+    const auto segment = look(names.Segment(), NamedObjectKind::Memory);
+    place.location = segment.location;
+    place.owner = segment.owner;
+    place.exists = mutex.exists && segment.exists;
+    for (std::size_t i = 0; i < layout::RowCount; ++i)
+        look(names.Trigger(i), NamedObjectKind::Event);
+    try
+    {
+        const OpenedTable opened(names);
+    }
+    catch (const qpr::RuntimeError& error)
+    {
+        place.obstacles.push_back(qpr::ErrorText(error));
+    }
+    return place;
 }
 
 } // namespace qxm

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace qxm
@@ -27,8 +28,21 @@ struct WorkTableView
     Work total; ///< running work of all of them, as admission counts it
 };
 
-/// Looks at the table that a connector would use. Changes, creates, reclaims and traces nothing; where there is no
-/// table the view is empty. Throws what locking the table throws.
+/// Looks at the table that a connector would use. Changes, creates, frees and traces nothing; where there is no table
+/// the view is empty. Throws what locking the table throws.
 WorkTableView LookAtWorkTable(const WorkTableOptions& options = {});
+
+/// Where the table is that a connector would use.
+struct WorkTablePlace
+{
+    bool isGlobal = false;
+    std::wstring location; ///< the segment's file, or its name where names are no files
+    bool exists = false; ///< a table of this user's own is made by the first connector
+    std::wstring owner; ///< empty while there is none, or where it is not known
+    std::vector<std::wstring> obstacles; ///< what keeps connectors from the table or from rows of it, and what to do
+};
+
+/// Looks without changing or creating anything.
+WorkTablePlace LocateWorkTable(const WorkTableOptions& options = {});
 
 } // namespace qxm

@@ -187,16 +187,34 @@ public:
         return wasFit;
     }
 
+    /// A client was killed: nothing more is heard of its calls.
+    void Forget(int firstNumber)
+    {
+        for (int number = firstNumber; number < firstNumber + callsPerProcess; ++number)
+        {
+            m_waiting.erase(number);
+            if (std::erase(m_running, number) == 1)
+                Free(SampleCall(number));
+        }
+    }
+
+    int AnyRunning(std::size_t which) const { return m_running[which % m_running.size()]; }
+
     int End(std::size_t which)
     {
-        const int number = m_running[which % m_running.size()];
+        const int number = AnyRunning(which);
         std::erase(m_running, number);
-        m_processors -= SampleCall(number).processors;
-        m_memoryInMB -= SampleCall(number).memoryInMB;
+        Free(SampleCall(number));
         return number;
     }
 
 private:
+    void Free(const SampleCall& call)
+    {
+        m_processors -= call.processors;
+        m_memoryInMB -= call.memoryInMB;
+    }
+
     bool Fits(const SampleCall& call) const
     {
         return m_processors + call.processors <= 8 && m_memoryInMB + call.memoryInMB <= 4000;
@@ -217,7 +235,7 @@ std::string Told(const char* what, int number)
 
 } // namespace
 
-TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMore)
+TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMoreAlsoWhenSomeAreKilled)
 {
     const test::UniqueName tableName;
     qpr::PipePair events{true, false};
@@ -240,6 +258,7 @@ TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMore)
     };
 
     std::mt19937 random(1);
+    std::set<std::size_t> killed;
     while (computer.HasWaiting() || computer.HasRunning())
     {
         if (computer.FitsAny())
@@ -250,6 +269,14 @@ TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMore)
             ASSERT_EQ(line, Told("start", number));
             ASSERT_TRUE(computer.Start(number)) << "no room for " << line;
         }
+        else if (killed.size() < 2 && random() % 4 == 0)
+        {
+            const auto victim = static_cast<std::size_t>(computer.AnyRunning(random()) / callsPerProcess);
+            killed.insert(victim);
+            clients[victim].process->Terminate();
+            clients[victim].ExitCode();
+            computer.Forget(static_cast<int>(victim) * callsPerProcess);
+        }
         else
         {
             const int number = computer.End(random());
@@ -257,6 +284,11 @@ TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMore)
             ASSERT_EQ(readLine(), Told("end", number)) << "nothing else had room";
         }
     }
-    for (Client& client : clients)
-        EXPECT_EQ(client.ExitCode(), 0U);
+    for (std::size_t i = 0; i < clients.size(); ++i)
+    {
+        if (!killed.contains(i))
+        {
+            EXPECT_EQ(clients[i].ExitCode(), 0U);
+        }
+    }
 }

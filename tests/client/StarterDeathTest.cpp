@@ -66,7 +66,7 @@ TYPED_TEST(StarterDeathTest, IsToldInOneLineAndQueuedCallsCanStillBeCancelled)
 
     const qxm::WorkTableOptions options = this->TableOptions();
     qxm::WorkTable table(qxm::WorkTable::ScopeMode_PreferExistingGlobal, options);
-    qxm::WorkTable::Lock(table).Content().rows[0].processId = 4711; // a thief
+    qxm::WorkTable::Lock(table).Write(0, {4711, 0, {}, {}}); // a thief
     qpr::ProcessEvent trigger;
     ASSERT_TRUE(trigger.TryOpen(L"Local\\" + options.baseName + L"JobManager0Trigger"));
     trigger.Signal();

@@ -2,20 +2,44 @@
 
 #include "TestTable.h"
 #include "runtime/FunctionRunnable.h"
+#include "support/ChildMain.h"
+#include "support/PipedChild.h"
 
 #include <gmock/gmock.h>
 
+#include <iostream>
 #include <thread>
 
 using qpr::ProcessMutex;
 using test::ErrorOf;
+
+namespace
+{
+
+int HoldForEver(const std::vector<std::string>& arguments)
+{
+    ProcessMutex mutex;
+    mutex.OpenOrCreate(qpr::FromUtf8(arguments.at(0)), test::ForEveryone());
+    mutex.Acquire(0);
+    std::cout << "holding" << std::endl;
+    std::cin.get();
+    return 1;
+}
+
+const test::ChildRegistration registration("mutex-hold", HoldForEver);
+
+} // namespace
 
 TEST(ProcessMutex, ReportsADeadOwnerOnceAndIsFreeAgain)
 {
     const test::UniqueName name;
     ProcessMutex mutex;
     mutex.OpenOrCreate(name.Local(), test::ForEveryone());
-    std::thread([&] { mutex.Acquire(0); }).join();
+    test::PipedChild child(test::StartOfChild("mutex-hold", {name.Local()}));
+    ASSERT_EQ("holding", child.ReadLine());
+    EXPECT_EQ("Timeout executing qpr::ProcessMutex::Acquire", ErrorOf([&] { mutex.Acquire(0); }));
+    child.process->Terminate();
+    child.ExitCode();
     EXPECT_EQ("Abandoned mutex encountered executing qpr::ProcessMutex::Acquire", ErrorOf([&] { mutex.Acquire(0); }));
     std::thread(
         [&]

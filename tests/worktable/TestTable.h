@@ -82,7 +82,7 @@ public:
     qxm::WorkTable table{qxm::WorkTable::ScopeMode_PreferExistingGlobal, Options()};
 };
 
-inline qxm::Work Sum(qxm::WorkTable& table, const Row& row)
+inline qxm::Work Sum(qxm::WorkTable& table, Row& row)
 {
     qxm::WorkTable::Lock lock(table);
     return row.SumActiveWork(lock);

@@ -1,7 +1,6 @@
 #include "worktable/WorkTable.h"
 
 #include "TestTable.h"
-#include "worktable/JobManager.h"
 
 #include <gmock/gmock.h>
 
@@ -26,7 +25,7 @@ constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
 layout::Row Read(WorkTable& table, std::size_t index)
 {
-    return WorkTable::Lock(table).Content().rows[index];
+    return WorkTable::Lock(table).Row(index);
 }
 
 std::uint32_t OwnerOf(WorkTable& table, std::size_t index)
@@ -36,12 +35,12 @@ std::uint32_t OwnerOf(WorkTable& table, std::size_t index)
 
 void Write(WorkTable& table, std::size_t index, const layout::Row& row)
 {
-    WorkTable::Lock(table).Content().rows[index] = row;
+    WorkTable::Lock(table).Write(index, row);
 }
 
 bool TakeSignal(Row& row)
 {
-    return ErrorOf([&] { row.Trigger().Wait(0); }) == "no error";
+    return ErrorOf([&] { row.WaitForTrigger(0); }) == "no error";
 }
 
 } // namespace
@@ -57,7 +56,7 @@ TEST(WorkTable, LaysOutARowToTheByte)
     const unsigned char expected[36] = {0x44, 0x33, 0x22, 0x11, 8, 7, 6, 5, 4, 3, 2, 1, 5, 0, 0, 0, 0, 0, 0xC0, 0x3F, 0,
         0, 0x80, 0x43, 7, 0, 0, 0, 0, 0, 0, 0x40, 0, 0, 0x80, 0xBF};
     std::vector<unsigned char> table(1440);
-    std::memcpy(table.data(), segment.Address(), table.size());
+    segment.Read(table.data(), table.size());
     EXPECT_EQ(0, std::memcmp(expected, table.data(), sizeof expected));
     EXPECT_THAT(std::vector<unsigned char>(table.begin() + 36, table.end()), testing::Each(0));
 }
@@ -83,22 +82,23 @@ TEST(WorkTable, CountsARowByItsAge)
     for (const auto& [lastSeenAlive, isInUse] : cases)
     {
         TestTable test;
-        const Row own(test.table, 1);
+        Row own(test.table, 1);
         Write(test.table, 5, {77, lastSeenAlive, {3, {2, 100}}, {}});
         EXPECT_EQ(isInUse ? (Work{3, 2, 100}) : Work(), Sum(test.table, own)) << lastSeenAlive;
         EXPECT_EQ(isInUse ? 77u : 0u, OwnerOf(test.table, 5)) << lastSeenAlive;
     }
 }
 
-TEST(WorkTable, TakesNothingFromRowsThatNoHonestOwnerWrites)
+TEST(WorkTable, CountsWhatNoHonestOwnerWritesAsNothingAndInfinityAsTheMost)
 {
     TestTable test;
-    const Row own(test.table, 1);
+    Row own(test.table, 1);
     constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
     Write(test.table, 1, {2, test.now, {most, {notANumber, 10}}, {}});
     Write(test.table, 2, {3, test.now, {most, {-1, infinity}}, {}});
     Write(test.table, 3, {4, test.now, {1, {2, -infinity}}, {}});
-    EXPECT_EQ((Work{most, 2, 10}), Sum(test.table, own));
+    Write(test.table, 4, {5, test.now, {1, {2, infinity}}, {}});
+    EXPECT_EQ((Work{most, 4, std::numeric_limits<float>::max()}), Sum(test.table, own));
 }
 
 TEST(WorkTable, WakesEveryoneForAChangeAndNobodyForNone)
@@ -118,25 +118,10 @@ TEST(WorkTable, WakesEveryoneForAChangeAndNobodyForNone)
 
     {
         WorkTable::Lock lock(test.table);
-        EXPECT_TRUE(own.Publish(lock, {}, WorkTable::JobManager::Wake::Others));
+        EXPECT_TRUE(own.Publish(lock, {}, Row::Wake::Others));
     }
     EXPECT_FALSE(TakeSignal(own));
     EXPECT_TRUE(TakeSignal(other));
-}
-
-TEST(WorkTable, TakesBackItsRowAfterAFreeze)
-{
-    TestTable test;
-    Row frozen(test.table, 1);
-    const Row other(test.table, 2);
-    Publish(test.table, frozen, {{4, 1, 1}, {}});
-    Write(test.table, 1, {2, test.now + 40, {}, {}});
-    test.now += 40;
-    EXPECT_EQ(Work(), Sum(test.table, other));
-    EXPECT_EQ(0u, OwnerOf(test.table, 0));
-
-    frozen.Heartbeat();
-    EXPECT_EQ((Work{4, 1, 1}), Sum(test.table, other));
 }
 
 TEST(WorkTable, ReportsAStolenRowAndLeavesItToTheThief)
@@ -151,20 +136,24 @@ TEST(WorkTable, ReportsAStolenRowAndLeavesItToTheThief)
         Write(test.table, 0, stolen);
         EXPECT_EQ(expected, ErrorOf([&] { Sum(test.table, own); }));
         EXPECT_EQ(expected, ErrorOf([&] { Publish(test.table, own, {{2, 2, 2}, {}}); }));
-        own.Heartbeat();
+        EXPECT_EQ(expected, ErrorOf([&] { own.Heartbeat(); }));
     }
     const layout::Row row = Read(test.table, 0);
     EXPECT_EQ(0, std::memcmp(&stolen, &row, sizeof row));
 }
 
-TEST(WorkTable, GivesTheRowBackWhenItsEventIsTaken)
+TEST(WorkTable, LeavesARowToAnOwnerThatWasStoppedForLong)
 {
     TestTable test;
-    qpr::ProcessEvent event;
-    event.Create(test.name.Local() + L"JobManager0Trigger", test::ForEveryone());
-    EXPECT_EQ(qpr::ToUtf8(L"Event '" + test.name.Local() + L"JobManager0Trigger' already exists"),
-        ErrorOf([&] { Row(test.table, 1); }));
-    EXPECT_EQ(0u, OwnerOf(test.table, 0));
+    Row stopped(test.table, 1);
+    Publish(test.table, stopped, {{4, 1, 1}, {}});
+    test.now += 40;
+    Row other(test.table, 2); // while the first row counts as free
+    EXPECT_EQ(Work(), Sum(test.table, other));
+    EXPECT_EQ(2u, OwnerOf(test.table, 1));
+
+    EXPECT_EQ((Work{4, 1, 1}), Sum(test.table, stopped));
+    EXPECT_EQ((Work{4, 1, 1}), Sum(test.table, other));
 }
 
 TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
@@ -177,6 +166,10 @@ TEST(WorkTable, HeartbeatMakesUpForAMissedPublication)
     EXPECT_EQ(test.now, std::int64_t{Read(test.table, 0).lastSeenAlive});
     EXPECT_EQ((Work{1, 2, 3}), Sum(test.table, own));
     EXPECT_TRUE(TakeSignal(own));
+
+    own.PublishAtNextHeartbeat({{1, 2, 3}, {4, 5, 6}}); // no change, but nobody was told
+    own.Heartbeat();
+    EXPECT_TRUE(TakeSignal(own));
 }
 
 TEST(WorkTable, WakesTheLivingWhenADeadRowIsReclaimed)
@@ -185,10 +178,13 @@ TEST(WorkTable, WakesTheLivingWhenADeadRowIsReclaimed)
     WorkTableOptions options = test.Options();
     options.heartbeatMs = 1;
     WorkTable table(WorkTable::ScopeMode_PreferExistingGlobal, options);
-    WorkTable::JobManager living(table);
-    Write(table, 1, {77, test.now - 31, {3, {2, 100}}, {}});
-    living.WaitForTrigger();
-    EXPECT_EQ(0u, OwnerOf(table, 1));
+    Row living(table);
+    for (const std::int64_t age : {31, 0})
+    {
+        Write(table, 1, {77, test.now - age, {3, {2, 100}}, {}});
+        living.WaitForTrigger();
+        EXPECT_EQ(0u, OwnerOf(table, 1));
+    }
 }
 
 TEST(WorkTable, NamesTheLockThatWasNotToBeHad)

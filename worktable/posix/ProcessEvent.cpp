@@ -5,16 +5,15 @@
 #include "worktable/posix/SharedObject.h"
 
 #include <cerrno>
-#include <cstddef>
-#include <linux/sockios.h>
+#include <fcntl.h>
 #include <stdexcept>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <vector>
+#include <sys/stat.h>
+#include <unistd.h>
 
-// An event is a datagram socket with an abstract name, which the system forgets with its last descriptor, however the
-// owner ends. A signal is a datagram; one that finds the queue full finds a signalled event.
+// An event is a FIFO under /dev/shm, where the other objects are; a signal is a byte in it, and a full one is signalled
+// already. It exists while its creator holds a lock on it, which goes with that process however it ends; what a dead
+// creator left is taken over. Everybody opens it for reading and writing: a FIFO of one end only blocks, or ends the
+// writer by a signal.
 
 namespace qpr
 {
@@ -24,54 +23,50 @@ using namespace posix;
 namespace
 {
 
-struct Address
+/// Somebody may make and remove a name as fast as we look for it.
+constexpr int maximumAttempts = 100;
+
+constexpr std::size_t capacity = 4096; // the least that the system gives
+
+int MakeFifo(const ObjectName& name, const SecurityDescriptor& security)
 {
-    /// False when the name is too long for the system.
-    bool Set(const std::wstring& name)
+    if (name.isGlobal && geteuid() != 0)
+        return EPERM;
+    const unsigned mode = FileMode(name, security);
+    if (mkfifo(name.Path().c_str(), mode) != 0)
+        return errno;
+    // Not left to the creation mode, which the process's umask narrows.
+    return fchmodat(AT_FDCWD, name.Path().c_str(), mode, 0) == 0 ? 0 : errno;
+}
+
+struct flock WholeFile() noexcept
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+/// False when somebody has it.
+bool TryLock(int file) noexcept
+{
+    struct flock lock = WholeFile();
+    return fcntl(file, F_OFD_SETLK, &lock) == 0;
+}
+
+bool IsLocked(int file) noexcept
+{
+    struct flock lock = WholeFile();
+    return fcntl(file, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
+}
+
+/// Takes what is in it. Bounded, since somebody may write as fast as we read.
+void Drain(int fifo) noexcept
+{
+    constexpr int maximumReads = 16;
+    char bytes[capacity];
+    for (int i = 0; i < maximumReads && read(fifo, bytes, sizeof bytes) == static_cast<ssize_t>(sizeof bytes); ++i)
     {
-        const std::string text = ObjectName(name).text;
-        if (text.size() >= sizeof socket.sun_path)
-            return false;
-        text.copy(socket.sun_path + 1, text.size()); // the byte before it stays 0: an abstract name
-        length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
-        return true;
-    }
-
-    const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&socket); }
-
-    sockaddr_un socket = {.sun_family = AF_UNIX, .sun_path = {}};
-    socklen_t length = 0;
-};
-
-FileDescriptor MakeSocket() noexcept
-{
-    return FileDescriptor(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-}
-
-/// Whether a datagram went out.
-bool Send(const FileDescriptor& socket, const Address& address) noexcept
-{
-    const char signal = 1;
-    return sendto(socket.Value(), &signal, sizeof signal, MSG_NOSIGNAL | MSG_DONTWAIT, address.Get(), address.length)
-        >= 0;
-}
-
-/// Whether a datagram that did not go out is as good: the event is signalled already, or its owner has gone.
-bool NeedsNoSignal(int error) noexcept
-{
-    return error == EAGAIN || error == EWOULDBLOCK || error == ECONNREFUSED;
-}
-
-/// Takes what is queued. Bounded, since somebody may send as fast as we receive.
-void Drain(int socket) noexcept
-{
-    constexpr int maximumBatches = 16;
-    constexpr unsigned batchSize = 64;
-    mmsghdr messages[batchSize] = {};
-    for (int batch = 0; batch < maximumBatches; ++batch)
-    {
-        if (recvmmsg(socket, messages, batchSize, MSG_DONTWAIT, nullptr) < static_cast<int>(batchSize))
-            return;
     }
 }
 
@@ -79,10 +74,29 @@ void Drain(int socket) noexcept
 
 struct ProcessEvent::State
 {
-    FileDescriptor socket = MakeSocket();
-    Address address;
-    bool isCreator = false;
+    State(FileDescriptor file, const ForkBlock& noFork, const ObjectName& fileName, bool isOurs)
+        : fifo(std::move(file), noFork)
+        , name(fileName)
+        , isCreator(isOurs)
+    {
+    }
+
+    void RemoveName() const noexcept;
+
+    LockDescriptor fifo;
+    ObjectName name;
+    bool isCreator;
 };
+
+/// The computer's events stay: only root could make them again.
+void ProcessEvent::State::RemoveName() const noexcept
+{
+    struct stat own, named;
+    const bool isStillOurs = fstat(fifo.Value(), &own) == 0 && lstat(name.Path().c_str(), &named) == 0
+        && own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+    if (isCreator && !name.isGlobal && isStillOurs)
+        unlink(name.Path().c_str());
+}
 
 ProcessEvent::ProcessEvent() noexcept = default;
 
@@ -91,54 +105,74 @@ ProcessEvent::~ProcessEvent()
     Close();
 }
 
-void ProcessEvent::Create(const std::wstring& name, const SecurityDescriptor&)
+void ProcessEvent::Create(const std::wstring& name, const SecurityDescriptor& security)
 {
+    if (!TryCreate(name, security))
+    {
+        const std::wstring obstacle = ObstacleAt(ObjectName(name), FileKind::Fifo);
+        throw RuntimeError(
+            L"Event '" + name + L"' already exists" + (obstacle.empty() ? obstacle : L" (" + obstacle + L')'));
+    }
+}
+
+bool ProcessEvent::TryCreate(const std::wstring& name, const SecurityDescriptor& security)
+{
+    constexpr wchar_t text[] = L"CreateEvent() failed";
     constexpr wchar_t function[] = L"qpr::ProcessEvent::Create";
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessEvent::Create");
-    auto state = std::make_unique<State>();
-    if (!state->socket.IsValid())
-        ThrowSystemError(L"CreateEvent() failed", function);
-    if (!state->address.Set(name))
-        ThrowSystemErrorWithNumber(L"CreateEvent() failed", function, ENAMETOOLONG);
-    if (bind(state->socket.Value(), state->address.Get(), state->address.length) != 0)
+    const ObjectName systemName(name);
+    const ForkBlock noFork;
+    for (int attempt = 0; attempt < maximumAttempts; ++attempt)
     {
-        const int error = errno;
-        if (error == EADDRINUSE)
-            throw RuntimeError(L"Event '" + name + L"' already exists");
-        ThrowSystemErrorWithNumber(L"CreateEvent() failed", function, static_cast<unsigned>(error));
+        SharedObject object = OpenSharedObject(systemName, Access::ReadWrite, FileKind::Fifo);
+        if (object.error == ENOENT)
+        {
+            const int error = MakeFifo(systemName, security);
+            if (error == EPERM)
+                return false;
+            if (error != 0 && error != EEXIST)
+                ThrowObjectError(text, function, error, systemName);
+            continue;
+        }
+        if (object.error == EPERM || object.error == EACCES)
+            return false;
+        if (object.error != 0)
+            ThrowObjectError(text, function, object.error, systemName);
+        const int fifo = object.file.Value();
+        if (!TryLock(fifo))
+            return false;
+        if (!HasLinks(fifo))
+            continue; // its creator removed the name before we had the lock
+        m_state = std::make_unique<State>(std::move(object.file), noFork, systemName, true);
+        fcntl(fifo, F_SETPIPE_SZ, static_cast<int>(capacity));
+        Drain(fifo);
+        return true;
     }
-    // What a socket sends to itself is limited by nothing but this; the system rounds it up to a few datagrams.
-    const int sendBufferSize = 1;
-    setsockopt(state->socket.Value(), SOL_SOCKET, SO_SNDBUF, &sendBufferSize, sizeof sendBufferSize);
-    state->isCreator = true;
-    m_state = std::move(state);
+    ThrowObjectError(text, function, EAGAIN, systemName);
 }
 
 bool ProcessEvent::TryOpen(const std::wstring& name)
 {
-    constexpr wchar_t function[] = L"qpr::ProcessEvent::TryOpen";
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessEvent::TryOpen");
-    auto state = std::make_unique<State>();
-    if (!state->socket.IsValid())
-        ThrowSystemError(L"OpenMutex() failed", function);
-    if (!state->address.Set(name))
-        return false; // nobody can have created it
-    if (connect(state->socket.Value(), state->address.Get(), state->address.length) != 0)
-    {
-        const int error = errno;
-        if (error == ECONNREFUSED)
-            return false;
-        ThrowSystemErrorWithNumber(L"OpenMutex() failed", function, static_cast<unsigned>(error));
-    }
-    m_state = std::move(state);
+    const ObjectName systemName(name);
+    const ForkBlock noFork;
+    SharedObject object = OpenSharedObject(systemName, Access::ReadWrite, FileKind::Fifo);
+    if (object.error == ENOENT || object.error == EPERM)
+        return false;
+    if (object.error != 0)
+        ThrowObjectError(L"OpenMutex() failed", L"qpr::ProcessEvent::TryOpen", object.error, systemName);
+    if (!IsLocked(object.file.Value()))
+        return false;
+    m_state = std::make_unique<State>(std::move(object.file), noFork, systemName, false);
     return true;
 }
 
 void ProcessEvent::Signal()
 {
-    if (!Send(m_state->socket, m_state->address) && !NeedsNoSignal(errno))
+    const char signal = 1;
+    if (write(m_state->fifo.Value(), &signal, sizeof signal) < 0 && errno != EAGAIN)
         ThrowSystemError(L"SetEvent() failed", L"qpr::ProcessEvent::Signal");
 }
 
@@ -146,76 +180,25 @@ void ProcessEvent::Wait(std::uint32_t timeoutMs)
 {
     if (!m_state->isCreator)
         throw std::logic_error("qpr::ProcessEvent::Wait: not the creator");
-    const int socket = m_state->socket.Value();
+    const int fifo = m_state->fifo.Value();
     Thread::WaitForObject(
-        WaitObject(NativeHandle(socket), WaitObject::Kind_Readable), L"qpr::ProcessEvent::Wait", timeoutMs);
-    Drain(socket);
+        WaitObject(NativeHandle(fifo), WaitObject::Kind_Readable), L"qpr::ProcessEvent::Wait", timeoutMs);
+    Drain(fifo);
+}
+
+bool ProcessEvent::HasName() const noexcept
+{
+    return HasLinks(m_state->fifo.Value());
 }
 
 void ProcessEvent::Close() noexcept
 {
-    if (m_state && !m_state->socket.Close())
+    if (!m_state)
+        return;
+    m_state->RemoveName();
+    if (!m_state->fifo.Close())
         Panic("CloseHandle(m_handle)", "qpr::ProcessEvent::~ProcessEvent");
     m_state.reset();
-}
-
-struct ProcessEventGroup::State
-{
-    State() noexcept { TakeFreshSocket(); }
-    void TakeFreshSocket() noexcept;
-    void LeaveStaleSocket() noexcept;
-
-    FileDescriptor socket;
-    int bufferSize = 0;
-    unsigned sentSinceLook = 0;
-    std::vector<Address> addresses;
-};
-
-void ProcessEventGroup::State::TakeFreshSocket() noexcept
-{
-    constexpr int wantedSize = 1024 * 1024; // the system gives less
-    FileDescriptor fresh = MakeSocket();
-    if (!fresh.IsValid())
-        return;
-    setsockopt(fresh.Value(), SOL_SOCKET, SO_SNDBUF, &wantedSize, sizeof wantedSize);
-    socklen_t length = sizeof bufferSize;
-    getsockopt(fresh.Value(), SOL_SOCKET, SO_SNDBUF, &bufferSize, &length);
-    socket = std::move(fresh);
-}
-
-/// Datagrams that nobody receives (their receivers are stopped, or wait for nothing) fill the send buffer, and a full
-/// one would look like events that are all signalled. A fresh socket has an empty one.
-void ProcessEventGroup::State::LeaveStaleSocket() noexcept
-{
-    constexpr unsigned sendsBetweenLooks = 64; // with the system's bookkeeping they take about 50 KB
-    if (++sentSinceLook < sendsBetweenLooks)
-        return;
-    sentSinceLook = 0;
-    int unreceived = 0;
-    if (ioctl(socket.Value(), SIOCOUTQ, &unreceived) != 0 || unreceived > bufferSize / 2)
-        TakeFreshSocket();
-}
-
-ProcessEventGroup::ProcessEventGroup(std::span<const std::wstring> names)
-    : m_state(std::make_unique<State>())
-{
-    constexpr wchar_t function[] = L"qpr::ProcessEventGroup::ProcessEventGroup";
-    if (!m_state->socket.IsValid())
-        ThrowSystemError(L"OpenMutex() failed", function);
-    m_state->addresses.resize(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i)
-    {
-        if (!m_state->addresses[i].Set(names[i]))
-            ThrowSystemErrorWithNumber(L"OpenMutex() failed", function, ENAMETOOLONG);
-    }
-}
-
-ProcessEventGroup::~ProcessEventGroup() = default;
-
-void ProcessEventGroup::Signal(std::size_t index) noexcept
-{
-    if (Send(m_state->socket, m_state->addresses[index]))
-        m_state->LeaveStaleSocket();
 }
 
 } // namespace qpr

@@ -1,18 +1,23 @@
 #include "worktable/ProcessMutex.h"
 
+#include "runtime/Deadline.h"
 #include "runtime/Panic.h"
 #include "runtime/Thread.h"
 #include "worktable/posix/SharedObject.h"
 
-#include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <pthread.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <time.h>
+#include <cstddef>
+#include <sys/file.h>
+#include <thread>
+#include <unistd.h>
 
-// A robust, process-shared mutex in an object under /dev/shm: the kernel marks it when its owner ends while holding it.
+// A lock of the kernel's on a file under /dev/shm, which goes free with its owner's process, behind one between this
+// process's threads, which the kernel does not tell apart. The file has two bytes. The first is 1 while the mutex is
+// owned: who finds it so, with the lock free, knows that an owner died inside. The second is 1 when somebody had to
+// wait since the last acquisition: who comes then waits too, or a process that uses the mutex all the time would keep
+// it.
 
 namespace qpr
 {
@@ -22,135 +27,94 @@ using namespace posix;
 namespace
 {
 
-/// A waiter looks for an interrupt this often.
-constexpr std::chrono::milliseconds slice(20);
-
-struct SharedMutex
+struct Content
 {
-    static constexpr std::uint64_t expectedMark = 0x3158'4554'554D'5851 + sizeof(pthread_mutex_t); // "QXMUTEX1"
-
-    std::uint64_t mark;
-    pthread_mutex_t mutex;
+    char isOwned = 0;
+    char isWanted = 0;
 };
 
-int InitialiseMutex(pthread_mutex_t& mutex)
-{
-    pthread_mutexattr_t attributes;
-    if (const int error = pthread_mutexattr_init(&attributes))
-        return error;
-    pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
-    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
-    const int error = pthread_mutex_init(&mutex, &attributes);
-    pthread_mutexattr_destroy(&attributes);
-    return error;
-}
-
-SharedMutex* Map(int file)
-{
-    void* const address = mmap(nullptr, sizeof(SharedMutex), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-    return address == MAP_FAILED ? nullptr : static_cast<SharedMutex*>(address);
-}
-
-int InitialiseSharedMutex(int file)
-{
-    SharedMutex* const shared = Map(file);
-    if (shared == nullptr)
-        return errno;
-    const int error = InitialiseMutex(shared->mutex);
-    shared->mark = SharedMutex::expectedMark;
-    munmap(shared, sizeof *shared);
-    return error;
-}
-
-/// What kind of mutex the library takes it for. It aborts the process over some kinds that we never make, so that a
-/// damaged one must not get that far.
-int KindOf(const pthread_mutex_t& mutex)
-{
-    return mutex.__data.__kind;
-}
-
-int OurKind()
-{
-    pthread_mutex_t mutex;
-    InitialiseMutex(mutex);
-    const int kind = KindOf(mutex);
-    pthread_mutex_destroy(&mutex);
-    return kind;
-}
-
-timespec ToTimespec(std::chrono::nanoseconds sinceEpoch)
-{
-    return {sinceEpoch.count() / 1'000'000'000, sinceEpoch.count() % 1'000'000'000};
-}
-
-/// By a clock that nobody sets, but for the thread sanitizer, which takes no notice of pthread_mutex_clocklock.
-int LockWithin(pthread_mutex_t& mutex, std::chrono::nanoseconds time)
-{
-#if defined(__SANITIZE_THREAD__)
-    const timespec end = ToTimespec(std::chrono::system_clock::now().time_since_epoch() + time);
-    return pthread_mutex_timedlock(&mutex, &end);
-#else
-    const timespec end = ToTimespec(std::chrono::steady_clock::now().time_since_epoch() + time);
-    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &end);
-#endif
-}
+/// The mutex is mostly held for some microseconds: a waiter tries again at once, as long as that may be it, and then
+/// after pauses. It looks for an interrupt as often.
+constexpr int eagerTries = 16;
+constexpr std::chrono::microseconds pauseBetweenTries(200);
 
 } // namespace
 
 struct ProcessMutex::State
 {
-    State(const FileDescriptor& file, const std::wstring& name, const wchar_t* call, const wchar_t* function);
-    ~State();
+    State(FileDescriptor opened, const ForkBlock& noFork)
+        : file(std::move(opened), noFork)
+    {
+    }
+    ~State()
+    {
+        if (!file.Close())
+            Panic("CloseHandle(m_handle)", "qpr::ProcessMutex::~ProcessMutex");
+    }
 
-    int TryLock() noexcept { return KindOf(shared->mutex) == kind ? pthread_mutex_trylock(&shared->mutex) : EINVAL; }
-    int WaitForLock(std::uint32_t timeoutMs);
+    /// 0, EBUSY, EOWNERDEAD (the mutex is free again) or what else the system says.
+    int TryLock(bool hasWaited) noexcept;
+    int TryLockFile(bool hasWaited) noexcept;
+    int TakeOver(bool hasWaited) noexcept;
+    bool Write(Content content) noexcept { return pwrite(file.Value(), &content, sizeof content, 0) >= 0; }
+    void ClearIsOwned() noexcept;
+    void SetIsWanted() noexcept;
 
-    SharedMutex* shared = nullptr;
-    const int kind = OurKind();
+    LockDescriptor file;
+    std::atomic<std::thread::id> owner; ///< of this process's threads
 };
 
-ProcessMutex::State::State(
-    const FileDescriptor& file, const std::wstring& name, const wchar_t* call, const wchar_t* function)
+int ProcessMutex::State::TryLock(bool hasWaited) noexcept
 {
-    struct stat status;
-    if (fstat(file.Value(), &status) != 0)
-        ThrowSystemError(call, function);
-    const bool hasSize = status.st_size == static_cast<off_t>(sizeof(SharedMutex));
-    if (hasSize)
+    std::thread::id nobody;
+    int error = EBUSY;
+    if (owner.compare_exchange_strong(nobody, std::this_thread::get_id()))
     {
-        shared = Map(file.Value());
-        if (shared == nullptr)
-            ThrowSystemError(call, function);
+        error = TryLockFile(hasWaited);
+        if (error != 0)
+            owner = std::thread::id();
     }
-    if (!hasSize || shared->mark != SharedMutex::expectedMark || KindOf(shared->mutex) != kind)
-    {
-        if (shared != nullptr)
-            munmap(shared, sizeof *shared);
-        throw RuntimeError(L"Existing mutex '" + name + L"' is damaged");
-    }
+    if (error == EBUSY)
+        SetIsWanted();
+    return error;
 }
 
-ProcessMutex::State::~State()
+int ProcessMutex::State::TryLockFile(bool hasWaited) noexcept
 {
-    if (munmap(shared, sizeof *shared) != 0)
-        Panic("CloseHandle(m_handle)", "qpr::ProcessMutex::~ProcessMutex");
+    if (flock(file.Value(), LOCK_EX | LOCK_NB) != 0)
+        return errno == EWOULDBLOCK ? EBUSY : errno;
+    const int error = TakeOver(hasWaited);
+    if (error != 0)
+        flock(file.Value(), LOCK_UN);
+    return error;
 }
 
-int ProcessMutex::State::WaitForLock(std::uint32_t timeoutMs)
+/// What the lock's owner finds in the file.
+int ProcessMutex::State::TakeOver(bool hasWaited) noexcept
 {
-    using Clock = std::chrono::steady_clock;
-    const auto end =
-        timeoutMs == Infinite ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(timeoutMs);
-    for (auto now = Clock::now(); now < end; now = Clock::now())
+    Content content;
+    if (pread(file.Value(), &content, sizeof content, 0) < 0)
+        return errno;
+    if (content.isOwned)
     {
-        Thread::CheckInterrupt();
-        if (KindOf(shared->mutex) != kind)
-            return EINVAL;
-        const int result = LockWithin(shared->mutex, std::min<std::chrono::nanoseconds>(end - now, slice));
-        if (result != ETIMEDOUT)
-            return result;
+        ClearIsOwned();
+        return EOWNERDEAD;
     }
-    return ETIMEDOUT;
+    if (content.isWanted && !hasWaited)
+        return EBUSY;
+    return Write({1, 0}) ? 0 : errno;
+}
+
+void ProcessMutex::State::ClearIsOwned() noexcept
+{
+    const char no = 0;
+    (void)!pwrite(file.Value(), &no, sizeof no, offsetof(Content, isOwned));
+}
+
+void ProcessMutex::State::SetIsWanted() noexcept
+{
+    const char yes = 1;
+    (void)!pwrite(file.Value(), &yes, sizeof yes, offsetof(Content, isWanted));
 }
 
 ProcessMutex::ProcessMutex() noexcept = default;
@@ -159,54 +123,70 @@ ProcessMutex::~ProcessMutex() = default;
 
 void ProcessMutex::OpenOrCreate(const std::wstring& name, const SecurityDescriptor& security)
 {
-    constexpr wchar_t function[] = L"qpr::ProcessMutex::OpenOrCreate";
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessMutex::OpenOrCreate");
-    const SharedObject object =
-        OpenOrCreateSharedObject(ObjectName(name), sizeof(SharedMutex), security, InitialiseSharedMutex);
+    const ObjectName systemName(name);
+    const ForkBlock noFork;
+    SharedObject object = OpenOrCreateSharedObject(systemName, sizeof(Content), security);
     if (object.error != 0)
-        ThrowSystemErrorWithNumber(L"CreateMutex() failed", function, static_cast<unsigned>(object.error));
-    m_state = std::make_unique<State>(object.file, name, L"CreateMutex() failed", function);
+        ThrowObjectError(L"CreateMutex() failed", L"qpr::ProcessMutex::OpenOrCreate", object.error, systemName);
+    m_state = std::make_unique<State>(std::move(object.file), noFork);
 }
 
 bool ProcessMutex::TryOpen(const std::wstring& name)
 {
-    constexpr wchar_t function[] = L"qpr::ProcessMutex::TryOpen";
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessMutex::TryOpen");
     const ObjectName systemName(name);
-    const SharedObject object = OpenSharedObject(systemName, Access::ReadWrite);
+    const ForkBlock noFork;
+    SharedObject object = OpenSharedObject(systemName, Access::ReadWrite);
     if (object.IsAbsent(systemName))
         return false;
     if (object.error != 0)
-        ThrowSystemErrorWithNumber(L"OpenMutex() failed", function, static_cast<unsigned>(object.error));
-    m_state = std::make_unique<State>(object.file, name, L"OpenMutex() failed", function);
+        ThrowObjectError(L"OpenMutex() failed", L"qpr::ProcessMutex::TryOpen", object.error, systemName);
+    m_state = std::make_unique<State>(std::move(object.file), noFork);
     return true;
 }
 
 void ProcessMutex::Acquire(std::uint32_t timeoutMs)
 {
     constexpr wchar_t function[] = L"qpr::ProcessMutex::Acquire";
-    Thread::CheckInterrupt();
-    int result = m_state->TryLock();
-    if (result == EBUSY)
-        result = m_state->WaitForLock(timeoutMs);
-    if (result == 0)
-        return;
-    if (result == ETIMEDOUT)
-        throw TimeoutException(std::wstring(L"Timeout executing ") + function);
-    if (result != EOWNERDEAD)
-        ThrowSystemErrorWithNumber(L"WaitForSingleObjectEx() failed", function, static_cast<unsigned>(result));
-    if (pthread_mutex_consistent(&m_state->shared->mutex) != 0 || pthread_mutex_unlock(&m_state->shared->mutex) != 0)
-        Panic("ReleaseMutex(objectHandle)", "qpr::Thread::WaitForObject");
-    throw AbandonedMutexError(std::wstring(L"Abandoned mutex encountered executing ") + function);
+    const Deadline deadline(timeoutMs);
+    for (int tries = 0;; ++tries)
+    {
+        Thread::CheckInterrupt();
+        const int error = m_state->TryLock(tries > eagerTries || deadline.HasPassed());
+        if (error == 0)
+            return;
+        if (error == EOWNERDEAD)
+            throw AbandonedMutexError(std::wstring(L"Abandoned mutex encountered executing ") + function);
+        if (error != EBUSY)
+            ThrowSystemErrorWithNumber(L"WaitForSingleObjectEx() failed", function, static_cast<std::uint32_t>(error));
+        if (deadline.HasPassed())
+            throw TimeoutException(std::wstring(L"Timeout executing ") + function);
+        if (tries < eagerTries)
+        {
+            std::this_thread::yield();
+            continue;
+        }
+        std::this_thread::sleep_for(pauseBetweenTries);
+    }
 }
 
 void ProcessMutex::Release()
 {
-    if (const int error = pthread_mutex_unlock(&m_state->shared->mutex))
-        ThrowSystemErrorWithNumber(
-            L"ReleaseMutex() failed", L"qpr::ProcessMutex::Release", static_cast<unsigned>(error));
+    constexpr wchar_t function[] = L"qpr::ProcessMutex::Release";
+    if (m_state->owner.load() != std::this_thread::get_id())
+        ThrowSystemErrorWithNumber(L"ReleaseMutex() failed", function, EPERM);
+    m_state->ClearIsOwned();
+    if (flock(m_state->file.Value(), LOCK_UN) != 0)
+        ThrowSystemError(L"ReleaseMutex() failed", function);
+    m_state->owner = std::thread::id();
+}
+
+bool ProcessMutex::HasName() const noexcept
+{
+    return HasLinks(m_state->file.Value());
 }
 
 } // namespace qpr

@@ -4,10 +4,14 @@
 #include "runtime/Panic.h"
 #include "worktable/posix/SharedObject.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <sys/mman.h>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
+
+// A file under /dev/shm that is never mapped: a mapped file that somebody else cuts short ends the process that touches
+// it.
 
 namespace qpr
 {
@@ -16,11 +20,8 @@ using namespace posix;
 
 struct SharedMemorySegment::FileMapping
 {
-    FileMapping(SharedObject object, Access access);
-
     FileDescriptor file;
-    Access access;
-    std::size_t size; ///< in whole pages
+    ObjectName name;
 };
 
 namespace
@@ -32,27 +33,24 @@ std::size_t InWholePages(std::size_t size)
     return (size + pageSize - 1) / pageSize * pageSize;
 }
 
+constexpr wchar_t mappingText[] = L"CreateFileMapping() failed";
 constexpr wchar_t mappingFunction[] = L"qpr::SharedMemorySegment::FileMapping::FileMapping";
+
+FileDescriptor FileOf(SharedObject object, const ObjectName& name)
+{
+    if (object.error != 0)
+        ThrowObjectError(mappingText, mappingFunction, object.error, name);
+    return std::move(object.file);
+}
 
 } // namespace
 
-SharedMemorySegment::FileMapping::FileMapping(SharedObject object, Access mappingAccess)
-    : file(std::move(object.file))
-    , access(mappingAccess)
-{
-    if (object.error != 0)
-        ThrowSystemErrorWithNumber(L"CreateFileMapping() failed", mappingFunction, static_cast<unsigned>(object.error));
-    struct stat status;
-    if (fstat(file.Value(), &status) != 0)
-        ThrowSystemError(L"CreateFileMapping() failed", mappingFunction);
-    size = InWholePages(static_cast<std::size_t>(status.st_size));
-}
-
 SharedMemorySegment::SharedMemorySegment(
     const std::wstring& name, std::size_t minimumSize, const SecurityDescriptor& security)
-    : SharedMemorySegment(std::make_unique<FileMapping>(
-                              OpenOrCreateSharedObject(ObjectName(name), minimumSize, security, [](int) { return 0; }),
-                              Access::ReadWrite),
+    : SharedMemorySegment(
+        std::make_unique<FileMapping>(
+            FileMapping{FileOf(OpenOrCreateSharedObject(ObjectName(name), minimumSize, security), ObjectName(name)),
+                ObjectName(name)}),
         name, minimumSize)
 {
 }
@@ -64,31 +62,50 @@ std::unique_ptr<const SharedMemorySegment> SharedMemorySegment::TryOpenReadOnly(
     SharedObject object = OpenSharedObject(systemName, Access::ReadOnly);
     if (object.IsAbsent(systemName))
         return nullptr;
-    return std::unique_ptr<const SharedMemorySegment>(
-        new SharedMemorySegment(std::make_unique<FileMapping>(std::move(object), Access::ReadOnly), name, minimumSize));
+    return std::unique_ptr<const SharedMemorySegment>(new SharedMemorySegment(
+        std::make_unique<FileMapping>(FileMapping{FileOf(std::move(object), systemName), systemName}), name,
+        minimumSize));
 }
 
 SharedMemorySegment::SharedMemorySegment(
     std::unique_ptr<FileMapping> mapping, const std::wstring& name, std::size_t minimumSize)
     : m_mapping(std::move(mapping))
 {
-    // Before the view is made: of nothing there is none.
-    if (m_mapping->size < minimumSize)
+    struct stat status;
+    if (fstat(m_mapping->file.Value(), &status) != 0)
+        ThrowSystemError(mappingText, mappingFunction);
+    const std::size_t size = InWholePages(static_cast<std::size_t>(status.st_size));
+    if (size < minimumSize)
         throw RuntimeError(L"Existing shared memory segment '" + name + L"' too small (minimum size = "
-            + std::to_wstring(minimumSize) + L", actual size = " + std::to_wstring(m_mapping->size) + L")");
-    const int protection = m_mapping->access == Access::ReadOnly ? PROT_READ : PROT_READ | PROT_WRITE;
-    void* const address = mmap(nullptr, m_mapping->size, protection, MAP_SHARED, m_mapping->file.Value(), 0);
-    if (address == MAP_FAILED)
-        ThrowSystemError(L"MapViewOfFile() failed", L"qpr::SharedMemorySegment::FileView::FileView");
-    m_address = address;
+            + std::to_wstring(minimumSize) + L", actual size = " + std::to_wstring(size) + L")"
+            + RemovalNote(m_mapping->name));
 }
 
 SharedMemorySegment::~SharedMemorySegment()
 {
-    if (munmap(m_address, m_mapping->size) != 0)
-        Panic("UnmapViewOfFile(m_address)", "qpr::SharedMemorySegment::FileView::~FileView");
     if (!m_mapping->file.Close())
         Panic("CloseHandle(m_handle)", "qpr::SharedMemorySegment::FileMapping::~FileMapping");
+}
+
+void SharedMemorySegment::Read(void* to, std::size_t size) const
+{
+    const ssize_t count = pread(m_mapping->file.Value(), to, size, 0);
+    if (count < 0)
+        ThrowObjectError(L"ReadFile() failed", L"qpr::SharedMemorySegment::Read", errno, m_mapping->name);
+    std::memset(static_cast<char*>(to) + count, 0, size - static_cast<std::size_t>(count));
+}
+
+void SharedMemorySegment::Write(std::size_t offset, const void* from, std::size_t size)
+{
+    const ssize_t count = pwrite(m_mapping->file.Value(), from, size, static_cast<off_t>(offset));
+    if (count != static_cast<ssize_t>(size))
+        ThrowObjectError(
+            L"WriteFile() failed", L"qpr::SharedMemorySegment::Write", count < 0 ? errno : ENOSPC, m_mapping->name);
+}
+
+bool SharedMemorySegment::HasName() const noexcept
+{
+    return HasLinks(m_mapping->file.Value());
 }
 
 } // namespace qpr

@@ -1,12 +1,19 @@
 #include "worktable/posix/SharedObject.h"
 
+#include "runtime/Errors.h"
 #include "runtime/Utf8.h"
 #include "worktable/posix/SecurityDescriptorBuffer.h"
 
 #include <cerrno>
 #include <fcntl.h>
+#include <mutex>
+#include <pthread.h>
+#include <pwd.h>
+#include <set>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace qpr::posix
 {
@@ -20,11 +27,6 @@ constexpr wchar_t localPrefix[] = L"Local\\";
 /// Somebody may make and remove an object as fast as we look for it.
 constexpr int maximumAttempts = 100;
 
-bool IsTrusted(const ObjectName& name, const struct stat& status)
-{
-    return S_ISREG(status.st_mode) && status.st_uid == (name.isGlobal ? 0 : geteuid());
-}
-
 SharedObject Failure(int error)
 {
     return {FileDescriptor(), error};
@@ -35,23 +37,27 @@ SharedObject Success(FileDescriptor file)
     return {std::move(file), 0};
 }
 
+/// What refused to be opened: a stranger's file counts as that, whatever it refused us with.
+SharedObject Refusal(const ObjectName& name, FileKind kind, int error)
+{
+    struct stat status;
+    const bool isStrange = lstat(name.Path().c_str(), &status) == 0 && !IsTrusted(name, kind, status);
+    return Failure(isStrange ? EPERM : error);
+}
+
 /// The object without a name yet.
-SharedObject BuildObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security,
-    const std::function<int(int)>& initialise)
+SharedObject BuildObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security)
 {
     if (name.isGlobal && geteuid() != 0)
         return Failure(EPERM);
     FileDescriptor file(open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
     if (!file.IsValid())
         return Failure(errno);
-    const bool forEveryone = name.isGlobal && security.GetBuffer().grantsAllAccess;
     // Not left to the creation mode, which the process's umask narrows.
-    if (fchmod(file.Value(), forEveryone ? 0666 : 0600) != 0)
+    if (fchmod(file.Value(), FileMode(name, security)) != 0)
         return Failure(errno);
-    // Takes the memory now: a full file system is an error here, and a bus error at the first touch otherwise.
+    // Takes the memory now: a full file system is told here, and not at some later write.
     if (const int error = posix_fallocate(file.Value(), 0, static_cast<off_t>(size)))
-        return Failure(error);
-    if (const int error = initialise(file.Value()))
         return Failure(error);
     return Success(std::move(file));
 }
@@ -63,7 +69,58 @@ int GiveName(const FileDescriptor& file, const ObjectName& name)
     return result == 0 ? 0 : errno;
 }
 
+/// The descriptors that a forked child closes. Its mutex is held over a fork, so that the child finds the list whole.
+struct LockRegistry
+{
+    static LockRegistry& Get()
+    {
+        static LockRegistry& registry = *new LockRegistry; // never destroyed: a process may fork while it ends
+        return registry;
+    }
+
+    std::mutex mutex;
+    std::set<LockDescriptor*> descriptors;
+
+private:
+    LockRegistry()
+    {
+        if (const int error = pthread_atfork(Lock, Unlock, CloseAll))
+            throw std::system_error(error, std::generic_category());
+    }
+
+    static void Lock() { Get().mutex.lock(); }
+    static void Unlock() { Get().mutex.unlock(); }
+    static void CloseAll()
+    {
+        for (LockDescriptor* descriptor : Get().descriptors)
+            descriptor->Close();
+        Unlock();
+    }
+};
+
 } // namespace
+
+LockDescriptor::LockDescriptor(FileDescriptor file, const ForkBlock&)
+    : m_file(std::move(file))
+{
+    LockRegistry::Get().descriptors.insert(this);
+}
+
+LockDescriptor::~LockDescriptor()
+{
+    const ForkBlock noFork;
+    LockRegistry::Get().descriptors.erase(this);
+}
+
+ForkBlock::ForkBlock()
+{
+    LockRegistry::Get().mutex.lock();
+}
+
+ForkBlock::~ForkBlock()
+{
+    LockRegistry::Get().mutex.unlock();
+}
 
 bool FileDescriptor::Close() noexcept
 {
@@ -87,28 +144,30 @@ ObjectName::ObjectName(const std::wstring& name)
     }
 }
 
+bool IsTrusted(const ObjectName& name, FileKind kind, const struct stat& status) noexcept
+{
+    const bool isOfKind = kind == FileKind::Fifo ? S_ISFIFO(status.st_mode) : S_ISREG(status.st_mode);
+    return isOfKind && status.st_uid == (name.isGlobal ? 0 : geteuid());
+}
+
 bool SharedObject::IsAbsent(const ObjectName& name) const noexcept
 {
     return error == ENOENT || (error == EPERM && name.isGlobal);
 }
 
-SharedObject OpenSharedObject(const ObjectName& name, Access access)
+SharedObject OpenSharedObject(const ObjectName& name, Access access, FileKind kind)
 {
-    // Looked at before it is opened too: what a stranger put there may block, or refuse us, and is as good as absent.
-    struct stat status;
-    if (lstat(name.Path().c_str(), &status) != 0)
-        return Failure(errno);
-    if (!IsTrusted(name, status))
-        return Failure(EPERM);
     const int mode = access == Access::ReadOnly ? O_RDONLY : O_RDWR;
-    FileDescriptor file(open(name.Path().c_str(), mode | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (!file.IsValid() || fstat(file.Value(), &status) != 0)
+    FileDescriptor file(open(name.Path().c_str(), mode | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    if (!file.IsValid())
+        return Refusal(name, kind, errno);
+    struct stat status;
+    if (fstat(file.Value(), &status) != 0)
         return Failure(errno);
-    return IsTrusted(name, status) ? Success(std::move(file)) : Failure(EPERM);
+    return IsTrusted(name, kind, status) ? Success(std::move(file)) : Failure(EPERM);
 }
 
-SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security,
-    const std::function<int(int file)>& initialise)
+SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security)
 {
     for (int attempt = 0; attempt < maximumAttempts; ++attempt)
     {
@@ -116,7 +175,7 @@ SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, 
         SharedObject existing = OpenSharedObject(name, Access::ReadWrite);
         if (existing.error != ENOENT)
             return existing;
-        SharedObject made = BuildObject(name, size, security, initialise);
+        SharedObject made = BuildObject(name, size, security);
         if (made.error != 0)
             return made;
         const int error = GiveName(made.file, name);
@@ -126,6 +185,57 @@ SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, 
             return Failure(error);
     }
     return Failure(EAGAIN);
+}
+
+unsigned FileMode(const ObjectName& name, const SecurityDescriptor& security) noexcept
+{
+    return name.isGlobal && security.GetBuffer().grantsAllAccess ? 0666 : 0600;
+}
+
+bool HasLinks(int file) noexcept
+{
+    struct stat status;
+    return fstat(file, &status) == 0 && status.st_nlink > 0;
+}
+
+std::wstring UserName(unsigned user)
+{
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return std::to_wstring(user);
+    return FromUtf8(entry.pw_name) + L" (" + std::to_wstring(user) + L')';
+}
+
+std::wstring ObstacleAt(const ObjectName& name, FileKind kind)
+{
+    struct stat status;
+    if (lstat(name.Path().c_str(), &status) != 0 || IsTrusted(name, kind, status))
+        return {};
+    return L"'" + FromUtf8(name.Path()) + L"' of user " + UserName(status.st_uid)
+        + L" is in the way: that user or root has to remove it";
+}
+
+std::wstring RemovalNote(const ObjectName& name)
+{
+    struct stat status;
+    const bool exists = lstat(name.Path().c_str(), &status) == 0;
+    return L" ('" + FromUtf8(name.Path()) + (exists ? L"' of user " + UserName(status.st_uid) : L"'")
+        + L" has to be removed)";
+}
+
+void ThrowObjectError(const wchar_t* text, const wchar_t* function, int error, const ObjectName& name, int line)
+{
+    const std::wstring path = L" ('" + FromUtf8(name.Path()) + L'\'';
+    std::wstring note = path + L')';
+    if (error == ENOSPC)
+        note = path + L" needs room under /dev/shm)";
+    else if (error == EPERM && access(name.Path().c_str(), F_OK) != 0)
+        note = path + L" can be made by root alone)";
+    else if (error == EPERM || error == EACCES)
+        note = RemovalNote(name);
+    throw RuntimeError(SystemErrorMessage(text, function, line, static_cast<std::uint32_t>(error)) + note);
 }
 
 } // namespace qpr::posix

@@ -6,7 +6,6 @@
 #include "worktable/windows/SecurityDescriptorBuffer.h"
 
 #include <stdexcept>
-#include <vector>
 
 namespace qpr
 {
@@ -26,14 +25,25 @@ ProcessEvent::~ProcessEvent()
 
 void ProcessEvent::Create(const std::wstring& name, const SecurityDescriptor& security)
 {
+    if (!TryCreate(name, security))
+        throw RuntimeError(L"Event '" + name + L"' already exists");
+}
+
+bool ProcessEvent::TryCreate(const std::wstring& name, const SecurityDescriptor& security)
+{
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessEvent::Create");
     OwnedHandle handle(CreateEventW(AttributesOf(security), FALSE, FALSE, name.c_str()));
+    const DWORD error = GetLastError();
+    // Refused, or of another kind: somebody has the name as well.
+    const bool isTaken = handle.IsValid() ? error == ERROR_ALREADY_EXISTS
+                                          : error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_HANDLE;
+    if (isTaken)
+        return false;
     if (!handle.IsValid())
-        ThrowSystemError(L"CreateEvent() failed", L"qpr::ProcessEvent::Create");
-    if (GetLastError() == ERROR_ALREADY_EXISTS)
-        throw RuntimeError(L"Event '" + name + L"' already exists");
+        ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ProcessEvent::Create", error);
     m_state = std::make_unique<State>(State{std::move(handle), true});
+    return true;
 }
 
 bool ProcessEvent::TryOpen(const std::wstring& name)
@@ -72,24 +82,9 @@ void ProcessEvent::Close() noexcept
     m_state.reset();
 }
 
-// An open handle would keep an event whose owner has gone, and its name: the events are opened for each signal.
-struct ProcessEventGroup::State
+bool ProcessEvent::HasName() const noexcept
 {
-    std::vector<std::wstring> names;
-};
-
-ProcessEventGroup::ProcessEventGroup(std::span<const std::wstring> names)
-    : m_state(std::make_unique<State>(State{{names.begin(), names.end()}}))
-{
-}
-
-ProcessEventGroup::~ProcessEventGroup() = default;
-
-void ProcessEventGroup::Signal(std::size_t index) noexcept
-{
-    const OwnedHandle event(OpenEventW(EVENT_MODIFY_STATE, FALSE, m_state->names[index].c_str()));
-    if (event.IsValid())
-        SetEvent(event.Value());
+    return true; // as long as anybody has it open
 }
 
 } // namespace qpr

@@ -66,4 +66,9 @@ void ProcessMutex::Release()
         ThrowSystemError(L"ReleaseMutex() failed", L"qpr::ProcessMutex::Release");
 }
 
+bool ProcessMutex::HasName() const noexcept
+{
+    return true; // as long as anybody has it open
+}
+
 } // namespace qpr

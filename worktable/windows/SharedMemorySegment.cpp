@@ -5,13 +5,26 @@
 #include "runtime/windows/Handle.h"
 #include "worktable/windows/SecurityDescriptorBuffer.h"
 
+#include <cstring>
+#include <utility>
+
 namespace qpr
 {
 
 struct SharedMemorySegment::FileMapping
 {
+    FileMapping(OwnedHandle mapping, DWORD mappingAccess) noexcept
+        : handle(std::move(mapping))
+        , access(mappingAccess)
+    {
+    }
+    ~FileMapping();
+    FileMapping(const FileMapping&) = delete;
+    FileMapping& operator=(const FileMapping&) = delete;
+
     OwnedHandle handle;
     DWORD access;
+    char* address = nullptr; ///< of the view
 };
 
 namespace
@@ -38,19 +51,13 @@ std::size_t RegionSize(const void* address)
     return info.RegionSize;
 }
 
-void Unmap(const void* address) noexcept
-{
-    if (!UnmapViewOfFile(address))
-        Panic("UnmapViewOfFile(m_address)", "qpr::SharedMemorySegment::FileView::~FileView");
-}
-
 } // namespace
 
 SharedMemorySegment::SharedMemorySegment(
     const std::wstring& name, std::size_t minimumSize, const SecurityDescriptor& security)
-    : SharedMemorySegment(std::make_unique<FileMapping>(
-                              FileMapping{OpenOrCreateMapping(name, minimumSize, security), FILE_MAP_ALL_ACCESS}),
-        name, minimumSize)
+    : SharedMemorySegment(
+        std::make_unique<FileMapping>(OpenOrCreateMapping(name, minimumSize, security), FILE_MAP_ALL_ACCESS), name,
+        minimumSize)
 {
 }
 
@@ -64,32 +71,46 @@ std::unique_ptr<const SharedMemorySegment> SharedMemorySegment::TryOpenReadOnly(
             return nullptr;
         ThrowSystemError(L"CreateFileMapping() failed", mappingFunction);
     }
-    return std::unique_ptr<const SharedMemorySegment>(new SharedMemorySegment(
-        std::make_unique<FileMapping>(FileMapping{std::move(handle), FILE_MAP_READ}), name, minimumSize));
+    return std::unique_ptr<const SharedMemorySegment>(
+        new SharedMemorySegment(std::make_unique<FileMapping>(std::move(handle), FILE_MAP_READ), name, minimumSize));
 }
 
 SharedMemorySegment::SharedMemorySegment(
     std::unique_ptr<FileMapping> mapping, const std::wstring& name, std::size_t minimumSize)
     : m_mapping(std::move(mapping))
 {
-    void* const address = MapViewOfFile(m_mapping->handle.Value(), m_mapping->access, 0, 0, 0);
-    if (!address)
+    m_mapping->address = static_cast<char*>(MapViewOfFile(m_mapping->handle.Value(), m_mapping->access, 0, 0, 0));
+    if (!m_mapping->address)
         ThrowSystemError(L"MapViewOfFile() failed", L"qpr::SharedMemorySegment::FileView::FileView");
-    const std::size_t size = RegionSize(address);
+    const std::size_t size = RegionSize(m_mapping->address);
     if (size < minimumSize)
-    {
-        Unmap(address);
         throw RuntimeError(L"Existing shared memory segment '" + name + L"' too small (minimum size = "
             + std::to_wstring(minimumSize) + L", actual size = " + std::to_wstring(size) + L")");
-    }
-    m_address = address;
 }
 
-SharedMemorySegment::~SharedMemorySegment()
+SharedMemorySegment::FileMapping::~FileMapping()
 {
-    Unmap(m_address);
-    if (!m_mapping->handle.Close())
+    if (address && !UnmapViewOfFile(address))
+        Panic("UnmapViewOfFile(m_address)", "qpr::SharedMemorySegment::FileView::~FileView");
+    if (!handle.Close())
         Panic("CloseHandle(m_handle)", "qpr::SharedMemorySegment::FileMapping::~FileMapping");
+}
+
+SharedMemorySegment::~SharedMemorySegment() = default;
+
+void SharedMemorySegment::Read(void* to, std::size_t size) const
+{
+    std::memcpy(to, m_mapping->address, size);
+}
+
+void SharedMemorySegment::Write(std::size_t offset, const void* from, std::size_t size)
+{
+    std::memcpy(m_mapping->address + offset, from, size);
+}
+
+bool SharedMemorySegment::HasName() const noexcept
+{
+    return true; // as long as anybody has it open
 }
 
 } // namespace qpr
