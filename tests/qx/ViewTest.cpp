@@ -1,3 +1,4 @@
+#include "support/ProgramRun.h"
 #include "tools/qx/BatchCounts.h"
 #include "tools/qx/Json.h"
 #include "tools/qx/RoomHolders.h"
@@ -71,6 +72,15 @@ TEST(JsonTest, WritesFloatsWithTheirOwnDigits)
     EXPECT_EQ(qx::ToJson(16777216.0f).dump(), "16777216.0");
     EXPECT_EQ(qx::ToJson(-std::numeric_limits<float>::infinity()).dump(), "\"-inf\"");
     EXPECT_EQ(qx::ToJson(std::numeric_limits<float>::quiet_NaN()).dump(), "\"nan\"");
+}
+
+TEST(TableCommandTest, TellsWhereTheTableIsAndThatNothingIsInItsWay)
+{
+    const test::ProgramEnd end = test::RunProgram({L"qx", {L"table", L"--json"}, {}, {}});
+    const qx::Json table = qx::Json::parse(end.output);
+    EXPECT_EQ(table["obstacles"].dump(), "[]");
+    EXPECT_THAT(table["location"].get<std::string>(), testing::HasSubstr("QxWorkTable"));
+    EXPECT_EQ(table["scope"] == "Global", table["location"].get<std::string>().find("Global") != std::string::npos);
 }
 
 TEST(BatchCountsTest, TellsHowFarTheBatchIs)

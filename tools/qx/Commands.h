@@ -15,5 +15,6 @@ void AddExprCommand(Program& program);
 void AddUsageCommand(Program& program);
 void AddHostCommand(Program& program);
 void AddTopCommand(Program& program);
+void AddTableCommand(Program& program);
 
 } // namespace qx

@@ -16,5 +16,6 @@ int main(int argc, char** argv)
     qx::AddUsageCommand(program);
     qx::AddHostCommand(program);
     qx::AddTopCommand(program);
+    qx::AddTableCommand(program);
     return program.Run(qpr::ProgramArguments(argc, argv));
 }
