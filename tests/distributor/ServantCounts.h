@@ -2,10 +2,11 @@
 
 #include "runtime/Utf8.h"
 #include "worktable/SharedMemorySegment.h"
+#include "worktable/TableMutex.h"
 #include "worktable/TestTable.h"
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <string>
 
 namespace test
@@ -14,21 +15,42 @@ namespace test
 /// What servants use at the same time, whoever has started them: counted by the servants themselves.
 struct UseCount
 {
-    std::atomic<unsigned> now;
-    std::atomic<unsigned> most;
+    unsigned now = 0;
+    unsigned most = 0;
 };
 
 /// In memory that the test shares with the servants; zero to begin with.
-struct ServantCounts
+class ServantCounts
 {
+public:
     explicit ServantCounts(const std::string& name)
-        : segment(qpr::FromUtf8(name), 2 * sizeof(UseCount), ForEveryone())
+        : m_segment(qpr::FromUtf8(name), sizeof(Counts), ForEveryone())
     {
+        m_mutex.OpenOrCreate(qpr::FromUtf8(name + "Mutex"), ForEveryone());
     }
 
-    UseCount& Of(bool isLocal) { return static_cast<UseCount*>(segment.Address())[isLocal ? 1 : 0]; }
+    UseCount Of(bool isLocal) const
+    {
+        Counts counts;
+        m_segment.Read(&counts, sizeof counts);
+        return counts[isLocal ? 1 : 0];
+    }
 
-    qpr::SharedMemorySegment segment;
+    void Change(bool isLocal, int by)
+    {
+        qxm::AcquireTableMutex(m_mutex, qpr::Infinite);
+        UseCount count = Of(isLocal);
+        count.now += static_cast<unsigned>(by);
+        count.most = std::max(count.most, count.now);
+        m_segment.Write(isLocal ? sizeof count : 0, &count, sizeof count);
+        m_mutex.Release();
+    }
+
+private:
+    using Counts = std::array<UseCount, 2>;
+
+    qpr::ProcessMutex m_mutex;
+    qpr::SharedMemorySegment m_segment;
 };
 
 /// Counts a servant while it lives.
@@ -37,22 +59,19 @@ class CountedServant
 public:
     CountedServant(const std::string& name, bool isLocal, unsigned use)
         : m_counts(name)
-        , m_count(m_counts.Of(isLocal))
-        , m_use(use)
+        , m_isLocal(isLocal)
+        , m_use(static_cast<int>(use))
     {
-        const unsigned now = m_count.now += m_use;
-        for (unsigned most = m_count.most; now > most && !m_count.most.compare_exchange_weak(most, now);)
-        {
-        }
+        m_counts.Change(m_isLocal, m_use);
     }
-    ~CountedServant() { m_count.now -= m_use; }
+    ~CountedServant() { m_counts.Change(m_isLocal, -m_use); }
     CountedServant(const CountedServant&) = delete;
     CountedServant& operator=(const CountedServant&) = delete;
 
 private:
     ServantCounts m_counts;
-    UseCount& m_count;
-    const unsigned m_use;
+    const bool m_isLocal;
+    const int m_use;
 };
 
 } // namespace test
