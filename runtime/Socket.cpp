@@ -1,11 +1,59 @@
 #include "runtime/Socket.h"
 
 #include "runtime/Errors.h"
+#include "runtime/Thread.h"
 
 #include <utility>
 
 namespace qpr
 {
+
+namespace
+{
+
+constexpr std::uint32_t timedOut = 10060;
+constexpr std::uint32_t refused = 10061;
+
+[[noreturn]] void ThrowConnectError(std::uint32_t error)
+{
+    ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", error);
+}
+
+} // namespace
+
+NativeHandle Socket::Handle() const
+{
+    if (!m_handle.IsValid())
+        throw RuntimeError(L"Invalid Socket");
+    return m_handle;
+}
+
+WaitObject Socket::InputObject() const
+{
+    return WaitObject(Handle(), WaitObject::Kind_Readable);
+}
+
+void Socket::Connect(const SocketAddress& address, const Wait& wait)
+{
+    try
+    {
+        StartConnecting(address, wait);
+    }
+    catch (const TimeoutException&)
+    {
+        ThrowConnectError(timedOut);
+    }
+    if (GetLocalAddress() == GetRemoteAddress())
+    {
+        *this = Socket(); // or nobody could listen at the port
+        ThrowConnectError(refused);
+    }
+}
+
+void Socket::WaitForInput(const Wait& wait) const
+{
+    wait.For(InputObject(), L"qpr::Socket::WaitForInput");
+}
 
 void Socket::Shutdown(Direction direction)
 {

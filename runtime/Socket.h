@@ -14,7 +14,8 @@ namespace qpr
 
 /// A TCP socket, owned. Moves, does not copy; the destructor closes. Not inherited by child processes. Whatever would
 /// block waits through a Wait, so that it can be given up from outside. Used by one thread at a time, but that one
-/// thread may read it while another writes. Every failed call throws "<call>() failed" with the socket error.
+/// thread may read it while another writes. Every failed call throws "<call>() failed" with the socket error, one on
+/// a socket that is not open "Invalid Socket".
 class Socket
 {
 public:
@@ -49,6 +50,8 @@ public:
     /// The next connection that is there, or none, and where it comes from. Wait for InputObject before.
     std::optional<Socket> TryAccept(SocketAddress* remoteAddress = nullptr);
 
+    /// A wait that runs out of time is the socket error 10060, "Connection timed out"; a connection of the socket with
+    /// itself, which a port of this computer allows, is 10061, "Connection refused".
     void Connect(const SocketAddress& address, const Wait& wait = {});
 
     SocketAddress GetLocalAddress() const;
@@ -85,16 +88,19 @@ public:
     bool HasInputEnded() const;
 
     bool IsOpen() const noexcept { return m_handle.IsValid(); }
-    NativeHandle Handle() const noexcept { return m_handle; }
+    /// Throws "Invalid Socket" when the socket is not open.
+    NativeHandle Handle() const;
 
     /// Signalled when there is data, its end, or a connection to accept.
-    WaitObject InputObject() const noexcept;
+    WaitObject InputObject() const;
 
 private:
     explicit Socket(NativeHandle handle) noexcept
         : m_handle(handle)
     {
     }
+
+    void StartConnecting(const SocketAddress& address, const Wait& wait);
 
     NativeHandle m_handle;
 };

@@ -2,11 +2,19 @@
 
 #include "runtime/AddressLookup.h"
 #include "runtime/Errors.h"
+#include "runtime/IRunnable.h"
+#include "runtime/Mutex.h"
 #include "runtime/Panic.h"
+#include "runtime/Thread.h"
+#include "runtime/ThreadEvent.h"
 
 #include <algorithm>
 #include <cwchar>
+#include <exception>
 #include <iterator>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace qpr
 {
@@ -24,6 +32,104 @@ bool IsServiceText(const std::wstring& service)
         return !service.empty() && service.size() <= 5 && std::stoul(service) <= 0xFFFF;
     const wchar_t first = service.front();
     return (first >= L'a' && first <= L'z') || (first >= L'A' && first <= L'Z');
+}
+
+/// Asks the resolver on a thread of its own.
+class NameLookUp final : private IRunnable
+{
+public:
+    NameLookUp(std::wstring host, std::wstring service)
+        : m_host(std::move(host))
+        , m_service(std::move(service))
+        , m_thread(*this)
+    {
+    }
+
+    WaitObject DoneObject() const noexcept { return m_done.Object(); }
+    bool IsDone() const { return Thread::TryWaitForObject(DoneObject(), L"qpr::NameLookUp::IsDone", 0); }
+
+    std::vector<SocketAddress> Result() const
+    {
+        if (m_error)
+            std::rethrow_exception(m_error);
+        return m_addresses;
+    }
+
+private:
+    void Run() override
+    {
+        try
+        {
+            m_addresses = LookUpAddresses(m_host, m_service, LookUp::Names);
+        }
+        catch (...)
+        {
+            m_error = std::current_exception();
+        }
+        m_done.Signal();
+    }
+    void HandleError(const std::exception&) override { }
+
+    const std::wstring m_host;
+    const std::wstring m_service;
+    std::vector<SocketAddress> m_addresses;
+    std::exception_ptr m_error;
+    ThreadEvent m_done{ThreadEvent::Kind_ManualReset};
+    Thread m_thread; // last: starts when the rest is there
+};
+
+/// Look-ups that nobody waits for any more, until they are done: the resolver cannot be interrupted. Never destroyed,
+/// since that would wait for them at the end of the program.
+class AbandonedLookUps
+{
+public:
+    void Add(std::unique_ptr<NameLookUp> lookUp)
+    {
+        KeepLoaded();
+        const ScopedLock lock(m_lock);
+        m_lookUps.push_back(std::move(lookUp));
+    }
+
+    void DropThoseDone()
+    {
+        const NonInterruptibleSection section;
+        const ScopedLock lock(m_lock);
+        std::erase_if(m_lookUps, [](const auto& lookUp) { return lookUp->IsDone(); });
+    }
+
+private:
+    Mutex m_lock;
+    std::vector<std::unique_ptr<NameLookUp>> m_lookUps QX_GUARDED_BY(m_lock);
+};
+
+std::vector<SocketAddress> LookUpName(const std::wstring& host, const std::wstring& service, const Wait& wait)
+{
+    static AbandonedLookUps& abandoned = *new AbandonedLookUps;
+    abandoned.DropThoseDone();
+    auto lookUp = std::make_unique<NameLookUp>(host, service);
+    try
+    {
+        wait.For(lookUp->DoneObject(), L"qpr::SocketAddress::SetRemoteAddress");
+    }
+    catch (...)
+    {
+        abandoned.Add(std::move(lookUp));
+        throw;
+    }
+    return lookUp->Result();
+}
+
+/// What is written in numbers needs no thread.
+std::vector<SocketAddress> FindAddresses(const std::wstring& host, const std::wstring& service, const Wait& wait)
+{
+    try
+    {
+        return LookUpAddresses(host, service, LookUp::Numbers);
+    }
+    catch (const RuntimeError&)
+    {
+        return LookUpName(host, service, wait);
+    }
 }
 
 template <class... Args>
@@ -63,13 +169,14 @@ SocketAddress SocketAddress::Loopback(std::uint16_t port) noexcept
     return SocketAddress(Family::IPv4, {127, 0, 0, 1}, port);
 }
 
-SocketAddress SocketAddress::Resolve(const std::wstring& host, const std::wstring& service, Family family)
+SocketAddress SocketAddress::Resolve(
+    const std::wstring& host, const std::wstring& service, Family family, const Wait& wait)
 {
     if (!IsServiceText(service))
         ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", serviceNotFound);
     if (host.empty()) // some resolvers take it for this computer
         ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", hostNotFound);
-    const std::vector<SocketAddress> addresses = LookUpAddresses(host, service);
+    const std::vector<SocketAddress> addresses = FindAddresses(host, service, wait);
     const auto found = std::ranges::find(addresses, family, &SocketAddress::GetFamily);
     if (found == addresses.end())
         throw RuntimeError(L"No remote address found for host '" + host + L"' and service '" + service + L"'");

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "runtime/Wait.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -26,9 +28,10 @@ public:
     static SocketAddress Loopback(std::uint16_t port) noexcept;
 
     /// The first address of the family that the system's resolver knows for a TCP host and service; a service is a name
-    /// or a decimal port. Blocks as long as the resolver does and cannot be interrupted. Throws "GetAddrInfo() failed"
-    /// or "No remote address found for host '<host>' and service '<service>'".
-    static SocketAddress Resolve(const std::wstring& host, const std::wstring& service, Family family = Family::IPv4);
+    /// or a decimal port. A name is looked up on a thread of its own, which is left behind when the wait ends before it
+    /// is found. Throws "GetAddrInfo() failed" or "No remote address found for host '<host>' and service '<service>'".
+    static SocketAddress Resolve(const std::wstring& host, const std::wstring& service, Family family = Family::IPv4,
+        const Wait& wait = {});
 
     Family GetFamily() const noexcept { return m_family; }
     const AddressBytes& Bytes() const noexcept { return m_bytes; }

@@ -88,7 +88,7 @@ Socket Socket::Listen(const SocketAddress& address, int backlog)
 std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
 {
     NativeAddress native;
-    const int descriptor = accept4(Descriptor(m_handle), native.Get(), &native.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const int descriptor = accept4(Descriptor(Handle()), native.Get(), &native.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (descriptor != -1)
     {
         if (remoteAddress)
@@ -111,19 +111,19 @@ std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
     }
 }
 
-void Socket::Connect(const SocketAddress& address, const Wait& wait)
+void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
 {
     wait.Check();
     const NativeAddress native(address);
-    if (connect(Descriptor(m_handle), native.Get(), native.size) == 0)
+    if (connect(Descriptor(Handle()), native.Get(), native.size) == 0)
         return;
     if (errno != EINPROGRESS && errno != EINTR)
         ThrowSocketError(L"WSAConnect() failed", L"qpr::Socket::Connect");
 
-    wait.For(WaitObject(m_handle, WaitObject::Kind_Writable), L"qpr::Socket::Connect");
+    wait.For(WaitObject(Handle(), WaitObject::Kind_Writable), L"qpr::Socket::Connect");
     int error = 0;
     socklen_t size = sizeof error;
-    if (getsockopt(Descriptor(m_handle), SOL_SOCKET, SO_ERROR, &error, &size) == -1)
+    if (getsockopt(Descriptor(Handle()), SOL_SOCKET, SO_ERROR, &error, &size) == -1)
         error = errno;
     if (error != 0)
         ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", SocketErrorFromErrno(error));
@@ -132,7 +132,7 @@ void Socket::Connect(const SocketAddress& address, const Wait& wait)
 SocketAddress Socket::GetLocalAddress() const
 {
     NativeAddress native;
-    if (getsockname(Descriptor(m_handle), native.Get(), &native.size) == -1)
+    if (getsockname(Descriptor(Handle()), native.Get(), &native.size) == -1)
         ThrowSocketError(L"getsockname() failed", L"qpr::Socket::GetLocalAddress");
     return native.ToSocketAddress();
 }
@@ -140,38 +140,38 @@ SocketAddress Socket::GetLocalAddress() const
 SocketAddress Socket::GetRemoteAddress() const
 {
     NativeAddress native;
-    if (getpeername(Descriptor(m_handle), native.Get(), &native.size) == -1)
+    if (getpeername(Descriptor(Handle()), native.Get(), &native.size) == -1)
         ThrowSocketError(L"getpeername() failed", L"qpr::Socket::GetRemoteAddress");
     return native.ToSocketAddress();
 }
 
 void Socket::SetReceiveBufferSize(std::uint32_t bytes)
 {
-    SetOption(m_handle, SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
+    SetOption(Handle(), SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
 }
 
 void Socket::SetSendBufferSize(std::uint32_t bytes)
 {
-    SetOption(m_handle, SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
+    SetOption(Handle(), SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
 }
 
 void Socket::EnableKeepAlive()
 {
-    SetOption(m_handle, SOL_SOCKET, SO_KEEPALIVE, 1);
-    SetOption(m_handle, IPPROTO_TCP, TCP_KEEPIDLE, 60);
-    SetOption(m_handle, IPPROTO_TCP, TCP_KEEPINTVL, 10);
-    SetOption(m_handle, IPPROTO_TCP, TCP_KEEPCNT, 6);
+    SetOption(Handle(), SOL_SOCKET, SO_KEEPALIVE, 1);
+    SetOption(Handle(), IPPROTO_TCP, TCP_KEEPIDLE, 60);
+    SetOption(Handle(), IPPROTO_TCP, TCP_KEEPINTVL, 10);
+    SetOption(Handle(), IPPROTO_TCP, TCP_KEEPCNT, 6);
 }
 
 void Socket::SendWithoutDelay()
 {
-    SetOption(m_handle, IPPROTO_TCP, TCP_NODELAY, 1);
+    SetOption(Handle(), IPPROTO_TCP, TCP_NODELAY, 1);
 }
 
 void Socket::SetResetOnClose(bool reset)
 {
     const linger option{reset ? 1 : 0, 0};
-    if (setsockopt(Descriptor(m_handle), SOL_SOCKET, SO_LINGER, &option, sizeof option) == -1)
+    if (setsockopt(Descriptor(Handle()), SOL_SOCKET, SO_LINGER, &option, sizeof option) == -1)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
@@ -188,24 +188,14 @@ void Socket::Close()
         ThrowSocketError(L"closesocket() failed", L"qpr::Socket::Close");
 }
 
-void Socket::WaitForInput(const Wait& wait) const
-{
-    wait.For(InputObject(), L"qpr::Socket::WaitForInput");
-}
-
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
-    const ssize_t count = recv(Descriptor(m_handle), buffer, size, MSG_PEEK);
+    const ssize_t count = recv(Descriptor(Handle()), buffer, size, MSG_PEEK);
     if (count >= 0)
         return static_cast<std::size_t>(count);
     if (!WouldBlock(errno) && errno != EINTR)
         ThrowSocketError(L"WSARecv() failed", L"qpr::Socket::TryPeek");
     return std::nullopt;
-}
-
-WaitObject Socket::InputObject() const noexcept
-{
-    return WaitObject(m_handle, WaitObject::Kind_Readable);
 }
 
 std::size_t SocketReader::Read(void* buffer, std::size_t size)

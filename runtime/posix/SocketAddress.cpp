@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <dlfcn.h>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -53,10 +54,11 @@ SocketAddress NativeAddress::ToSocketAddress() const noexcept
     return SocketAddress(SocketAddress::Family::IPv6, bytes, ntohs(native.sin6_port));
 }
 
-std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service)
+std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service, LookUp what)
 {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = what == LookUp::Numbers ? AI_NUMERICHOST : 0;
     addrinfo* results = nullptr;
     const int error = getaddrinfo(ToUtf8(host).c_str(), ToUtf8(service).c_str(), &hints, &results);
     if (error != 0)
@@ -74,6 +76,13 @@ std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::
         addresses.push_back(native.ToSocketAddress());
     }
     return addresses;
+}
+
+void KeepLoaded() noexcept
+{
+    Dl_info library{};
+    if (dladdr(reinterpret_cast<const void*>(&KeepLoaded), &library) != 0)
+        dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE); // not loaded by name: a program's own code
 }
 
 } // namespace qpr

@@ -173,14 +173,14 @@ Socket Socket::Listen(const SocketAddress& address, int backlog)
 std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
 {
     NativeAddress native;
-    const SOCKET accepted = accept(SystemSocket(m_handle), native.Get(), &native.size);
+    const SOCKET accepted = accept(SystemSocket(Handle()), native.Get(), &native.size);
     if (accepted != INVALID_SOCKET)
     {
         StartLibrary();
         Socket socket(NativeHandle(static_cast<std::intptr_t>(accepted)));
-        MakeNonInheritable(socket.m_handle);
-        EventSelect(socket.m_handle, nullptr, 0); // it has the listener's
-        SetBlocking(socket.m_handle);
+        MakeNonInheritable(socket.Handle());
+        EventSelect(socket.Handle(), nullptr, 0); // it has the listener's
+        SetBlocking(socket.Handle());
         if (remoteAddress)
             *remoteAddress = native.ToSocketAddress();
         return socket;
@@ -199,26 +199,26 @@ std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
     }
 }
 
-void Socket::Connect(const SocketAddress& address, const Wait& wait)
+void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
 {
     wait.Check();
     const NativeAddress native(address);
-    SetNonBlocking(m_handle);
-    if (WSAConnect(SystemSocket(m_handle), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
+    SetNonBlocking(Handle());
+    if (WSAConnect(SystemSocket(Handle()), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
     {
         std::uint32_t error = LastSocketError();
         if (error == WSAEWOULDBLOCK)
-            error = ConnectSelection(m_handle).WaitForEnd(wait);
+            error = ConnectSelection(Handle()).WaitForEnd(wait);
         if (error != 0)
             ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", error);
     }
-    SetBlocking(m_handle);
+    SetBlocking(Handle());
 }
 
 SocketAddress Socket::GetLocalAddress() const
 {
     NativeAddress native;
-    if (getsockname(SystemSocket(m_handle), native.Get(), &native.size) != 0)
+    if (getsockname(SystemSocket(Handle()), native.Get(), &native.size) != 0)
         ThrowSocketError(L"getsockname() failed", L"qpr::Socket::GetLocalAddress");
     return native.ToSocketAddress();
 }
@@ -226,39 +226,39 @@ SocketAddress Socket::GetLocalAddress() const
 SocketAddress Socket::GetRemoteAddress() const
 {
     NativeAddress native;
-    if (getpeername(SystemSocket(m_handle), native.Get(), &native.size) != 0)
+    if (getpeername(SystemSocket(Handle()), native.Get(), &native.size) != 0)
         ThrowSocketError(L"getpeername() failed", L"qpr::Socket::GetRemoteAddress");
     return native.ToSocketAddress();
 }
 
 void Socket::SetReceiveBufferSize(std::uint32_t bytes)
 {
-    SetOption(m_handle, SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
+    SetOption(Handle(), SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
 }
 
 void Socket::SetSendBufferSize(std::uint32_t bytes)
 {
-    SetOption(m_handle, SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
+    SetOption(Handle(), SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
 }
 
 void Socket::EnableKeepAlive()
 {
     tcp_keepalive times{1, 60'000, 10'000}; // in milliseconds: until the first probe, and between two
     DWORD size = 0;
-    if (WSAIoctl(SystemSocket(m_handle), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &size, nullptr, nullptr)
+    if (WSAIoctl(SystemSocket(Handle()), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &size, nullptr, nullptr)
         != 0)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
 void Socket::SendWithoutDelay()
 {
-    SetOption(m_handle, IPPROTO_TCP, TCP_NODELAY, 1);
+    SetOption(Handle(), IPPROTO_TCP, TCP_NODELAY, 1);
 }
 
 void Socket::SetResetOnClose(bool reset)
 {
     const linger option{static_cast<u_short>(reset ? 1 : 0), 0};
-    if (setsockopt(SystemSocket(m_handle), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&option), sizeof option)
+    if (setsockopt(SystemSocket(Handle()), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&option), sizeof option)
         != 0)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
@@ -279,16 +279,11 @@ void Socket::Close()
     LeaveLibrary();
 }
 
-void Socket::WaitForInput(const Wait& wait) const
-{
-    wait.For(InputObject(), L"qpr::Socket::WaitForInput");
-}
-
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
-    if (CountReadySockets(SystemSocket(m_handle), WaitObject::Kind_Readable) <= 0)
+    if (CountReadySockets(SystemSocket(Handle()), WaitObject::Kind_Readable) <= 0)
         return std::nullopt;
-    const int count = recv(SystemSocket(m_handle), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
+    const int count = recv(SystemSocket(Handle()), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
     if (count >= 0)
         return static_cast<std::size_t>(count);
     const int error = WSAGetLastError();
@@ -297,11 +292,6 @@ std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
     if (error != WSAEWOULDBLOCK)
         ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::Socket::TryPeek", static_cast<std::uint32_t>(error));
     return std::nullopt;
-}
-
-WaitObject Socket::InputObject() const noexcept
-{
-    return WaitObject(m_handle, WaitObject::Kind_Readable);
 }
 
 namespace

@@ -48,11 +48,12 @@ SocketAddress NativeAddress::ToSocketAddress() const noexcept
     return SocketAddress(SocketAddress::Family::IPv6, bytes, ntohs(native.sin6_port));
 }
 
-std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service)
+std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service, LookUp what)
 {
     const Socket::LibraryUser libraryUser;
     ADDRINFOW hints{};
     hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = what == LookUp::Numbers ? AI_NUMERICHOST : 0;
     ADDRINFOW* results = nullptr;
     const int error = GetAddrInfoW(host.c_str(), service.c_str(), &hints, &results);
     if (error != 0)
@@ -70,6 +71,13 @@ std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::
         addresses.push_back(native.ToSocketAddress());
     }
     return addresses;
+}
+
+void KeepLoaded() noexcept
+{
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+        reinterpret_cast<const wchar_t*>(&KeepLoaded), &library);
 }
 
 } // namespace qpr
