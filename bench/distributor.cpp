@@ -32,7 +32,6 @@ public:
         : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, introductions, {})
     {
         m_request.WaitUntilReady();
-        m_request.OpenLogConnection();
         ReadUntil('\n');
     }
 

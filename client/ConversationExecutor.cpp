@@ -26,14 +26,7 @@ public:
     {
     }
 
-    /// With the log connection: a distributor that gives up in the last moment is one that could not be reached.
-    bool WaitUntilReady() override
-    {
-        if (!m_request.WaitUntilReady())
-            return false;
-        m_request.OpenLogConnection();
-        return true;
-    }
+    bool WaitUntilReady() override { return m_request.WaitUntilReady(); }
 
     void CarryOut() override { RunNetworkConversation(m_call, m_request, m_settings); }
 

@@ -130,6 +130,13 @@ Arguments ParseLine(std::wstring_view line, const std::wstring& expectedRole)
 
 } // namespace
 
+bool HostDescription::IsIdentifier(std::wstring_view text) noexcept
+{
+    constexpr std::size_t maxLength = 128;
+    constexpr std::wstring_view characters = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:/-";
+    return !text.empty() && text.size() <= maxLength && text.find_first_not_of(characters) == std::wstring_view::npos;
+}
+
 std::wstring HostDescription::Write() const
 {
     std::wostringstream line;

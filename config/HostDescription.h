@@ -34,6 +34,10 @@ struct HostDescription
     qpr::Nullable<std::uint64_t> cpuSpeedInHz;
     qpr::Nullable<std::uint64_t> linkSpeedInBps;
 
+    /// Whether an identifier may stand on a servant's command line and in a journal: up to 128 letters, digits and
+    /// characters of "._:/-".
+    static bool IsIdentifier(std::wstring_view text) noexcept;
+
     /// The line, without a line end.
     std::wstring Write() const;
 

@@ -3,6 +3,8 @@
 #include "runtime/ComputerFacts.h"
 #include "runtime/CurrentProcess.h"
 
+#include <algorithm>
+
 namespace qxm
 {
 
@@ -17,6 +19,20 @@ constexpr std::uint64_t laaAddressSpaceInMB = 4096;
 /// Nothing measures the processor: all computers count the same.
 constexpr float cpuScore = 1.0f;
 
+/// The name as a word that every distributor takes.
+std::wstring WordOf(std::wstring name)
+{
+    constexpr std::size_t maxLength = 100; // leaves room for the process id in an identifier
+    name.resize(std::min(name.size(), maxLength));
+    std::ranges::replace_if(
+        name,
+        [](wchar_t character) {
+            return !HostDescription::IsIdentifier({&character, 1});
+        },
+        L'-');
+    return name.empty() ? L"-" : name;
+}
+
 } // namespace
 
 HostDescription DescribeLocalHost(const std::wstring& role)
@@ -26,7 +42,7 @@ HostDescription DescribeLocalHost(const std::wstring& role)
     HostDescription host;
     host.role = role;
     host.version = libraryVersion;
-    host.hostName = qpr::ComputerFacts::GetHostName();
+    host.hostName = WordOf(qpr::ComputerFacts::GetHostName());
     host.processId = qpr::CurrentProcess::GetId();
     host.identifier = host.hostName + L"/" + std::to_wstring(host.processId);
     host.userName = qpr::CurrentProcess::GetUserName();

@@ -1,5 +1,7 @@
 #include "distributor/ByteCopy.h"
 
+#include "runtime/Errors.h"
+
 #include <exception>
 #include <memory>
 
@@ -15,20 +17,20 @@ constexpr std::size_t bufferSize = 65536;
 CopyEnd CopyBytes(qpr::IReader& source, qpr::IWriter& target)
 {
     const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
-    CopyEnd failure = CopyEnd::SourceFailed;
+    CopyEnd::Kind failure = CopyEnd::Kind_SourceFailed;
     try
     {
         while (const std::size_t count = source.Read(buffer.get(), bufferSize))
         {
-            failure = CopyEnd::TargetFailed;
+            failure = CopyEnd::Kind_TargetFailed;
             target.Write(buffer.get(), count);
-            failure = CopyEnd::SourceFailed;
+            failure = CopyEnd::Kind_SourceFailed;
         }
-        return CopyEnd::EndOfData;
+        return {CopyEnd::Kind_EndOfData, {}};
     }
-    catch (const std::exception&)
+    catch (const std::exception& error)
     {
-        return failure;
+        return {failure, qpr::ErrorText(error)};
     }
 }
 

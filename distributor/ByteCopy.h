@@ -3,14 +3,22 @@
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
 
+#include <string>
+
 namespace qxd
 {
 
-enum class CopyEnd
+struct CopyEnd
 {
-    EndOfData,
-    SourceFailed,
-    TargetFailed,
+    enum Kind
+    {
+        Kind_EndOfData,
+        Kind_SourceFailed,
+        Kind_TargetFailed,
+    };
+
+    Kind kind;
+    std::wstring error; ///< of the side that failed
 };
 
 /// Copies what comes, as it comes, until the end of the data or until one side fails; a cancelled wait

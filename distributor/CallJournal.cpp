@@ -1,5 +1,6 @@
 #include "distributor/CallJournal.h"
 
+#include "runtime/PrintableText.h"
 #include "runtime/Utf8.h"
 
 #include <array>
@@ -12,6 +13,7 @@ namespace
 {
 
 constexpr std::uint32_t endTimeMs = 1000;
+constexpr std::size_t maxLineLength = 600; // a line quotes what clients say
 constexpr std::uint32_t gatheringTimeMs = 20; // a thread woken for each of many short calls would stand in their way
 
 } // namespace
@@ -39,7 +41,7 @@ void CallJournal::WriteLine(const std::wstring& line) noexcept
     try
     {
         const qpr::ScopedLock lock(m_lock);
-        Keep(qpr::ToUtf8(line) + "\n");
+        Keep(qpr::ToUtf8(qpr::Printable(line, maxLineLength)) + "\n");
         m_hasLines.Signal();
     }
     catch (const std::exception&)

@@ -28,6 +28,7 @@ public:
     /// What is left has a second to be written.
     ~CallJournal() override;
 
+    /// In printable form, cut at a few hundred characters: much of it is what clients say.
     void WriteLine(const std::wstring& line) noexcept;
 
 private:

@@ -18,6 +18,7 @@ struct CallOrder
     std::wstring clientIdentifier;
     qxm::ExpectedUsage expectedUsage;
     bool logServiceExecutionInfo = false;
+    bool servantEnd = false;
 
     std::vector<std::wstring> ServantCommandLine() const;
 };

@@ -23,7 +23,8 @@ CallRequest CallRequest::Parse(std::wstring_view line)
     if (!arguments.PositionalArguments().empty() && arguments.Positional(0) != L"call")
         throw qpr::RuntimeError(L"Unknown command '" + arguments.Positional(0) + L"'");
     arguments.Validate(2, 2, L"Invalid call command",
-        {L"WithLog", L"ServiceRequestAttributes", L"LoopbackToLocalMachine", L"LogServiceExecutionInfo"});
+        {L"WithLog", L"ServiceRequestAttributes", L"LoopbackToLocalMachine", L"LogServiceExecutionInfo",
+            L"ServantEnd"});
     // The end of the log connection is how a client's going is noticed.
     if (!NamedBool(arguments, L"WithLog", false))
         throw qpr::RuntimeError(L"Invalid call command: WithLog=true is required");
@@ -35,6 +36,7 @@ CallRequest CallRequest::Parse(std::wstring_view line)
         request.attributes = qxm::ParseAttributes(attributes);
     request.loopbackAllowed = NamedBool(arguments, L"LoopbackToLocalMachine", true);
     request.logServiceExecutionInfo = NamedBool(arguments, L"LogServiceExecutionInfo", false);
+    request.servantEnd = NamedBool(arguments, L"ServantEnd", false);
     return request;
 }
 

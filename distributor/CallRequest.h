@@ -15,6 +15,7 @@ struct CallRequest
     qxm::ServiceRequestAttributes attributes;
     bool loopbackAllowed = true;
     bool logServiceExecutionInfo = false;
+    bool servantEnd = false; ///< whether the log is to be followed by how the servant ended
 
     /// Throws a RuntimeError that says what is wrong with the line.
     static CallRequest Parse(std::wstring_view line);

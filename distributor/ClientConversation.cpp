@@ -3,8 +3,10 @@
 #include "distributor/ByteCopy.h"
 #include "protocol/LineConversation.h"
 #include "runtime/Errors.h"
+#include "runtime/PrintableText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qxd
 {
@@ -13,13 +15,6 @@ namespace
 
 constexpr std::size_t bufferSize = 1024;
 constexpr std::uint32_t partingTimeMs = 5000;
-
-std::wstring OneLine(std::wstring text)
-{
-    std::ranges::replace_if(
-        text, [](wchar_t character) { return character < L' '; }, L' ');
-    return text;
-}
 
 } // namespace
 
@@ -38,6 +33,16 @@ qpr::Wait Attended(const qpr::Socket& client, std::uint32_t timeoutMs)
     return Within(timeoutMs).Or(client.InputObject(), onInput);
 }
 
+std::size_t BoundedReader::Read(void* buffer, std::size_t size)
+{
+    // One byte more than may come tells that it did.
+    const std::size_t count = m_reader.Read(buffer, std::min(size, m_left + 1));
+    if (count > m_left)
+        throw qpr::RuntimeError(L"The client said more than 65536 bytes before it had a servant");
+    m_left -= count;
+    return count;
+}
+
 ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::Wait& wait)
     : m_reader(socket, wait)
     , m_inputBytes(m_reader, bufferSize)
@@ -53,6 +58,8 @@ qxm::HostDescription ClientConversation::LogIn(qxm::HostDescriptionMemo& clients
     try
     {
         qxm::HostDescription client = clients.Read(qxm::ReadLine(m_input));
+        if (!qxm::HostDescription::IsIdentifier(client.identifier))
+            throw qpr::RuntimeError(L"Invalid client identifier '" + client.identifier + L"'");
         m_output << L"$ " << std::flush;
         return client;
     }
@@ -69,16 +76,15 @@ std::wstring ClientConversation::ReadRequestLine()
     return qxm::ReadLine(m_input);
 }
 
-void ClientConversation::WriteLine(std::wstring line)
+void ClientConversation::WriteLine(std::wstring_view line)
 {
-    m_output << OneLine(std::move(line)) << L"\r\n";
+    m_output << qpr::Printable(line) << L"\r\n";
 }
 
-void TellAndPartFrom(qpr::Socket& client, const std::wstring& reason)
+void TellAndPartFrom(qpr::Socket& client, ClientConversation& conversation, const std::wstring& reason)
 {
     try
     {
-        ClientConversation conversation(client, Within(partingTimeMs));
         conversation.WriteLine(reason);
         conversation.Flush();
     }

@@ -32,25 +32,13 @@ std::wstring TimeSince(Clock::time_point start)
     return text.str();
 }
 
-std::wstring Describe(const ServantEnd& end)
+std::wstring Describe(const JoinedCall& call, const ServantEnd& end)
 {
+    if (!call.Failure().empty())
+        return call.Failure();
     if (!end.isExitCodeKnown || end.exitCode == 0)
         return L"done";
     return L"servant ended with exit code " + std::to_wstring(end.exitCode);
-}
-
-/// A failure is for later: the client listens for it only once it has connected for its log.
-std::exception_ptr TryStart(JoinedCall& call, IServantStarter& starter, const CallOrder& order)
-{
-    try
-    {
-        call.Start(starter, order.ServantCommandLine());
-    }
-    catch (const std::exception&)
-    {
-        return std::current_exception();
-    }
-    return nullptr;
 }
 
 /// Calls a function however the scope is left, an interrupt included.
@@ -82,10 +70,13 @@ ClientSession::ClientSession(qpr::Socket socket, const qpr::SocketAddress& addre
 {
 }
 
-void ClientSession::GiveUpReception()
+bool ClientSession::GiveUpReception()
 {
-    if (!m_isAccepted)
-        m_thread.Interrupt();
+    State receiving = State::Receiving;
+    if (!m_state.compare_exchange_strong(receiving, State::GivenUp))
+        return receiving == State::GivenUp;
+    m_thread.Interrupt();
+    return true;
 }
 
 void ClientSession::Run()
@@ -98,10 +89,12 @@ void ClientSession::Serve()
 {
     try
     {
-        const CallOrder order = ReceiveCall(m_socket, m_surroundings);
-        m_subject =
-            L"call " + order.service.info->name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
-        Execute(order);
+        ServeOne();
+    }
+    catch (const qpr::InterruptException&)
+    {
+        if (m_state == State::Accepted)
+            m_surroundings.journal.WriteLine(m_subject + L": The distributor is stopping");
     }
     catch (const std::exception& error)
     {
@@ -110,11 +103,20 @@ void ClientSession::Serve()
     m_socket.Close();
 }
 
+void ClientSession::ServeOne()
+{
+    const CallOrder order = ReceiveCall(m_socket, m_surroundings);
+    m_subject = L"call " + order.service.info->name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
+    Execute(order);
+}
+
 void ClientSession::Execute(const CallOrder& order)
 {
     // In the queue before the client knows: who is accepted first is served first.
     SlotQueue::Place place(m_surroundings.slots);
-    m_isAccepted = true;
+    State receiving = State::Receiving;
+    if (!m_state.compare_exchange_strong(receiving, State::Accepted))
+        throw qpr::InterruptException();
     const qpr::Wait wait = Attended(m_socket);
     ClientConversation conversation(m_socket, wait);
     conversation.WriteLine(qxm::serviceRequestAcceptedLine);
@@ -136,23 +138,19 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(
     {
         if (!place.HasSlot())
             throw qpr::RuntimeError(L"The distributor is stopping");
-        const qpr::Wait wait = Attended(m_socket, logConnectionTimeMs);
+        // A servant is promised once it has been started; it comes up while the client connects.
+        auto call = std::make_unique<JoinedCall>(m_socket);
+        call->Start(m_surroundings.starter, order.ServantCommandLine());
         LogListener listener(m_socket.GetLocalAddress(), m_socket.GetRemoteAddress());
         conversation.WriteLine(qxm::logPortLinePrefix + std::to_wstring(listener.Port()));
         conversation.Flush();
-        // The servant comes up while the client connects.
-        auto call = std::make_unique<JoinedCall>(m_socket);
-        const std::exception_ptr failure = TryStart(*call, m_surroundings.starter, order);
-        qpr::Socket logSocket = listener.Accept(wait);
-        if (failure)
-            std::rethrow_exception(failure);
-        call->Join(std::move(logSocket));
+        call->Join(listener.Accept(Attended(m_socket, logConnectionTimeMs)));
         return call;
     }
     catch (const std::exception& error)
     {
         place.Release();
-        TellAndPartFrom(m_socket, qpr::ErrorText(error));
+        TellAndPartFrom(m_socket, conversation, qpr::ErrorText(error));
         throw;
     }
 }
@@ -165,8 +163,11 @@ std::wstring ClientSession::SeeThrough(JoinedCall& call, const CallOrder& order,
         return L"client gone";
     if (order.logServiceExecutionInfo)
         call.WriteExecutionInfo(order, m_surroundings.host, end);
+    call.WriteFailure();
+    if (order.servantEnd)
+        call.WriteServantEnd(end);
     call.Finish();
-    return Describe(end);
+    return Describe(call, end);
 }
 
 } // namespace qxd

@@ -26,14 +26,22 @@ public:
     ClientSession(qpr::Socket socket, const qpr::SocketAddress& address, const SessionSurroundings& surroundings,
         std::function<void(ClientSession&)> onEnd);
 
-    /// Interrupts a session that has no accepted request yet.
-    void GiveUpReception();
+    /// Interrupts a session that has no accepted request yet, and keeps it from accepting one; false when it has.
+    bool GiveUpReception();
 
 private:
+    enum class State
+    {
+        Receiving,
+        Accepted,
+        GivenUp,
+    };
+
     void Run() override;
     void HandleError(const std::exception&) override { }
 
     void Serve();
+    void ServeOne();
     void Execute(const CallOrder& order);
     std::unique_ptr<JoinedCall> StartServant(
         const CallOrder& order, SlotQueue::Place& place, ClientConversation& conversation);
@@ -44,7 +52,7 @@ private:
     const SessionSurroundings& m_surroundings;
     const std::function<void(ClientSession&)> m_onEnd;
     std::wstring m_subject; ///< what the journal's line is about
-    std::atomic<bool> m_isAccepted = false;
+    std::atomic<State> m_state = State::Receiving;
     qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
 };
 

@@ -1,11 +1,13 @@
 #include "distributor/Distributor.h"
 
 #include "distributor/ClientConversation.h"
+#include "protocol/DistributorConversation.h"
 #include "protocol/GraceTime.h"
 #include "runtime/Deadline.h"
 #include "runtime/Errors.h"
 #include "runtime/Utf8.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -14,19 +16,46 @@ namespace qxd
 namespace
 {
 
-constexpr std::size_t maxClients = 1000;
+constexpr int maxAcceptsPerTurn = 64; // between two looks for the stop
 constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
 constexpr std::uint32_t tidyUpMs = 1000; // a session that has ended waits for the next client, or this long
 constexpr std::uint32_t greetingTimeMs = 100; // a new connection takes a few lines at once
 
+// What clients hold: a running one the two connections, the servant's process, its pipes and the events of its threads.
+constexpr std::size_t descriptorsOfWaiting = 3;
+constexpr std::size_t descriptorsOfRunning = 13;
+constexpr std::size_t descriptorsOfProgram = 32;
+constexpr std::size_t mostClients = 4096; // each has a thread
+
+std::string GreetingOf(qxm::HostDescription host)
+{
+    host.identifier += std::wstring(L"/") + qxm::servantEndExtension;
+    return qpr::ToUtf8(host.Write()) + "\r\n";
+}
+
 } // namespace
 
-Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, std::uint32_t slots,
+std::uint32_t Capacity::MaxSlots(std::size_t descriptors) noexcept
+{
+    constexpr std::size_t reserved = descriptorsOfProgram + 16 * descriptorsOfWaiting;
+    const std::size_t slots = (std::max(descriptors, reserved) - reserved) / descriptorsOfRunning;
+    return static_cast<std::uint32_t>(std::clamp<std::size_t>(slots, 1, 65536));
+}
+
+Capacity Capacity::Of(std::uint32_t slots, std::size_t descriptors) noexcept
+{
+    const std::size_t running = descriptorsOfProgram + slots * descriptorsOfRunning;
+    const std::size_t waiting = (std::max(descriptors, running) - running) / descriptorsOfWaiting;
+    return {slots, slots + std::clamp<std::size_t>(waiting, 16, mostClients)};
+}
+
+Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, const Capacity& capacity,
     const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal)
     : m_host(std::move(host))
-    , m_greeting(qpr::ToUtf8(m_host.Write()) + "\r\n")
-    , m_slots(slots)
-    , m_surroundings{m_host, m_clients, catalogue, slots, m_slots, starter, journal}
+    , m_maxClients(capacity.clients)
+    , m_greeting(GreetingOf(m_host))
+    , m_slots(capacity.slots)
+    , m_surroundings{m_host, m_clients, catalogue, capacity.slots, m_slots, starter, journal}
     , m_listener(qpr::Socket::Listen(address))
     , m_sessions(m_surroundings)
 {
@@ -61,21 +90,31 @@ void Distributor::AcceptClients()
     try
     {
         qpr::SocketAddress address;
-        while (std::optional<qpr::Socket> socket = m_listener.TryAccept(&address))
+        for (int count = 0; count < maxAcceptsPerTurn; ++count)
+        {
+            std::optional<qpr::Socket> socket = m_listener.TryAccept(&address);
+            if (!socket)
+                return;
             Welcome(std::move(*socket), address);
+        }
     }
-    catch (const qpr::RuntimeError&)
+    catch (const qpr::RuntimeError&) // no descriptor is left
     {
-        m_canAccept = false;
+        m_canAccept = m_sessions.DropOldestReception();
     }
+}
+
+bool Distributor::MakeRoomForClient()
+{
+    if (m_sessions.Size() >= m_maxClients)
+        m_sessions.RemoveEnded();
+    return m_sessions.Size() < m_maxClients || m_sessions.DropOldestReception();
 }
 
 /// The greeting is not left to the session: the client reads it while the session's thread comes up.
 void Distributor::Welcome(qpr::Socket socket, const qpr::SocketAddress& address)
 {
-    if (m_sessions.Size() >= maxClients)
-        m_sessions.RemoveEnded();
-    const bool isAccepted = m_sessions.Size() < maxClients;
+    const bool isAccepted = MakeRoomForClient();
     const std::string lines = m_greeting + (isAccepted ? "$ " : "! Too many clients\r\n");
     try
     {

@@ -12,13 +12,24 @@
 namespace qxd
 {
 
+/// How much a distributor takes on.
+struct Capacity
+{
+    std::uint32_t slots;
+    std::size_t clients = 1000; ///< when so many are there, the oldest without an accepted request is dropped
+
+    /// The most slots that this process may serve with so many descriptors, and the clients beside some slots.
+    static std::uint32_t MaxSlots(std::size_t descriptors) noexcept;
+    static Capacity Of(std::uint32_t slots, std::size_t descriptors) noexcept;
+};
+
 /// Accepts clients and serves each in a session of its own. The protocol has no authentication: whoever can connect can
 /// run the configured services.
 class Distributor
 {
 public:
     /// Listens from here on. The catalogue, the starter and the journal are not owned and outlive the distributor.
-    Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, std::uint32_t slots,
+    Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, const Capacity& capacity,
         const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal);
 
     qpr::SocketAddress Address() const { return m_listener.GetLocalAddress(); }
@@ -30,11 +41,13 @@ public:
 private:
     std::uint32_t TimeoutMs() const noexcept;
     void AcceptClients();
+    bool MakeRoomForClient();
     void Welcome(qpr::Socket socket, const qpr::SocketAddress& address);
     void WindDown();
 
     const qxm::HostDescription m_host;
-    const std::string m_greeting; ///< the description as a line
+    const std::size_t m_maxClients;
+    const std::string m_greeting; ///< the description as a line, with the extensions offered
     qxm::HostDescriptionMemo m_clients{L"client"};
     SlotQueue m_slots;
     const SessionSurroundings m_surroundings;

@@ -19,7 +19,8 @@ namespace qxd
 struct ServantEnd
 {
     bool isExitCodeKnown = false;
-    std::uint32_t exitCode = 0;
+    std::uint32_t exitCode = 0; ///< signal n counts as 128 + n
+    std::uint32_t signal = 0; ///< that ended it; 0 when it ended by itself
     qpr::ProcessFigures figures;
 };
 
@@ -47,6 +48,9 @@ public:
 
     /// Signalled once the servant has ended.
     virtual qpr::WaitObject EndObject() const = 0;
+
+    /// The number of the signal that ended it, or 0. Requires: it has ended.
+    virtual std::uint32_t EndSignal() const = 0;
 
     /// Closes its channels and returns when the servant has ended and all of its log is written, by itself or, after a
     /// grace time, by force. Requires: nobody uses its input and output any more.

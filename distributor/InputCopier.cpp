@@ -17,7 +17,7 @@ void InputCopier::Run()
 {
     const CopyEnd end = CopyBytes(m_reader, m_servant.Input());
     m_servant.CloseInput();
-    if (end == CopyEnd::TargetFailed)
+    if (end.kind == CopyEnd::Kind_TargetFailed)
         DiscardBytes(m_reader);
 }
 

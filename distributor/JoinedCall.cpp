@@ -3,6 +3,8 @@
 #include "distributor/ByteCopy.h"
 #include "distributor/ClientConversation.h"
 #include "protocol/ExecutionInfoRecord.h"
+#include "protocol/NetworkLog.h"
+#include "runtime/ChildProcess.h"
 #include "runtime/Errors.h"
 
 #include <utility>
@@ -14,6 +16,7 @@ namespace
 
 constexpr std::uint32_t dataBufferSize = 65536;
 constexpr std::size_t logBufferSize = 4096;
+constexpr std::uint32_t endTimeMs = 100; // a servant that a signal ended is known by then
 
 } // namespace
 
@@ -78,8 +81,28 @@ void JoinedCall::WaitForServantOrClient()
 void JoinedCall::CopyOutput()
 {
     qpr::SocketWriter writer(m_mainSocket, WaitForClientToo());
-    if (CopyBytes(m_servant->Output(), writer) == CopyEnd::EndOfData)
+    const CopyEnd end = CopyBytes(m_servant->Output(), writer);
+    if (ClientIsGone())
+        return;
+    if (end.kind == CopyEnd::Kind_EndOfData)
+        NoteSignal();
+    else if (end.kind == CopyEnd::Kind_SourceFailed)
+        m_failure = end.error;
+    if (end.kind == CopyEnd::Kind_EndOfData && m_failure.empty())
         m_mainSocket.TryShutdown(qpr::Socket::Direction::Send);
+}
+
+/// The end of the data of a servant that a signal ended is not its own.
+void JoinedCall::NoteSignal()
+{
+    if (!qpr::Thread::TryWaitForObject(m_servant->EndObject(), L"qxd::JoinedCall::NoteSignal", endTimeMs))
+        return;
+    const std::uint32_t signal = m_servant->EndSignal();
+    if (signal == 0)
+        return;
+    const std::wstring description = qpr::SignalDescription(signal);
+    m_failure = L"Servant '" + m_commandLine.front() + L"' was ended by signal " + std::to_wstring(signal)
+        + (description.empty() ? L"" : L" (" + description + L")");
 }
 
 void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end)
@@ -90,10 +113,28 @@ void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescr
     m_log.flush();
 }
 
+void JoinedCall::WriteFailure()
+{
+    if (!m_failure.empty())
+        m_log << (m_logChannel.IsInLine() ? L"\n" : L"") << m_failure << std::endl;
+}
+
+void JoinedCall::WriteServantEnd(const ServantEnd& end)
+{
+    if (!end.isExitCodeKnown)
+        return;
+    const bool isSignal = end.signal != 0;
+    m_logBytes << qxm::servantEndMark << (isSignal ? "signal " : "exit ") << (isSignal ? end.signal : end.exitCode)
+               << '\n'
+               << std::flush;
+}
+
 void JoinedCall::Finish()
 {
     m_logSocket.TryShutdown(qpr::Socket::Direction::Send);
     m_logSocket.SetResetOnClose(false);
+    if (!m_failure.empty())
+        return;
     m_mainSocket.SetResetOnClose(false);
     PartFrom(m_mainSocket);
 }

@@ -14,35 +14,44 @@ namespace qxd
 {
 
 /// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
-/// the log connection. Used by the client's session thread; another copies the input. The
-/// destructor ends what is left of the servant. From joining until the call has ended cleanly, closing
-/// the connections resets them, so that the client cannot take what it has received for everything.
+/// the log connection. Used by the client's session thread; another copies the input. The destructor ends what is left
+/// of the servant. From joining until the call has ended cleanly, closing the connections resets them, so that the
+/// client cannot take what it has received for everything.
 class JoinedCall
 {
 public:
     /// The main socket is not owned and outlives the call.
     explicit JoinedCall(qpr::Socket& mainSocket);
 
-    /// Starts the servant, which may be done before the client has connected for the log. Throws what went wrong.
+    /// Starts the servant, before the client has connected for the log. Throws what went wrong.
     void Start(IServantStarter& starter, std::vector<std::wstring> commandLine);
 
     /// Requires: started. Joins the servant with its client.
     void Join(qpr::Socket logSocket);
 
-    /// Requires: joined. Copies the servant's output until it ends, and returns when the servant has ended, by itself
-    /// or because the client is gone.
+    /// Requires: joined. Copies the servant's output until it ends, goes on passing on the input, and returns when the
+    /// servant has ended, by itself or because the client is gone.
     ServantEnd WaitForEnd();
 
     /// Requires: the servant has ended. Writes the record that the client has asked for to the log.
     void WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end);
 
-    /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it.
+    /// Why what the client has got is not the whole answer; empty when it is. To be written as the log's last line.
+    const std::wstring& Failure() const noexcept { return m_failure; }
+    void WriteFailure();
+
+    /// For a client that has asked for it: how the servant ended, after its log.
+    void WriteServantEnd(const ServantEnd& end);
+
+    /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it; after a
+    /// failure the main one is reset.
     void Finish();
 
     bool ClientIsGone() const noexcept { return m_clientGone.IsCancelled(); }
 
 private:
     void CopyOutput();
+    void NoteSignal();
     void WaitForServantOrClient();
 
     /// Joined by the end of the log connection, which means that the client is gone.
@@ -55,6 +64,7 @@ private:
     qpr::GenericOutputStream<LogChannel> m_logBytes;
     qpr::UTF8OutputStream m_log;
     std::vector<std::wstring> m_commandLine;
+    std::wstring m_failure;
     std::unique_ptr<IServant> m_servant;
     std::optional<InputCopier> m_inputCopier;
 };

@@ -27,12 +27,18 @@ public:
     {
         m_wait.For(m_connected.Object(), L"qxd::LogChannel::Write");
         m_writer.Write(buffer, size);
+        if (size != 0)
+            m_isInLine = static_cast<const char*>(buffer)[size - 1] != '\n';
     }
     void Flush() override { }
+
+    /// Whether what has been written ends in the middle of a line.
+    bool IsInLine() const noexcept { return m_isInLine; }
 
 private:
     const qpr::Wait m_wait;
     qpr::SocketWriter m_writer;
+    bool m_isInLine = false;
     qpr::ThreadEvent m_connected{qpr::ThreadEvent::Kind_ManualReset};
 };
 

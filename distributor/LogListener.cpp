@@ -24,7 +24,7 @@ qpr::Socket LogListener::Accept(const qpr::Wait& wait)
 {
     for (;;)
     {
-        m_listener.WaitForInput(wait);
+        m_listener.WaitForInput(wait); // which is over in time, however many strangers connect
         qpr::SocketAddress remoteAddress;
         std::optional<qpr::Socket> socket = m_listener.TryAccept(&remoteAddress);
         if (socket && remoteAddress.IsSameHost(m_clientAddress))

@@ -24,7 +24,11 @@ std::string CheckHostName(const std::string& name)
 std::string CheckListenAddress(const std::string& address)
 {
     const std::size_t colon = address.rfind(':');
-    return colon == std::string::npos || colon == 0 || colon + 1 == address.size() ? "an address is ADDRESS:PORT" : "";
+    if (colon == std::string::npos || colon == 0 || colon + 1 == address.size())
+        return "an address is ADDRESS:PORT";
+    const std::string port = address.substr(colon + 1);
+    const bool isNumber = port.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber && (port.size() > 5 || std::stoul(port) > 65535) ? "a port is a number up to 65535" : "";
 }
 
 void Understand(CLI::App& commandLine, const std::vector<std::string>& arguments)

@@ -32,11 +32,13 @@ public:
     void CloseOutput() override { m_process.AnswerPipe() = {}; }
     qpr::WaitObject EndObject() const override { return m_process.EndObject(); }
 
+    std::uint32_t EndSignal() const override { return m_process.AwaitEnd(*m_cancellation).signal; }
+
     ServantEnd End() override
     {
         constexpr bool hurry = true;
         const qpr::ChildProcess::ExitStatus status = m_process.WaitForEnd(*m_cancellation, hurry);
-        return {status.isKnown, status.exitCode, m_process.Figures()};
+        return {status.isKnown, status.exitCode, status.signal, m_process.Figures()};
     }
 
 private:

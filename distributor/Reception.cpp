@@ -11,7 +11,7 @@ namespace qxd
 namespace
 {
 
-constexpr std::uint32_t receptionTimeMs = 30000;
+constexpr std::uint32_t receptionTimeMs = 5000; // programs talk here, and at once
 
 bool IsSameHostName(const std::wstring& first, const std::wstring& second)
 {
@@ -37,16 +37,15 @@ CallOrder Understand(
         throw qpr::RuntimeError(L"The call must not run on the client's own computer '" + client.hostName
             + L"', which is the distributor's too");
     return {service, request.attributes, client.identifier, ExpectedUsageOf(service, request, surroundings),
-        request.logServiceExecutionInfo};
+        request.logServiceExecutionInfo, request.servantEnd};
 }
 
 CallOrder TakeRequest(
     ClientConversation& conversation, const qxm::HostDescription& client, const SessionSurroundings& surroundings)
 {
-    const std::wstring requestLine = conversation.ReadRequestLine();
     try
     {
-        CallOrder order = Understand(requestLine, client, surroundings);
+        CallOrder order = Understand(conversation.ReadRequestLine(), client, surroundings);
         if (conversation.HasMoreInput())
             throw qpr::RuntimeError(L"The client sent more than its request");
         return order;

@@ -1,5 +1,6 @@
 #include "distributor/SessionList.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qxd
@@ -12,32 +13,43 @@ SessionList::SessionList(const SessionSurroundings& surroundings)
 
 void SessionList::Start(qpr::Socket socket, const qpr::SocketAddress& address)
 {
-    auto session = std::make_unique<ClientSession>(
-        std::move(socket), address, m_surroundings, [this](ClientSession& ended) { OnEnd(ended); });
-    m_sessions.emplace(session.get(), std::move(session));
+    m_sessions.push_back(std::make_unique<ClientSession>(
+        std::move(socket), address, m_surroundings, [this](ClientSession& ended) { OnEnd(ended); }));
 }
 
 void SessionList::RemoveEnded()
 {
-    std::vector<ClientSession*> ended;
+    std::set<ClientSession*> ended;
     {
         const qpr::ScopedLock lock(m_lock);
         ended.swap(m_ended);
     }
-    for (ClientSession* session : ended)
-        m_sessions.erase(session);
+    std::erase_if(m_sessions, [&](const auto& session) { return ended.contains(session.get()); });
 }
 
 void SessionList::GiveUpReceptions()
 {
-    for (const auto& [key, session] : m_sessions)
+    for (const auto& session : m_sessions)
         session->GiveUpReception();
+}
+
+bool SessionList::DropOldestReception()
+{
+    const auto oldest =
+        std::ranges::find_if(m_sessions, [](const auto& session) { return session->GiveUpReception(); });
+    if (oldest == m_sessions.end())
+        return false;
+    ClientSession* const dropped = oldest->get();
+    m_sessions.erase(oldest); // which waits for its end
+    const qpr::ScopedLock lock(m_lock);
+    m_ended.erase(dropped);
+    return true;
 }
 
 void SessionList::OnEnd(ClientSession& session)
 {
     const qpr::ScopedLock lock(m_lock);
-    m_ended.push_back(&session);
+    m_ended.insert(&session);
     m_someEnded.Signal();
 }
 

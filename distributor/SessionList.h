@@ -4,9 +4,9 @@
 #include "runtime/Mutex.h"
 #include "runtime/ThreadEvent.h"
 
-#include <map>
+#include <list>
 #include <memory>
-#include <vector>
+#include <set>
 
 namespace qxd
 {
@@ -29,6 +29,9 @@ public:
     void RemoveEnded();
     void GiveUpReceptions();
 
+    /// Drops the client that has been here longest of those without an accepted request; false when there is none.
+    bool DropOldestReception();
+
     /// Ends those that are left, with their servants.
     void EndAll() { m_sessions.clear(); }
 
@@ -37,9 +40,9 @@ private:
 
     const SessionSurroundings& m_surroundings;
     qpr::Mutex m_lock;
-    std::vector<ClientSession*> m_ended QX_GUARDED_BY(m_lock);
+    std::set<ClientSession*> m_ended QX_GUARDED_BY(m_lock);
     qpr::ThreadEvent m_someEnded{qpr::ThreadEvent::Kind_AutoReset};
-    std::map<ClientSession*, std::unique_ptr<ClientSession>> m_sessions; // last: their threads use the rest
+    std::list<std::unique_ptr<ClientSession>> m_sessions; ///< as they came; last: their threads use the rest
 };
 
 } // namespace qxd

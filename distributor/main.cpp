@@ -4,12 +4,15 @@
 #include "distributor/Options.h"
 #include "distributor/ProcessStarter.h"
 #include "distributor/ServiceCatalogue.h"
+#include "runtime/CurrentProcess.h"
+#include "runtime/Errors.h"
 #include "runtime/InterruptSignal.h"
 #include "runtime/ProgramArguments.h"
 #include "runtime/StandardStreams.h"
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 
 namespace
 {
@@ -25,27 +28,65 @@ qxm::HostDescription DescribeHost(const qxd::Options& options)
     return host;
 }
 
-qpr::SocketAddress ListenAddress(const qxd::Options& options, const qxm::DistributorSettings& settings)
+/// What the system says at the end of a library's error text; all of a text without that.
+std::wstring SystemsWords(const std::exception& error)
 {
-    return qpr::SocketAddress::Resolve(options.listenHost.empty() ? L"127.0.0.1" : options.listenHost,
-        options.listenPort.empty() ? settings.clientPort : options.listenPort);
+    const std::wstring text = qpr::ErrorText(error);
+    const std::size_t number = text.find(L" error number = ");
+    const std::size_t words = text.find(L": ", number);
+    return number == std::wstring::npos || words == std::wstring::npos ? text : text.substr(words + 2);
+}
+
+/// The object first, for the person who started the program.
+template <class Function>
+auto Naming(const std::wstring& object, const std::wstring& remedy, Function function)
+{
+    try
+    {
+        return function();
+    }
+    catch (const std::exception& error)
+    {
+        throw qpr::RuntimeError(object + L": " + SystemsWords(error) + remedy);
+    }
+}
+
+std::uint32_t Slots(const qxd::Options& options, std::uint64_t processors, std::size_t descriptors)
+{
+    const std::uint32_t most = qxd::Capacity::MaxSlots(descriptors);
+    if (options.slots.IsNull())
+        return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(processors, 1, most));
+    if (options.slots.Value() > most)
+        throw qxd::CommandLineEnd("--slots: at most " + std::to_string(most) + " with the "
+                + std::to_string(descriptors) + " descriptors that this process may open",
+            true);
+    return options.slots.Value();
 }
 
 void Serve(const qxd::Options& options)
 {
     const qpr::InterruptSignal interrupt;
+    const std::size_t descriptors = qpr::CurrentProcess::RaiseDescriptorLimit();
     const qxm::HostDescription host = DescribeHost(options);
-    const qxd::ServiceCatalogue catalogue(options.configurationPath, host);
-    const std::uint32_t processors = static_cast<std::uint32_t>(std::clamp<std::uint64_t>(host.cpuCount, 1, 65536));
+    const std::uint32_t slots = Slots(options, host.cpuCount, descriptors);
+    const qxd::ServiceCatalogue catalogue = Naming(L"cannot read configuration '" + options.configurationPath + L"'",
+        L"; name one with --config", [&] { return qxd::ServiceCatalogue(options.configurationPath, host); });
+    const std::wstring listenHost = options.listenHost.empty() ? L"127.0.0.1" : options.listenHost;
+    const std::wstring listenPort =
+        options.listenPort.empty() ? catalogue.Distributor().clientPort : options.listenPort;
 
     qpr::StandardOutput output;
     qxd::CallJournal journal(output);
     qxd::ProcessStarter starter;
-    qxd::Distributor distributor(ListenAddress(options, catalogue.Distributor()), host,
-        options.slots.IsNull() ? processors : options.slots.Value(), catalogue, starter, journal);
-    const qpr::SocketAddress address = distributor.Address();
+    const auto distributor = Naming(L"cannot listen on " + listenHost + L":" + listenPort, L"",
+        [&]
+        {
+            return std::make_unique<qxd::Distributor>(qpr::SocketAddress::Resolve(listenHost, listenPort), host,
+                qxd::Capacity::Of(slots, descriptors), catalogue, starter, journal);
+        });
+    const qpr::SocketAddress address = distributor->Address();
     journal.WriteLine(L"qx-distributor listening on " + address.ToText() + L":" + std::to_wstring(address.Port()));
-    distributor.Run(interrupt.Object());
+    distributor->Run(interrupt.Object());
 }
 
 } // namespace

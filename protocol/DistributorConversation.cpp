@@ -34,6 +34,15 @@ std::wstring QuotedServiceName(const std::wstring& name)
     return name;
 }
 
+/// Whether the words after "<host>/<pid>" have this one among them.
+bool Offers(const HostDescription& distributor, const std::wstring& extension)
+{
+    const std::wstring identifier = distributor.identifier + L'/';
+    const std::size_t extensions = identifier.find(L'/', std::min(identifier.find(L'/') + 1, identifier.size()));
+    return extensions != std::wstring::npos
+        && identifier.find(L'/' + extension + L'/', extensions) != std::wstring::npos;
+}
+
 /// The lines of one conversation, over a connected socket: nothing is read beyond the lines asked for, so that the
 /// socket can be handed on.
 class Conversation
@@ -46,14 +55,16 @@ public:
     {
     }
 
-    void ReadGreeting()
+    /// The distributor, which has let us in.
+    HostDescription ReadGreeting()
     {
-        const HostDescription distributor = m_introductions.ReadDistributor(ReadLine(m_input));
+        HostDescription distributor = m_introductions.ReadDistributor(ReadLine(m_input));
         std::wstring reason;
         if (!ReadPrompt(m_input, reason))
             throw qpr::RuntimeError(L"Client connection rejected by distributor: " + reason);
         if (!distributor.version.AtLeast(minimumDistributorVersion))
             throw qpr::RuntimeError(L"Distributor version too low");
+        return distributor;
     }
 
     void LogIn()
@@ -95,22 +106,25 @@ std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request)
         line += L" LoopbackToLocalMachine=false";
     if (request.logServiceExecutionInfo)
         line += L" LogServiceExecutionInfo=true";
+    if (request.servantEnd)
+        line += L" ServantEnd=true";
     return line;
 }
 
-void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, Introductions& introductions, const qpr::Wait& wait)
+bool SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor, DistributorServiceRequest request,
+    Introductions& introductions, const qpr::Wait& wait)
 {
     try
     {
         socket = qpr::Socket::Create(distributor.GetFamily());
-        socket.Connect(distributor, wait);
+        socket.Connect(distributor, qpr::Wait(wait).Until(qpr::Deadline(connectTimeMs)));
         socket.SendWithoutDelay();
         socket.EnableKeepAlive();
         Conversation conversation(socket, introductions, wait);
-        conversation.ReadGreeting();
+        request.servantEnd = Offers(conversation.ReadGreeting(), servantEndExtension);
         conversation.LogIn();
         conversation.SendRequest(request);
+        return request.servantEnd;
     }
     catch (const std::exception& error)
     {

@@ -18,7 +18,15 @@ struct DistributorServiceRequest
     ServiceRequestAttributes attributes;
     bool loopbackAllowed = true; ///< whether a servant on the client's own computer will do
     bool logServiceExecutionInfo = false;
+    bool servantEnd = false; ///< whether the log is followed by how the servant ended; of distributors that offer it
 };
+
+/// What a distributor can do beyond the given lines, it says in its identifier: "<host>/<pid>/end". A client asks for
+/// it only there.
+inline constexpr wchar_t servantEndExtension[] = L"end";
+
+/// How long connecting may take.
+inline constexpr std::uint32_t connectTimeMs = 10000;
 
 /// The distributor's answer to a request that it will serve.
 inline constexpr wchar_t serviceRequestAcceptedLine[] = L"service request accepted";
@@ -46,9 +54,9 @@ private:
 std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);
 
 /// Connects, exchanges host descriptions, logs in and sends the request; the socket, which is created here, is then
-/// connected and the request accepted. Every failure reads "Error sending service request to distributor at <address>:
-/// <what>".
-void SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor,
-    const DistributorServiceRequest& request, Introductions& introductions, const qpr::Wait& wait);
+/// connected and the request accepted. The servant's end is asked for where it is offered, which the result tells.
+/// Every failure reads "Error sending service request to distributor at <address>: <what>".
+bool SendServiceRequest(qpr::Socket& socket, const qpr::SocketAddress& distributor, DistributorServiceRequest request,
+    Introductions& introductions, const qpr::Wait& wait);
 
 } // namespace qxm

@@ -37,25 +37,25 @@ bool DistributorRequest::WaitUntilReady()
     wait.LookFirst();
     if (m_giveUpObject)
         wait.Or(*m_giveUpObject, []() -> std::uint32_t { throw GivenUp(); });
-    const qpr::SocketAddress address = qpr::SocketAddress::Resolve(m_distributorHost, m_distributorPort);
     try
     {
-        SendServiceRequest(m_mainSocket, address, m_request, m_introductions, wait);
-        m_mainSocket.WaitForInput(wait);
+        Open(wait);
+        return true;
     }
     catch (const GivenUp&)
     {
         m_mainSocket.Close();
+        m_logSocket.Close();
         return false;
     }
-    if (m_mainSocket.HasInputEnded())
-        throw qpr::RuntimeError(L"Expected 'establish log connection to port <log port>' but got ''");
-    return true;
 }
 
-void DistributorRequest::OpenLogConnection()
+void DistributorRequest::Open(const qpr::Wait& wait)
 {
-    qxm::OpenLogConnection(m_mainSocket, m_logSocket, m_wait);
+    const qpr::SocketAddress address =
+        qpr::SocketAddress::Resolve(m_distributorHost, m_distributorPort, qpr::SocketAddress::Family::IPv4, wait);
+    m_tellsServantEnd = SendServiceRequest(m_mainSocket, address, m_request, m_introductions, wait);
+    OpenLogConnection(m_mainSocket, m_logSocket, wait);
     m_mainSocket.SetReceiveBufferSize(servantBufferSize);
     m_mainSocket.SetSendBufferSize(servantBufferSize);
     m_logSocket.SetReceiveBufferSize(servantBufferSize);

@@ -8,13 +8,11 @@ namespace qxm
 {
 
 /// One call's way through a distributor, from connecting to the two connections over which it talks to its servant.
-/// Used by the call's thread alone; every step (resolving the host aside) ends at once when the wait does, and up
-/// to the readiness also when the give-up object is signalled.
+/// Used by the call's thread alone; every step ends at once when the wait does or when the give-up object is signalled.
 ///
 ///     DistributorRequest request(host, port, what, introductions, cancellation, switchEvent.Object());
 ///     if (!request.WaitUntilReady())
 ///         return RunLocally();
-///     request.OpenLogConnection();
 ///     Converse(request.MainSocket(), request.LogSocket());
 class DistributorRequest
 {
@@ -23,18 +21,20 @@ public:
     DistributorRequest(std::wstring distributorHost, std::wstring distributorPort, DistributorServiceRequest request,
         Introductions& introductions, qpr::Wait wait, std::optional<qpr::WaitObject> giveUpObject = std::nullopt);
 
-    /// Sends the request and waits until it is accepted and the log-port line has begun to arrive: a servant is there.
-    /// False when the give-up object was signalled first; the connection is then closed. Throws what
-    /// SocketAddress::Resolve and SendServiceRequest throw, and what a log-port line that never came is reported with.
+    /// Sends the request and waits until it is accepted and a servant is there; then opens the log connection and sets
+    /// both connections up for a servant's data. False when the give-up object was signalled first; the connections
+    /// are then closed. Throws what SocketAddress::Resolve, SendServiceRequest and OpenLogConnection throw.
     bool WaitUntilReady();
 
-    /// Requires: ready. Sets both connections up for a servant's data: their buffers, and keep-alive.
-    void OpenLogConnection();
+    /// Requires: ready. Whether the log is followed by how the servant ended.
+    bool TellsServantEnd() const noexcept { return m_tellsServantEnd; }
 
     qpr::Socket& MainSocket() noexcept { return m_mainSocket; }
     qpr::Socket& LogSocket() noexcept { return m_logSocket; }
 
 private:
+    void Open(const qpr::Wait& wait);
+
     std::wstring m_distributorHost;
     std::wstring m_distributorPort;
     DistributorServiceRequest m_request;
@@ -43,6 +43,7 @@ private:
     std::optional<qpr::WaitObject> m_giveUpObject;
     qpr::Socket m_mainSocket;
     qpr::Socket m_logSocket;
+    bool m_tellsServantEnd = false;
 };
 
 } // namespace qxm

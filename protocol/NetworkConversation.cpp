@@ -3,11 +3,14 @@
 #include "protocol/GenericServiceConnection.h"
 #include "protocol/HandOver.h"
 #include "protocol/LogForwarder.h"
+#include "protocol/NetworkLog.h"
 #include "protocol/PeekingInputStream.h"
 #include "protocol/ServantAnswer.h"
 #include "protocol/ServantConversation.h"
 #include "runtime/Cancellation.h"
 #include "runtime/Socket.h"
+
+#include <functional>
 
 namespace qxm
 {
@@ -25,30 +28,39 @@ ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
     return answer;
 }
 
-bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier)
+bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier,
+    const std::function<bool(qxmi::ServantEnd&)>& awaitServantEnd)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
     auto reader = std::make_unique<qpr::SocketReader>(socket, cancellation);
     const ServantAnswer answer = ReadAnswer(call, socket);
     SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
-        {[&socket] { socket.Shutdown(qpr::Socket::Direction::Send); }, [](qxmi::ServantEnd&) { return false; }});
+        {[&socket] { socket.Shutdown(qpr::Socket::Direction::Send); }, awaitServantEnd});
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 
 } // namespace
 
+/// A cancel ends both connections at once, so that the distributor knows at once that nobody waits for its servant.
 void RunNetworkConversation(ICallContext& call, DistributorRequest& request, const ConversationSettings& settings)
 {
+    const qpr::Cancellation& cancellation = call.GetCancellation();
     qpr::Socket& mainSocket = request.MainSocket();
-    qpr::SocketReader logReader(request.LogSocket());
-    LogForwarder logForwarder(logReader, call.Log());
-    const bool used = Attempt(call, [&] { return Converse(call, mainSocket, settings.client.identifier); });
+    NetworkLog log(request.LogSocket(), cancellation, request.TellsServantEnd());
+    LogForwarder logForwarder(log, call.Log());
+    const auto awaitServantEnd = [&](qxmi::ServantEnd& end)
+    {
+        qpr::Wait(cancellation).For(logForwarder.EndObject(), L"qxm::RunNetworkConversation");
+        return log.ServantEnd(end);
+    };
+    const bool used =
+        Attempt(call, [&] { return Converse(call, mainSocket, settings.client.identifier, awaitServantEnd); });
 
     const qpr::NonInterruptibleSection section;
     mainSocket.TryShutdown(qpr::Socket::Direction::Send); // a connection that is broken has told the servant
     mainSocket.Close();
-    logForwarder.WaitForEnd(call.GetCancellation(), !used);
+    logForwarder.WaitForEnd(cancellation, !used);
 }
 
 } // namespace qxm

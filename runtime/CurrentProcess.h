@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -14,6 +15,9 @@ std::uint32_t GetId() noexcept;
 
 /// The account that the process runs under; its number where the system has no name for it.
 std::wstring GetUserName();
+
+/// Lets this process open as many descriptors as the system allows it; how many these are.
+std::size_t RaiseDescriptorLimit() noexcept;
 
 /// Ends the process at once, as one that crashed: no destructors, no exit handlers, no message box.
 [[noreturn]] void FailFast() noexcept;

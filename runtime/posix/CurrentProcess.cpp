@@ -10,7 +10,9 @@
 #include <vector>
 
 #include <pwd.h>
+#include <sys/resource.h>
 #include <unistd.h>
+#include <utility>
 
 namespace qpr::CurrentProcess
 {
@@ -38,6 +40,14 @@ std::wstring GetUserName()
     while (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
         buffer.resize(buffer.size() * 2);
     return found ? FromUtf8(found->pw_name) : std::to_wstring(geteuid());
+}
+
+std::size_t RaiseDescriptorLimit() noexcept
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlim_t before = std::exchange(limit.rlim_cur, limit.rlim_max);
+    return static_cast<std::size_t>(setrlimit(RLIMIT_NOFILE, &limit) == 0 ? limit.rlim_cur : before);
 }
 
 void FailFast() noexcept

@@ -39,6 +39,11 @@ std::wstring GetUserName()
     return GetUserNameW(name, &size) ? std::wstring(name) : std::wstring();
 }
 
+std::size_t RaiseDescriptorLimit() noexcept
+{
+    return std::size_t(1) << 24; // what a process may have of handles; memory ends before
+}
+
 void FailFast() noexcept
 {
     SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);

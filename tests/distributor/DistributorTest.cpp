@@ -2,6 +2,8 @@
 
 #include "distributor/RunningDistributor.h"
 #include "runtime/Errors.h"
+#include "support/ErrorOf.h"
+#include "support/ProcessControl.h"
 #include "support/ScriptedDistributor.h"
 
 #include <gmock/gmock.h>
@@ -23,7 +25,6 @@ std::string ErrorOf(qxm::DistributorRequest& request)
     try
     {
         EXPECT_TRUE(request.WaitUntilReady());
-        request.OpenLogConnection();
     }
     catch (const std::exception& error)
     {
@@ -64,7 +65,9 @@ TEST(DistributorTest, JoinsAClientWithItsServantBothWaysAndTheLog)
         });
     EXPECT_TRUE(ReadToEnd(call.Main()) == sent);
     sender.join();
-    EXPECT_EQ(ReadToEnd(call.Log()), "echoed \xc3\xa9\n");
+    EXPECT_EQ(ReadToEnd(call.Log()),
+        "echoed \xc3\xa9\n\xff"
+        "exit 0\n");
     call.Main().Close();
     EXPECT_THAT(distributor.Journal().WaitFor(1),
         testing::ElementsAre(testing::MatchesRegex("call Echo of here/7 at 127.0.0.1: done after .+ s\n")));
@@ -84,7 +87,9 @@ TEST(DistributorTest, TellsTheServantWhatItIsToKnow)
     EXPECT_THAT(record, testing::HasSubstr("\r\nServiceRequest.Size=3\r\nExecutor.Id=here/7\r\n"));
     EXPECT_THAT(record, testing::HasSubstr("\r\nHost.Name=there\r\n"));
     EXPECT_THAT(record, testing::HasSubstr("\r\nServant.CompressionMode=zlib\r\nServant.ExpectedProcessorUsage=3\r\n"));
-    EXPECT_THAT(record, testing::EndsWith("[/ServiceExecutionInfo]\r\n"));
+    EXPECT_THAT(record,
+        testing::EndsWith("[/ServiceExecutionInfo]\r\n\xff"
+                          "exit 0\n"));
 }
 
 TEST(DistributorTest, AServantThatDoesNotReadOrFailsIsNoErrorOfTheConnection)
@@ -98,10 +103,36 @@ TEST(DistributorTest, AServantThatDoesNotReadOrFailsIsNoErrorOfTheConnection)
             call.EndInput();
         });
     EXPECT_EQ(ReadToEnd(call.Main()), "");
-    EXPECT_EQ(ReadToEnd(call.Log()), "");
+    EXPECT_EQ(ReadToEnd(call.Log()),
+        "\xff"
+        "exit 3\n");
     sender.join();
     EXPECT_THAT(distributor.Journal().WaitFor(1),
         testing::ElementsAre(testing::HasSubstr(": servant ended with exit code 3 after ")));
+}
+
+TEST(DistributorTest, AServantThatEndsItsOutputStillGetsItsInput)
+{
+    RunningDistributor distributor;
+    OpenCall call(distributor, L"Sink");
+    EXPECT_EQ(ReadToEnd(call.Main()), "");
+    WriteTo(call.Main(), std::string(3'000'000, 'x'));
+    call.EndInput();
+    EXPECT_EQ(ReadToEnd(call.Log()),
+        "3000000 bytes\n\xff"
+        "exit 0\n");
+}
+
+TEST(DistributorTest, AServantThatASignalEndedDoesNotEndItsCallInGoodOrder)
+{
+    if (!test::KillResetsConnections())
+        GTEST_SKIP() << "no signals here";
+    RunningDistributor distributor;
+    OpenCall call(distributor, L"Crash");
+    EXPECT_THAT(ReadToEnd(call.Log()),
+        testing::MatchesRegex("half a line\nServant '.*' was ended by signal 6 \\(Aborted\\)\n\xffsignal 6\n"));
+    EXPECT_EQ(test::ErrorOf([&] { ReadToEnd(call.Main()); }),
+        "WSARecv() failed, Winsock error number = 10054: Connection reset by peer.");
 }
 
 TEST(DistributorTest, SaysWhyItDoesNotServeARequest)
@@ -127,9 +158,9 @@ TEST(DistributorTest, SaysWhyItDoesNotServeARequest)
                 + test.reason + ")");
     }
     qxm::DistributorRequest missing = distributor.Request(L"Missing");
-    ASSERT_EQ(ErrorOf(missing), "no error");
-    EXPECT_THAT(ReadToEnd(missing.MainSocket()),
-        testing::MatchesRegex("CreateProcess\\('.*missing'\\) failed in qpr::ChildProcess::ChildProcess.*\r\n"));
+    EXPECT_THAT(ErrorOf(missing),
+        testing::MatchesRegex("Expected 'establish log connection to port <log port>' but got "
+                              "'CreateProcess\\('.*missing'\\) failed in qpr::ChildProcess::ChildProcess.*'"));
     missing.MainSocket().Close();
     EXPECT_THAT(distributor.Journal().WaitFor(4),
         testing::UnorderedElementsAre("client 127.0.0.1: " + cases[0].reason + "\n",
@@ -161,7 +192,14 @@ TEST(DistributorTest, AnswersClientsThatSayTheWrongThing)
         {"client x MemSize=many\r\n", "$ ! Error parsing 'MemSize=many'\r\n"},
         {"client 'x\r\n", "$ ! Invalid client command: Unexpected end of string\r\n"},
         {"client \xff\r\n", "$ ! Invalid lead byte (0xFF) in UTF-8 input stream\r\n"},
-        {std::string(65537, 'x'), "$ ! Line of more than 65536 characters received\r\n"},
+        {"client a,b\r\n", "$ ! Invalid client identifier 'a,b'\r\n"},
+        {"client " + std::string(129, 'x') + "\r\n",
+            "$ ! Invalid client identifier '" + std::string(129, 'x') + "'\r\n"},
+        {std::string(65537, 'x'), "$ ! The client said more than 65536 bytes before it had a servant\r\n"},
+        {"client x\r\ncall \xff", "$ $ Invalid lead byte (0xFF) in UTF-8 input stream\r\n"},
+        {"client x\r\n" + std::string(65530, 'x'),
+            "$ $ The client said more than 65536 bytes before it had a servant\r\n"},
+        {"client x\r\n\x1b[2J\r\n", "$ $ Unknown command '\\x1B[2J'\r\n"},
         {"client x\r\n\r\n",
             "$ $ Invalid call command: Not enough positional arguments (got 0 but must be at least 2)\r\n"},
         {"client x\r\nkill all\r\n", "$ $ Unknown command 'kill'\r\n"},
@@ -218,7 +256,7 @@ TEST(DistributorTest, AClientThatGoesFreesItsSlotAndEndsItsServant)
 
 TEST(DistributorTest, SlowAndSilentClientsBlockNobody)
 {
-    RunningDistributor distributor(2);
+    RunningDistributor distributor(2, 10); // the first of the silent ones are dropped
     const OpenCall readsNothing(distributor, L"Flood");
     std::vector<qpr::Socket> silent(50);
     for (std::size_t index = 0; index < silent.size(); ++index)

@@ -18,11 +18,12 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
     qxm::DistributorRequest request(L"localhost", program.Port(), {L"Echo", {}, false, false},
         test::IntroductionsOf(qxm::DescribeLocalHost(L"client").hostName), {});
     ASSERT_TRUE(request.WaitUntilReady());
-    request.OpenLogConnection();
     test::WriteTo(request.MainSocket(), "data");
     request.MainSocket().Shutdown(qpr::Socket::Direction::Send);
     EXPECT_EQ(test::ReadToEnd(request.MainSocket()), "servant test executing Echo\r\ndata");
-    EXPECT_EQ(test::ReadToEnd(request.LogSocket()), "echoed \xc3\xa9\n");
+    EXPECT_EQ(test::ReadToEnd(request.LogSocket()),
+        "echoed \xc3\xa9\n\xff"
+        "exit 0\n");
     request.MainSocket().Close();
     EXPECT_THAT(program.WaitForOutput(": done after "),
         testing::MatchesRegex("qx-distributor listening on 127.0.0.1:.+\ncall Echo of .+: done after .+\n"));
@@ -30,7 +31,6 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
     qxm::DistributorRequest cut(
         L"localhost", program.Port(), {L"Hold", {}, true, false}, test::IntroductionsOf(L"here"), {});
     ASSERT_TRUE(cut.WaitUntilReady());
-    cut.OpenLogConnection();
     EXPECT_EQ(test::ReadLineFrom(cut.MainSocket()), "servant test executing Hold\r\n");
     program.Kill();
     if (test::KillResetsConnections())
@@ -53,7 +53,9 @@ TEST(ProgramTest, SaysWhatIsWrongWithItsCommandLine)
         {{L"--config", L"x", L"--listen", L"7"}, "--listen: an address is ADDRESS:PORT\n", 2},
         {{L"--config", L"x", L"--slots", L"0"}, "--slots: Value 0 not in range 1 to 65536\n", 2},
         {{L"--config", L"x", L"--host-name", L"a b"}, "--host-name: a host name has no white space and no quotes\n", 2},
-        {{L"--config", L"/no/such.xml"}, "", 1},
+        {{L"--config", L"x", L"--listen", L"127.0.0.1:99999"}, "--listen: a port is a number up to 65535\n", 2},
+        {{L"--config", L"/no/such.xml"},
+            "cannot read configuration '/no/such.xml': ", 1},
     };
     for (const auto& test : cases)
     {

@@ -39,7 +39,7 @@ TestConfiguration::TestConfiguration()
 <Servant RelativePath=")"
         << servant.string() << R"(" TargetPlatform="WinX64" QxServantLibraryVersion="15.1.1.1"><Services>
 <Service Name="Echo"/><Service Name="Hold"/><Service Name="Flood"/><Service Name="Fail"/>
-<Service Name="Vanish"/><Service Name="Remote"/><Service Name="Work">
+<Service Name="Sink"/><Service Name="Crash"/><Service Name="Vanish"/><Service Name="Remote"/><Service Name="Work">
 <ExpectedProcessorUsage>P</ExpectedProcessorUsage><ExpectedMemoryUsageInMB>600</ExpectedMemoryUsageInMB></Service>
 <Service Name="Arguments" CompressionMode="zlib">
 <ExpectedProcessorUsage>Size</ExpectedProcessorUsage>
@@ -68,10 +68,10 @@ qxm::Introductions& IntroductionsOf(const std::wstring& hostName)
     return introductions.try_emplace(hostName, HostNamed(L"client", hostName)).first->second;
 }
 
-RunningDistributor::RunningDistributor(std::uint32_t slots)
+RunningDistributor::RunningDistributor(std::uint32_t slots, std::size_t clients)
     : m_catalogue(m_configuration.Path(), HostNamed(L"distributor", L"there"))
-    , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), slots, m_catalogue, m_starter,
-          m_journal)
+    , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), {slots, clients}, m_catalogue,
+          m_starter, m_journal)
     , m_thread(*this)
 {
 }

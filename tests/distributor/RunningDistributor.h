@@ -57,7 +57,7 @@ qxm::Introductions& IntroductionsOf(const std::wstring& hostName);
 class RunningDistributor final : private qpr::IRunnable
 {
 public:
-    explicit RunningDistributor(std::uint32_t slots = 2);
+    explicit RunningDistributor(std::uint32_t slots = 2, std::size_t clients = 1000);
     ~RunningDistributor();
 
     /// Returns when the distributor has wound down.

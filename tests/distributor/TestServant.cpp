@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -69,6 +70,20 @@ int Execute(const std::vector<std::string>& arguments)
         while (std::fwrite(data.data(), 1, data.size(), stdout) == data.size())
         {
         }
+    }
+    if (service == "Sink") // ends its output first
+    {
+        std::fclose(stdout);
+        std::size_t count = 0;
+        while (ReadByte())
+            ++count;
+        std::fputs((std::to_string(count) + " bytes\n").c_str(), stderr);
+    }
+    if (service == "Crash")
+    {
+        Say("half of an answer");
+        std::fputs("half a line", stderr);
+        std::abort();
     }
     if (service == "Arguments")
     {

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -56,7 +57,6 @@ std::string OutcomeOf(DistributorRequest& request)
     {
         if (!request.WaitUntilReady())
             return "given up";
-        request.OpenLogConnection();
         return "ready";
     }
     catch (const std::exception& error)
@@ -124,12 +124,12 @@ TEST(DistributorRequestTest, TakesAnswersByteByByteAndAllAtOnce)
                 qpr::Socket listener = qpr::Socket::Listen(qpr::SocketAddress::Loopback(0));
                 (client.*send)(test::DistributorGreeting()
                     + "$ service request accepted\nestablish log connection to port "
-                    + std::to_string(listener.GetLocalAddress().Port()) + "\nanswer\n");
+                    + std::to_string(listener.GetLocalAddress().Port()) + "\nservant 7\n");
                 client.Stall();
             });
         DistributorRequest request = MakeRequest(distributor);
         EXPECT_EQ(OutcomeOf(request), "ready");
-        EXPECT_EQ(ReadLineFrom(request.MainSocket()), "answer\n");
+        EXPECT_EQ(ReadLineFrom(request.MainSocket()), "servant 7\n");
     }
 }
 
@@ -158,6 +158,37 @@ TEST(DistributorRequestTest, EveryWrongAnswerIsNamed)
     };
     for (const auto& [answer, error] : cases)
         EXPECT_EQ(OutcomeWith(SendsAndStalls(answer)), error);
+}
+
+/// A port that takes no more connections and refuses none, as one behind a filter.
+class SilentPort
+{
+public:
+    SilentPort()
+    {
+        for (qpr::Socket& socket : m_sockets)
+        {
+            socket = qpr::Socket::Create(qpr::SocketAddress::Family::IPv4);
+            test::ErrorOf([&] { socket.Connect(m_listener.GetLocalAddress(), qpr::Wait().Until(qpr::Deadline(200))); });
+        }
+    }
+
+    std::string Line() const
+    {
+        return "establish log connection to port " + std::to_string(m_listener.GetLocalAddress().Port()) + "\r\n";
+    }
+
+private:
+    qpr::Socket m_listener = qpr::Socket::Listen(qpr::SocketAddress::Loopback(0), 0);
+    std::array<qpr::Socket, 3> m_sockets;
+};
+
+TEST(DistributorRequestTest, WhatTheDistributorSaysWhileTheLogConnectionIsMadeIsTold)
+{
+    const SilentPort port;
+    const std::string accepted = test::DistributorGreeting() + "$ service request accepted\r\n" + port.Line();
+    EXPECT_EQ(OutcomeWith(SendsAndStalls(accepted + "too late\r\n")),
+        "Expected 'establish log connection to port <log port>' but got 'too late'");
 }
 
 TEST(DistributorRequestTest, ADistributorThatBreaksOffAnywhereIsNoticed)
@@ -201,7 +232,9 @@ class StalledRequestTest : public testing::TestWithParam<const char*>
 
 TEST_P(StalledRequestTest, CanBeGivenUp)
 {
-    const ScriptedDistributor distributor(SendsAndStalls(GetParam()));
+    const SilentPort port;
+    const bool isAccepted = std::string_view(GetParam()).ends_with("accepted\r\n");
+    const ScriptedDistributor distributor(SendsAndStalls(GetParam() + (isAccepted ? port.Line() : "")));
     for (const bool isCancelled : {false, true})
     {
         qpr::Cancellation cancellation;
@@ -227,6 +260,7 @@ TEST(DistributorRequestTest, BuildsTheRequestLine)
             L"call Solve WithLog=true ServiceRequestAttributes=\"2 Mode fast Size 3\" LoopbackToLocalMachine=false "
             L"LogServiceExecutionInfo=true"},
         {{L"Solve it", {}, true, true}, L"call \"Solve it\" WithLog=true LogServiceExecutionInfo=true"},
+        {{L"Solve", {}, true, false, true}, L"call Solve WithLog=true ServantEnd=true"},
         {{L"it's", {}, true, false}, L"call \"it's\" WithLog=true"},
         {{L"a \"b\"", {}, true, false}, L"call 'a \"b\"' WithLog=true"},
     };
