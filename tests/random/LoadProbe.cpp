@@ -27,7 +27,7 @@ std::uint64_t UsSince(Clock::time_point start)
 const ChildRegistration probe("load-probe",
     [](const std::vector<std::string>&)
     {
-        const std::string data(1'000'000, 'x');
+        const std::string data(4'000'000, 'x');
         qpr::StandardOutput output;
         for (;;)
         {

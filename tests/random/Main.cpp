@@ -46,6 +46,8 @@ Options ParseOptions(const std::vector<std::string>& words)
     Options options;
     if (const char* const patience = std::getenv("QX_TEST_PATIENCE"))
         options.patience = std::stod(patience);
+    if (const char* const count = std::getenv("QX_RANDOM_CALLS_COUNT"))
+        options.count = static_cast<unsigned>(std::stoul(count));
     for (std::size_t at = 1; at + 1 < words.size(); at += 2)
     {
         const std::string& name = words[at];

@@ -23,7 +23,7 @@ public:
         , m_frameSize(plan.frameSize)
         , m_random(plan.output.seed)
     {
-        if (deflateInit2(&m_deflate, 6, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        if (deflateInit2(&m_deflate, 1, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
             throw std::runtime_error("deflateInit2");
     }
     Packer(const Packer&) = delete;
