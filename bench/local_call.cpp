@@ -168,11 +168,11 @@ bool CompareWithBareCalls(int turns)
 
     const auto [one, bareOne] = bench::MeasureInTurns(turns, ours, bare);
     const bool oneOk = bench::Compare("local calls, one after the other", one * perCall, "bare posix_spawn",
-        bareOne * perCall, "us", Reach::AtMost, 1.4);
+        bareOne * perCall, "us", Reach::AtMost, 1.3);
     const auto [two, bareTwo] = bench::MeasureInTurns(
         turns, [&] { TwoAtATime(ours); }, [&] { TwoAtATime(bare); });
     return bench::Compare("local calls, two at a time", two * perCall / 2, "bare posix_spawn", bareTwo * perCall / 2,
-               "us", Reach::AtMost, 1.5)
+               "us", Reach::AtMost, 1.45)
         && oneOk;
 }
 
