@@ -14,8 +14,9 @@
 namespace qpr
 {
 
-/// What to start and how. The three handles are given to the child as its standard streams and to nobody else; they
-/// stay the caller's.
+/// What to start and how. The three handles are given to the child as its standard streams; they stay the caller's. On
+/// Windows a process that the application starts itself at that moment, with handles to inherit and no list of them,
+/// gets them too.
 struct ProcessStart
 {
     std::wstring executablePath; ///< as the system takes it; a bare name is searched for when searchPath is set

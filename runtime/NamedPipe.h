@@ -41,9 +41,9 @@ private:
     NativeHandle m_handle;
 };
 
-/// A one-way pipe: what is written to the client end is read from the server end. Neither end is inherited by processes
-/// that are not given it. An overlapped end is one whose reads and writes can be interrupted: ours; the end for a child
-/// is a plain one.
+/// A one-way pipe: what is written to the client end is read from the server end. Neither end is passed on to programs
+/// that are started without it, but for what ProcessStart says of Windows; a fork that does not exec keeps both. An
+/// overlapped end is one whose reads and writes can be interrupted: ours; the end for a child is a plain one.
 struct PipePair
 {
     PipePair(bool serverEndOverlapped, bool clientEndOverlapped);
