@@ -4,7 +4,7 @@
 #include "runtime/CommandLineText.h"
 #include "runtime/Errors.h"
 
-#include <optional>
+#include <memory>
 
 namespace qxd
 {
@@ -22,14 +22,14 @@ public:
     void OpenChannels(const ServantWaits& waits) override
     {
         m_cancellation = &waits.cancellation;
-        m_input.emplace(m_process.CommandPipe().Handle(), waits.cancellation);
-        m_output.emplace(m_process.AnswerPipe().Handle(), waits.output);
+        m_input = m_process.OpenInput(waits.cancellation);
+        m_output = m_process.OpenOutput(waits.output);
     }
 
     qpr::IWriter& Input() override { return *m_input; }
-    void CloseInput() override { m_process.CommandPipe() = {}; }
+    void CloseInput() override { m_process.CloseInput(); }
     qpr::IReader& Output() override { return *m_output; }
-    void CloseOutput() override { m_process.AnswerPipe() = {}; }
+    void CloseOutput() override { m_process.CloseOutput(); }
     qpr::WaitObject EndObject() const override { return m_process.EndObject(); }
 
     std::uint32_t EndSignal() const override { return m_process.AwaitEnd(*m_cancellation).signal; }
@@ -44,8 +44,8 @@ public:
 private:
     qxm::ServantProcess m_process;
     const qpr::Cancellation* m_cancellation = nullptr; // not owned
-    std::optional<qpr::IOWriter> m_input;
-    std::optional<qpr::PipeReader> m_output;
+    std::unique_ptr<qpr::IOWriter> m_input;
+    std::unique_ptr<qpr::IReader> m_output;
 };
 
 } // namespace

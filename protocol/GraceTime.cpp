@@ -3,21 +3,42 @@
 #include "runtime/Cancellation.h"
 #include "runtime/Thread.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qxm
 {
 
-bool WaitWithGrace(
-    const qpr::WaitObject& object, const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs)
+void GraceTimer::Start(std::uint32_t timeMs) noexcept
 {
-    if (!hurry)
+    const Clock::rep end = (Clock::now() + std::chrono::milliseconds(timeMs)).time_since_epoch().count();
+    for (Clock::rep earlier = m_end; end < earlier && !m_end.compare_exchange_weak(earlier, end);)
+        continue;
+}
+
+std::uint32_t GraceTimer::LeftMs() const noexcept
+{
+    const Clock::rep end = m_end;
+    if (end == never)
+        return qpr::Infinite;
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(Clock::duration(end) - Clock::now().time_since_epoch());
+    return static_cast<std::uint32_t>(std::max<long long>(left.count(), 0));
+}
+
+bool GraceTimer::WaitFor(
+    const qpr::WaitObject& object, const qpr::Cancellation& cancellation, std::uint32_t timeAfterCancelMs)
+{
+    constexpr wchar_t location[] = L"qxm::GraceTimer::WaitFor";
+    if (!cancellation.IsCancelled())
     {
         const std::array<qpr::WaitObject, 2> objects{object, cancellation.Object()};
-        if (qpr::Thread::WaitForAnyObject(objects, L"qxm::WaitWithGrace") == 0)
-            return true;
+        const int signalled = qpr::Thread::TryWaitForAnyObject(objects, location, LeftMs());
+        if (signalled <= 0)
+            return signalled == 0;
     }
-    return qpr::Thread::TryWaitForObject(object, L"qxm::WaitWithGrace", graceMs);
+    Start(timeAfterCancelMs);
+    return qpr::Thread::TryWaitForObject(object, location, LeftMs());
 }
 
 } // namespace qxm

@@ -2,7 +2,10 @@
 
 #include "runtime/WaitObject.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <limits>
 
 namespace qpr
 {
@@ -12,12 +15,30 @@ class Cancellation;
 namespace qxm
 {
 
-/// How long a servant that is to stop may take for it, and a channel for its last data.
+/// How long a servant that is to stop may take for it, and what an ended one leaves behind.
 inline constexpr std::uint32_t graceTimeMs = 5000;
 
-/// Waits for the object: without limit of time as long as nothing is cancelled, else, or when hurried from the start,
-/// for the grace time. False when it is not signalled by then. Requires: the thread is not interruptible.
-bool WaitWithGrace(const qpr::WaitObject& object, const qpr::Cancellation& cancellation, bool hurry,
-    std::uint32_t graceMs = graceTimeMs);
+/// The grace time of one servant: a single one, so that the times of several things that have to end never add up. It
+/// starts with the first reason for it, a cancel or the servant's own end. Any thread may use it.
+class GraceTimer
+{
+public:
+    /// The time is over in so many milliseconds; an earlier end that was set before stands.
+    void Start(std::uint32_t timeMs) noexcept;
+
+    /// Infinite before the start, 0 once the time is over.
+    std::uint32_t LeftMs() const noexcept;
+
+    /// Waits for the object until the time is over, for ever before the start; a cancel starts it. False when the
+    /// object is not signalled by then. Requires: the thread is not interruptible.
+    bool WaitFor(const qpr::WaitObject& object, const qpr::Cancellation& cancellation,
+        std::uint32_t timeAfterCancelMs = graceTimeMs);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr Clock::rep never = std::numeric_limits<Clock::rep>::max();
+
+    std::atomic<Clock::rep> m_end = never;
+};
 
 } // namespace qxm

@@ -23,12 +23,24 @@ void ThrowFirstError(const std::ios& stream)
         failure->ThrowIfFailed();
 }
 
+/// A conversation that has returned is done, whether its servant takes the rest or not.
+void SendRest(qxmi::internal::IServiceConnectionExW& connection)
+{
+    try
+    {
+        connection.OutputStream().flush();
+    }
+    catch (const qpr::PeerClosedError&)
+    {
+    }
+}
+
 void Execute(ICallContext& call, qxmi::internal::IServiceConnectionExW& connection)
 {
     try
     {
         call.Execute(connection);
-        connection.OutputStream().flush();
+        SendRest(connection);
     }
     catch (const std::ios_base::failure&)
     {

@@ -14,7 +14,7 @@ namespace qxm
 namespace
 {
 
-using PipeConnection = GenericServiceConnection<qpr::PipeReader, qpr::IOWriter>;
+using PipeConnection = GenericServiceConnection<ServantOutputReader, qpr::IOWriter>;
 
 bool AwaitEnd(const ServantProcess& servant, const qpr::Cancellation& cancellation, qxmi::ServantEnd& end)
 {
@@ -28,10 +28,9 @@ bool AwaitEnd(const ServantProcess& servant, const qpr::Cancellation& cancellati
 bool Converse(ICallContext& call, ServantProcess& servant, const std::wstring& clientIdentifier)
 {
     const qpr::Cancellation& cancellation = call.GetCancellation();
-    PipeConnection connection(std::make_unique<qpr::PipeReader>(servant.AnswerPipe().Handle(), cancellation),
-        std::make_unique<qpr::IOWriter>(servant.CommandPipe().Handle(), cancellation),
+    PipeConnection connection(servant.OpenOutput(cancellation), servant.OpenInput(cancellation),
         {call.ServiceName(), clientIdentifier, {}, true, 0},
-        {[&servant] { servant.CommandPipe().Close(); },
+        {[&servant] { servant.CloseInput(); },
             [&](qxmi::ServantEnd& end) { return AwaitEnd(servant, cancellation, end); }});
     // What comes behind the answer waits in the connection's own buffer.
     const ServantAnswer answer = ReadServantAnswer(connection.InputStream(), call.ServiceName());

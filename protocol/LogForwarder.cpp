@@ -11,9 +11,10 @@
 namespace qxm
 {
 
-LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log)
+LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log, std::function<void()> afterwards)
     : m_reader(reader)
     , m_log(log)
+    , m_afterwards(std::move(afterwards))
     , m_ended(qpr::ThreadEvent::Kind_ManualReset)
     , m_thread(*this, "qx log")
 {
@@ -21,7 +22,10 @@ LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log)
 
 bool LogForwarder::WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs)
 {
-    return WaitWithGrace(m_ended.Object(), cancellation, hurry, graceMs);
+    GraceTimer grace;
+    if (hurry)
+        grace.Start(graceMs);
+    return grace.WaitFor(m_ended.Object(), cancellation, graceMs);
 }
 
 void LogForwarder::Run()
@@ -33,6 +37,8 @@ void LogForwarder::Run()
     catch (const std::exception&) // a channel that fails has ended
     {
     }
+    if (m_afterwards)
+        m_afterwards();
     m_ended.Signal();
 }
 

@@ -5,6 +5,7 @@
 #include "runtime/Thread.h"
 #include "runtime/ThreadEvent.h"
 
+#include <functional>
 #include <ostream>
 
 namespace qpr
@@ -22,7 +23,11 @@ namespace qxm
 class LogForwarder final : private qpr::IRunnable
 {
 public:
-    LogForwarder(qpr::IReader& reader, std::wostream& log);
+    /// What `afterwards` does on the thread belongs to the channel's end.
+    LogForwarder(qpr::IReader& reader, std::wostream& log, std::function<void()> afterwards = {});
+
+    /// Signalled once the channel has ended and all of it is in the log.
+    qpr::WaitObject EndObject() const noexcept { return m_ended.Object(); }
 
     /// Signalled once the channel has ended and all of it is in the log.
     qpr::WaitObject EndObject() const noexcept { return m_ended.Object(); }
@@ -38,6 +43,7 @@ private:
 
     qpr::IReader& m_reader; // not owned
     std::wostream& m_log; // not owned
+    const std::function<void()> m_afterwards;
     qpr::ThreadEvent m_ended;
     qpr::Thread m_thread; // last: starts when the rest is there, interrupted and joined first
 };

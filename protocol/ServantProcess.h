@@ -1,5 +1,6 @@
 #pragma once
 
+#include "protocol/ServantOutput.h"
 #include "protocol/SupervisedProcess.h"
 #include "runtime/NamedPipe.h"
 
@@ -20,9 +21,14 @@ public:
     /// thread throw, with nothing left behind. The log outlives it.
     ServantProcess(const std::vector<std::wstring>& commandLine, std::wostream& log);
 
-    /// Our ends of the command and answer channels.
-    qpr::PipeEnd& CommandPipe() noexcept { return m_commandPipe; }
-    qpr::PipeEnd& AnswerPipe() noexcept { return m_answerPipe; }
+    /// Its channels, which wait as they are told and know of the servant's end: a write after it is a PeerClosedError,
+    /// whoever holds the other end then. To be called once each; this object outlives them.
+    std::unique_ptr<qpr::IOWriter> OpenInput(qpr::Wait wait) const;
+    std::unique_ptr<ServantOutputReader> OpenOutput(qpr::Wait wait) QX_EXCLUDES(m_lock);
+
+    /// Closes our end of the channel, which nobody uses any more.
+    void CloseInput() { m_commandPipe = {}; }
+    void CloseOutput() QX_EXCLUDES(m_lock);
 
     /// Signalled once the servant itself has ended.
     qpr::WaitObject EndObject() const noexcept { return m_process->Process().EndObject(); }
@@ -41,9 +47,14 @@ public:
     const qpr::ProcessFigures& Figures() const noexcept { return m_process->Process().Figures(); }
 
 private:
+    void NoteEnd() QX_EXCLUDES(m_lock);
+
+    const std::wstring m_path;
     qpr::PipeEnd m_commandPipe;
-    qpr::PipeEnd m_answerPipe;
-    std::unique_ptr<SupervisedProcess> m_process;
+    qpr::PipeEnd m_answerPipe; ///< until the output is opened
+    qpr::Mutex m_lock;
+    std::unique_ptr<ServantOutput> m_output QX_GUARDED_BY(m_lock);
+    std::unique_ptr<SupervisedProcess> m_process; // last: its thread uses the output
 };
 
 } // namespace qxm

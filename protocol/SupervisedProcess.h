@@ -5,6 +5,7 @@
 #include "runtime/ChildProcess.h"
 #include "runtime/NamedPipe.h"
 
+#include <functional>
 #include <optional>
 #include <ostream>
 
@@ -16,26 +17,36 @@ class Cancellation;
 namespace qxm
 {
 
-/// A child process whose log channel is forwarded to a stream until it ends. The destructor ends what is left of the
-/// process and its group. Used by one thread.
+/// A child process whose log channel is forwarded to a stream until it ends: at the latest when the grace time after
+/// the process's own end is over, whoever holds the channel then. The destructor ends what is left of the process and
+/// its group. Used by one thread.
 class SupervisedProcess
 {
 public:
     /// Starts the process and the forwarding; takes over our end of its log channel. Throws what process and thread
-    /// throw, with nothing left behind. The log outlives it.
-    SupervisedProcess(const qpr::ProcessStart& start, qpr::PipeEnd logPipe, std::wostream& log);
+    /// throw, with nothing left behind. The log outlives it. onEnd is called when the process itself has ended, at
+    /// least once, on the thread that forwards the log.
+    SupervisedProcess(
+        const qpr::ProcessStart& start, qpr::PipeEnd logPipe, std::wostream& log, std::function<void()> onEnd = [] {});
 
     qpr::ChildProcess& Process() noexcept { return m_process; }
+    const qpr::ChildProcess& Process() const noexcept { return m_process; }
+
+    /// The time in which process and group have to end.
+    GraceTimer& Grace() noexcept { return m_grace; }
 
     /// Returns when the process has ended, by itself or by force: without limit of time unless cancelled or hurried,
-    /// else within the grace time. What it leaves running of its group, and holding its log, is ended after the same
-    /// time, and after the usual one when nothing was cancelled.
+    /// else within the given time. What it leaves running of its group, and holding its log, is ended after what is
+    /// left of that time, and of the usual one when nothing was cancelled.
     qpr::ChildProcess::ExitStatus WaitForEnd(
-        const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs = graceTimeMs);
+        const qpr::Cancellation& cancellation, bool hurry, std::uint32_t timeMs = graceTimeMs);
 
 private:
-    void EndGroup(const qpr::Cancellation& cancellation, std::uint32_t graceMs);
+    std::uint32_t AllowForLog();
+    void AwaitEnd();
 
+    const std::function<void()> m_onEnd;
+    GraceTimer m_grace;
     qpr::PipeEnd m_logPipe;
     qpr::ChildProcess m_process;
     qpr::PipeReader m_logReader;

@@ -38,9 +38,6 @@ enum class PriorityLevel
     Idle = 3,
 };
 
-/// The system's words for a signal, "Segmentation fault"; empty when it has none.
-std::wstring SignalDescription(std::uint32_t signal);
-
 /// A process that this one started, with everything that it starts in turn (its process group or job). The object is
 /// used by one thread at a time.
 class ChildProcess

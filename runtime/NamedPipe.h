@@ -80,6 +80,9 @@ public:
 
     /// Any thread may ask. True too when the writer has gone, so that the caller reads and meets the end of the data.
     bool InputPending() override;
+
+    /// How many bytes are there now. Any thread may ask.
+    std::size_t Available() const noexcept;
 };
 
 /// Writes to the client end of a pipe; a write to a full pipe can be interrupted and cancelled. After that the state of

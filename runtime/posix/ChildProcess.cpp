@@ -1,7 +1,6 @@
 #include "runtime/ChildProcess.h"
 
 #include "runtime/Errors.h"
-#include "runtime/Utf8.h"
 #include "runtime/posix/Descriptor.h"
 #include "runtime/posix/EventDescriptor.h"
 #include "runtime/posix/ProcessSpawn.h"
@@ -10,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <poll.h>
 #include <sched.h>
 #include <stdexcept>
@@ -183,12 +181,6 @@ void ChildProcess::State::TakeUsage(const rusage& usage)
     figures.pageFaultCount = static_cast<std::uint64_t>(usage.ru_minflt + usage.ru_majflt);
     const long peakKB = usage.ru_maxrss > clientPeakKB ? usage.ru_maxrss : notedPeakKB;
     figures.peakWorkingSetSizeMB = static_cast<double>(peakKB) / 1024;
-}
-
-std::wstring SignalDescription(std::uint32_t signal)
-{
-    const char* const text = sigdescr_np(static_cast<int>(signal));
-    return text ? FromUtf8(text) : std::wstring();
 }
 
 ChildProcess::ChildProcess(const ProcessStart& start)

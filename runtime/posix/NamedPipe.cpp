@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 // An overlapped end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
@@ -111,6 +112,12 @@ namespace
 }
 
 } // namespace
+
+std::size_t PipeReader::Available() const noexcept
+{
+    int count = 0;
+    return ioctl(DescriptorOf(m_handle), FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
+}
 
 struct IOWriter::Overlapped
 {

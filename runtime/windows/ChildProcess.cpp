@@ -92,11 +92,6 @@ void ChildProcess::State::Collect()
     ReadMemory(process.Value(), figures);
 }
 
-std::wstring SignalDescription(std::uint32_t)
-{
-    return {}; // no process here is ended by one
-}
-
 ChildProcess::ChildProcess(const ProcessStart& start)
     : m_state(std::make_unique<State>(start))
 {

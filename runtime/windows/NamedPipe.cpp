@@ -165,6 +165,12 @@ void WritePiece(HANDLE handle, const void* buffer, std::uint32_t size, Overlappe
 
 } // namespace
 
+std::size_t PipeReader::Available() const noexcept
+{
+    DWORD available = 0;
+    return PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr) ? available : 0;
+}
+
 struct IOWriter::Overlapped
 {
     OverlappedOperation operation;
