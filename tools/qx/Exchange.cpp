@@ -16,22 +16,14 @@ namespace
 
 constexpr std::size_t pieceSize = 256 * 1024;
 
-/// What the servant has not taken by the end of its output it does not want. Nobody is to send it any more, nor to take
-/// a write that failed for the call's error.
-void AbandonOutput(qxmi::IServiceConnectionW& connection)
-{
-    if (auto* extended = dynamic_cast<qxmi::internal::IServiceConnectionExW*>(&connection))
-        extended->Abandon();
-}
-
 } // namespace
 
 /// The input's way to the servant, on a thread of its own. An input that fails ends the servant's input; the error is
-/// kept until the servant has ended its output.
+/// kept until the servant has ended.
 class Exchange::InputCopy final : public qpr::IRunnable
 {
 public:
-    InputCopy(Exchange& exchange, qxmi::IServiceConnectionW& connection)
+    InputCopy(Exchange& exchange, qxmi::internal::IServiceConnectionExW& connection)
         : m_exchange(exchange)
         , m_connection(connection)
     {
@@ -51,10 +43,8 @@ public:
         m_connection.CloseOutput();
     }
 
-    void HandleError(const std::exception&) override
-    {
-        // The servant reads no more, or the call was cancelled: its output will tell.
-    }
+    /// The servant takes no more, or the call was cancelled: its output will tell.
+    void HandleError(const std::exception&) override { m_connection.Abandon(); }
 
     void ThrowIfInputFailed() const
     {
@@ -77,18 +67,22 @@ private:
     }
 
     Exchange& m_exchange;
-    qxmi::IServiceConnectionW& m_connection;
+    qxmi::internal::IServiceConnectionExW& m_connection;
     std::exception_ptr m_inputError; // read after the thread's end
 };
 
 void Exchange::Run(qxmi::IServiceConnectionW& connection)
 {
-    InputCopy inputCopy(*this, connection);
+    auto& servant = dynamic_cast<qxmi::internal::IServiceConnectionExW&>(connection);
+    InputCopy inputCopy(*this, servant);
     {
-        qpr::Thread inputThread(inputCopy, "qx input");
-        CopyOutput(connection);
+        // Interrupted where it waits for input that nobody takes any more.
+        const qpr::Thread inputThread(inputCopy, "qx input");
+        CopyOutput(servant);
+        qxmi::ServantEnd end;
+        servant.AwaitServantEnd(end); // which may still take input
     }
-    AbandonOutput(connection);
+    servant.Abandon();
     inputCopy.ThrowIfInputFailed();
 }
 

@@ -27,8 +27,9 @@ public:
     {
     }
 
-    /// For IServiceRequestW::Execute. Returns when the servant has ended its output; a servant that stops reading its
-    /// input before is no error. Throws what reading the input, writing the output or reading from the servant throws.
+    /// For IServiceRequestW::Execute. Returns when the servant has ended its output and has ended itself; until then it
+    /// gets the input, and one that takes no more of it is no error. Throws what reading the input, writing the output
+    /// or reading from the servant throws.
     void Run(qxmi::IServiceConnectionW& connection);
 
     std::uint64_t BytesIn() const noexcept { return m_bytesIn; }
