@@ -12,7 +12,7 @@ namespace qxservant
 namespace
 {
 
-constexpr std::uint32_t timeToEndMs = 1000;
+constexpr std::uint32_t timeToEndMs = 100;
 constexpr int exitCodeClientGone = 3;
 
 } // namespace

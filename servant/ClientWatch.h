@@ -7,7 +7,7 @@ namespace qxservant
 {
 
 /// Ends the process when nobody is left to work for, even while it only computes: at once when the log channel has no
-/// reader any more (the client has died), and a second after the data channel has none (the client waits for the end).
+/// reader any more (the client has died), and a moment after the data channel has none (the client waits for the end).
 class ClientWatch final : private qpr::IRunnable
 {
 public:

@@ -11,7 +11,7 @@ namespace
 {
 
 /// The system has no event for the end of a pipe's reader, so that we look this often.
-constexpr std::uint32_t pipeTurnMs = 100;
+constexpr std::uint32_t pipeTurnMs = 50;
 
 /// As the system's driver interface has it.
 struct PipeFacts
