@@ -6,6 +6,9 @@
 
 #include <qxmi/IServiceRequestW.h>
 
+#include <cassert>
+#include <utility>
+
 namespace QxClient
 {
 
@@ -24,6 +27,24 @@ void Quietly(Notification notify) noexcept
     {
     }
 }
+
+constinit thread_local const ServiceCallBase* calledBack = nullptr;
+
+/// While it lives, the current thread is inside the request of that call.
+class RequestScope
+{
+public:
+    explicit RequestScope(const ServiceCallBase& call) noexcept
+        : m_outer(std::exchange(calledBack, &call))
+    {
+    }
+    ~RequestScope() { calledBack = m_outer; }
+    RequestScope(const RequestScope&) = delete;
+    RequestScope& operator=(const RequestScope&) = delete;
+
+private:
+    const ServiceCallBase* const m_outer;
+};
 
 } // namespace
 
@@ -54,6 +75,7 @@ void ServiceCallBase::Release()
         if (!DropReferenceOnly())
             return;
     }
+    assert(calledBack != this && "a call cannot be destroyed by its own request, which it would wait for");
     m_connector.Dispose(*this);
 }
 
@@ -94,6 +116,7 @@ void ServiceCallBase::HandleError(const std::exception&)
 
 void ServiceCallBase::Execute(qxmi::IServiceConnectionW& connection)
 {
+    const RequestScope scope(*this);
     m_request.Execute(connection);
 }
 
@@ -118,6 +141,7 @@ void ServiceCallBase::FlushAndDropLog()
 
 void ServiceCallBase::NotifyRequest(Outcome outcome) noexcept
 {
+    const RequestScope scope(*this);
     Quietly([this] { FlushAndDropLog(); });
     if (outcome == Outcome::Cancelled)
         Quietly([this] { m_request.OnCancelled(); });

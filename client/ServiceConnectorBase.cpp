@@ -16,6 +16,9 @@ namespace
 /// Where a waiter looks again by itself.
 constexpr std::uint32_t waitSliceMs = 1000;
 
+/// Where a call that waits for another one looks whether it has been cancelled itself.
+constexpr std::uint32_t nestedWaitSliceMs = 50;
+
 } // namespace
 
 ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings)
@@ -213,7 +216,13 @@ void ServiceConnectorBase::Cancel(ServiceCallBase& call)
 
 void ServiceConnectorBase::WaitFor(ServiceCallBase& call)
 {
+    const qpr::Cancellation* const own = qpr::Cancellation::OfCurrentThread();
     qpr::ScopedLock lock(m_lock);
+    while (own && call.m_state != ServiceCallBase::State::Ended)
+    {
+        own->ThrowIfCancelled();
+        call.m_endedChanged.WaitFor(m_lock, nestedWaitSliceMs);
+    }
     WaitLocked(call);
 }
 

@@ -5,14 +5,32 @@
 namespace qpr
 {
 
+namespace
+{
+
+constinit thread_local const Cancellation* ofCurrentThread = nullptr;
+
+}
+
 Cancellation::Cancellation()
     : m_event(ThreadEvent::Kind_ManualReset)
 {
 }
 
+Cancellation::~Cancellation()
+{
+    if (ofCurrentThread == this)
+        ofCurrentThread = nullptr;
+}
+
 void Cancellation::AdoptCurrentThread() noexcept
 {
-    m_owner.store(std::this_thread::get_id());
+    ofCurrentThread = this;
+}
+
+const Cancellation* Cancellation::OfCurrentThread() noexcept
+{
+    return ofCurrentThread;
 }
 
 void Cancellation::Cancel()
@@ -25,7 +43,7 @@ void Cancellation::ThrowIfCancelled() const
 {
     if (!IsCancelled())
         return;
-    if (m_owner.load() == std::this_thread::get_id())
+    if (ofCurrentThread == this)
         throw InterruptException();
     throw RuntimeError(L"Call cancelled");
 }

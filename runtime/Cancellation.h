@@ -3,7 +3,6 @@
 #include "runtime/ThreadEvent.h"
 
 #include <atomic>
-#include <thread>
 
 namespace qpr
 {
@@ -14,10 +13,16 @@ class Cancellation
 {
 public:
     Cancellation();
+    ~Cancellation();
+    Cancellation(const Cancellation&) = delete;
+    Cancellation& operator=(const Cancellation&) = delete;
 
-    /// Makes the calling thread the call's own: on it a cancelled wait ends in InterruptException, on all others in the
-    /// runtime error "Call cancelled".
+    /// Makes the calling thread the call's own, until this object goes on it: on it a cancelled wait ends in
+    /// InterruptException, on all others in the runtime error "Call cancelled".
     void AdoptCurrentThread() noexcept;
+
+    /// Of the call whose own thread this is; null on other threads.
+    static const Cancellation* OfCurrentThread() noexcept;
 
     void Cancel();
     bool IsCancelled() const noexcept { return m_isCancelled.load(std::memory_order_acquire); }
@@ -30,7 +35,6 @@ public:
 
 private:
     std::atomic<bool> m_isCancelled = false;
-    std::atomic<std::thread::id> m_owner;
     ThreadEvent m_event;
 };
 

@@ -228,6 +228,25 @@ TEST_F(LocalCallTest, CancelEndsACallThatWaitsForItsServant)
     call->Release();
 }
 
+TEST_F(LocalCallTest, CancelEndsACallThatWaitsForAnother)
+{
+    qpr::ThreadEvent waiting(qpr::ThreadEvent::Kind_AutoReset);
+    ConversingRequest silent(L"NeverAnswers", [](qxmi::IServiceConnectionW&) {});
+    qxmi::IServiceCall* other = nullptr;
+    ConversingRequest nested(L"Echo",
+        [&](qxmi::IServiceConnectionW&)
+        {
+            other = m_connector->CreateServiceCall(silent);
+            waiting.Signal();
+            other->Wait();
+        });
+    auto* call = m_connector->CreateServiceCall(nested);
+    waiting.Wait();
+    call->Release();
+    EXPECT_EQ(nested.Notifications(), "cancelled;");
+    other->Release();
+}
+
 TEST_F(LocalCallTest, CancelEndsReadsAndWritesOnWhateverThreadAndServantsThatIgnoreIt)
 {
     qpr::ThreadEvent talking(qpr::ThreadEvent::Kind_AutoReset);

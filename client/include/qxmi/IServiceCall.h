@@ -18,7 +18,8 @@ public:
     virtual void AddRef() = 0;
 
     /// Lowers the reference count and destroys the call at 0: a call still queued is taken out of the queue and
-    /// reported as cancelled; a running one is cancelled, and Release returns when it has ended.
+    /// reported as cancelled; a running one is cancelled, and Release returns when it has ended. Never drop the last
+    /// reference inside Execute or a notification of the call's own request: the call would wait for itself.
     virtual void Release() = 0;
 
     /// Requests cancellation and returns without waiting. A queued call is reported as cancelled before Cancel returns;
@@ -27,6 +28,7 @@ public:
     virtual void Cancel() = 0;
 
     /// Returns when the call has ended: done, failed or cancelled, its last notification and log character delivered.
+    /// Inside the Execute of another call it ends as that one's connection does when that one is cancelled.
     virtual void Wait() = 0;
 };
 
