@@ -40,6 +40,8 @@ int main(int argc, char** argv)
     Send(answer, static_cast<std::size_t>(size));
     if (std::strcmp(argv[2], "Echo") == 0)
         Echo();
+    else if (std::strcmp(argv[2], "Ignore") == 0)
+        pause(); // whatever happens to the channels
     else
     {
         const timespec time{0, 50'000'000};

@@ -1,4 +1,4 @@
-// A servant as authors write them, with the kit: its service "Echo" sends back what it gets.
+// A servant as authors write them, with the kit: its service "Echo" sends back what it gets, "Compute" never ends.
 
 #include <qxservant/Servant.h>
 
@@ -18,9 +18,17 @@ int Echo(qxservant::Connection& connection)
     return 0;
 }
 
+/// Computes without ever looking at its streams.
+int Compute(qxservant::Connection&)
+{
+    volatile unsigned round = 0;
+    for (;;)
+        round = round + 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    return qxservant::Run(argc, argv, {{L"Echo", Echo}});
+    return qxservant::Run(argc, argv, {{L"Echo", Echo}, {L"Compute", Compute}});
 }
