@@ -29,9 +29,6 @@ public:
     /// Signalled once the channel has ended and all of it is in the log.
     qpr::WaitObject EndObject() const noexcept { return m_ended.Object(); }
 
-    /// Signalled once the channel has ended and all of it is in the log.
-    qpr::WaitObject EndObject() const noexcept { return m_ended.Object(); }
-
     /// Waits for the end of the channel: without limit of time unless cancelled or hurried, else for the grace time.
     /// False when it has not ended by then.
     bool WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs = graceTimeMs);
