@@ -4,8 +4,8 @@
 #include "distributor/ClientConversation.h"
 #include "protocol/ExecutionInfoRecord.h"
 #include "protocol/NetworkLog.h"
-#include "runtime/ChildProcess.h"
 #include "runtime/Errors.h"
+#include "runtime/SystemErrors.h"
 
 #include <utility>
 
@@ -100,7 +100,7 @@ void JoinedCall::NoteSignal()
     const std::uint32_t signal = m_servant->EndSignal();
     if (signal == 0)
         return;
-    const std::wstring description = qpr::SignalDescription(signal);
+    const std::wstring description = qpr::DescribeSignal(signal);
     m_failure = L"Servant '" + m_commandLine.front() + L"' was ended by signal " + std::to_wstring(signal)
         + (description.empty() ? L"" : L" (" + description + L")");
 }
