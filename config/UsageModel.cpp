@@ -1,6 +1,7 @@
 #include "config/UsageModel.h"
 
 #include "runtime/Errors.h"
+#include "runtime/Utf8.h"
 
 #include <locale>
 #include <sstream>
@@ -49,12 +50,40 @@ std::unique_ptr<const UsageModel> UsageModel::Build(const ServiceInfo& service)
     return std::unique_ptr<const UsageModel>(new UsageModel(service));
 }
 
+template <class Action>
+auto UsageModel::UnderName(const std::wstring& sourceName, Action action) const
+{
+    const auto withName = [&](const std::exception& error) { return sourceName + L": " + qpr::ErrorText(error); };
+    try
+    {
+        return action();
+    }
+    catch (const qexpr::ParseError& error)
+    {
+        throw error.SourceFirst();
+    }
+    catch (const qexpr::MissingVariableError& error)
+    {
+        throw MissingAttributeError(withName(error), m_serviceName, error.GetName());
+    }
+    catch (const qpr::RuntimeError& error)
+    {
+        throw qpr::RuntimeError(withName(error));
+    }
+    catch (const std::logic_error& error)
+    {
+        throw std::logic_error(qpr::ToUtf8(withName(error)));
+    }
+}
+
 UsageModel::UsageModel(const ServiceInfo& service)
+    : m_serviceName(service.name)
 {
     const std::wstring ofService = L" of service '" + service.name + L"'";
-    if (!service.expectedResourceUsageHelpers.empty())
-        m_evaluator.AddHelperVariableDefinitions(
-            service.expectedResourceUsageHelpers, L"ExpectedResourceUsageHelpers" + ofService);
+    const std::wstring& helpers = service.expectedResourceUsageHelpers;
+    const std::wstring helpersName = L"ExpectedResourceUsageHelpers" + ofService;
+    if (!helpers.empty())
+        UnderName(helpersName, [&] { m_evaluator.AddHelperVariableDefinitions(helpers, helpersName); });
     m_processorUsage = Compile(service.expectedProcessorUsage, L"ExpectedProcessorUsage" + ofService);
     m_memoryUsage = Compile(service.expectedMemoryUsageInMB, L"ExpectedMemoryUsageInMB" + ofService);
 
@@ -81,9 +110,23 @@ void UsageModel::CollectFixedVariables()
 
 UsageModel::Formula UsageModel::Compile(const std::wstring& text, std::wstring sourceName)
 {
-    const auto expression = m_evaluator.ParseExpression(text, sourceName, qexpr::Value::Type_Float);
+    const auto expression =
+        UnderName(sourceName, [&] { return m_evaluator.ParseExpression(text, sourceName, qexpr::Value::Type_Float); });
     const bool usesProcessorCount = m_evaluator.UsesVariable(*expression, processorCountName);
     return {std::move(sourceName), expression, usesProcessorCount};
+}
+
+qexpr::ValueTypeMap UsageModel::NeededAttributes() const
+{
+    qexpr::ValueTypeMap needed;
+    for (const auto& [name, type] : m_inputTypes)
+    {
+        const bool isUsed = m_evaluator.UsesVariable(*m_processorUsage.expression, name)
+            || m_evaluator.UsesVariable(*m_memoryUsage.expression, name);
+        if (isUsed && name != processorCountName)
+            needed.emplace(name, type);
+    }
+    return needed;
 }
 
 qexpr::ValueMap UsageModel::Bind(const std::map<std::wstring, std::wstring>& attributes) const
@@ -123,14 +166,18 @@ UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
         return choice;
 
     // Every variable has now shown, in its turn, that it has a value: the fixed ones need not be asked again.
-    const Formula memoryUsage{m_memoryUsage.sourceName, m_memoryUsage.expression->Specialise(FixedValues(inputs))};
-    const bool usesNothingElse = UsesOnlyProcessorCount(*memoryUsage.expression);
+    const qexpr::ExpressionPtr memoryUsage =
+        UnderName(m_memoryUsage.sourceName, [&] { return m_memoryUsage.expression->Specialise(FixedValues(inputs)); });
+    const bool usesNothingElse = UsesOnlyProcessorCount(*memoryUsage);
     for (std::uint32_t n = offeredProcessors - 1; n >= 1; --n)
     {
         processorCount = qexpr::Value(static_cast<float>(n));
-        const qexpr::Value memory = usesNothingElse ? memoryUsage.expression->GetRoot().Evaluate(inputs)
-                                                    : m_evaluator.Evaluate(*memoryUsage.expression, inputs);
-        choice = {n, Checked(memory, memoryUsage, inputs)};
+        const qexpr::Value memory = UnderName(m_memoryUsage.sourceName,
+            [&] {
+                return usesNothingElse ? memoryUsage->GetRoot().Evaluate(inputs)
+                                       : m_evaluator.Evaluate(*memoryUsage, inputs);
+            });
+        choice = {n, Checked(memory, m_memoryUsage, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
     }
@@ -155,7 +202,9 @@ float UsageModel::Checked(const qexpr::Value& value, const Formula& formula, con
 
 float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
 {
-    return Checked(m_evaluator.Evaluate(*formula.expression, inputs), formula, inputs);
+    const qexpr::Value value =
+        UnderName(formula.sourceName, [&] { return m_evaluator.Evaluate(*formula.expression, inputs); });
+    return Checked(value, formula, inputs);
 }
 
 } // namespace qxm

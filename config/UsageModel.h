@@ -2,6 +2,7 @@
 
 #include "config/ServiceInfo.h"
 #include "expr/Evaluator.h"
+#include "runtime/Errors.h"
 
 #include <cstdint>
 #include <map>
@@ -12,14 +13,38 @@
 namespace qxm
 {
 
-/// A service's compiled usage formulas. Built and destroyed by one thread at a time; everything else is const, changes
+/// A formula of a service uses an attribute that the request lacks. The text begins with the formula's source name and
+/// ends with the evaluator's own text; names for people are beside it.
+class MissingAttributeError : public qpr::RuntimeError
+{
+public:
+    MissingAttributeError(const std::wstring& text, std::wstring serviceName, std::wstring attributeName)
+        : qpr::RuntimeError(text)
+        , m_serviceName(std::move(serviceName))
+        , m_attributeName(std::move(attributeName))
+    {
+    }
+
+    const std::wstring& GetServiceName() const noexcept { return m_serviceName; }
+    const std::wstring& GetAttributeName() const noexcept { return m_attributeName; }
+
+private:
+    std::wstring m_serviceName;
+    std::wstring m_attributeName;
+};
+
+/// A service's compiled usage formulas. Every error of compiling or evaluating one begins with its source name,
+/// "<element> of service '<name>'". Built and destroyed by one thread at a time; everything else is const, changes
 /// no reference count and may be called by several threads at once.
 class UsageModel
 {
 public:
-    /// Null for a service that lacks the processor or the memory formula. Throws the formulas' errors, which begin with
-    /// what is wrong and end with "of <element> of service '<name>'".
+    /// Null for a service that lacks the processor or the memory formula. Throws the formulas' errors.
     static std::unique_ptr<const UsageModel> Build(const ServiceInfo& service);
+
+    /// The attributes that the formulas need, with their types: a request without one of them fails, unless it gives
+    /// the value of a helper that is all that needs it.
+    qexpr::ValueTypeMap NeededAttributes() const;
 
     /// The attributes that the formulas refer to, converted to the types they have there; others are left out. Throws
     /// for an attribute named ProcessorCount, which is never the caller's to give, and for a text that cannot be
@@ -65,9 +90,15 @@ private:
     /// The values in the memory formula that are the same for every number of processors.
     qexpr::ValueMap FixedValues(const qexpr::ValueMap& inputs) const;
     float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
+
+    /// The action's result; its errors begin with the source name.
+    template <class Action>
+    auto UnderName(const std::wstring& sourceName, Action action) const;
+
     /// A formula's result as a number that makes sense.
     static float Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs);
 
+    std::wstring m_serviceName;
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;
     Formula m_memoryUsage;

@@ -1,7 +1,5 @@
 #include "expr/Evaluator.h"
 
-#include "runtime/Errors.h"
-
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -95,7 +93,7 @@ void Evaluator::AddHelperVariableValues(const VariableReference& variable, Value
         throw std::logic_error("qexpr::Evaluator::AddHelperVariableValues: variableType == Value::Type_Undefined");
     const auto helper = m_helperDefinitions.find(name);
     if (helper == m_helperDefinitions.end())
-        throw qpr::RuntimeError(L"Missing definition for helper variable '" + name + L"'");
+        throw MissingVariableError(name);
     if (recursionLevel + 1 > MaxRecursionLevel)
         throw std::logic_error("qexpr::Evaluator::AddHelperVariableValues: recursionLevel > 1000");
 

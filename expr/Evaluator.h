@@ -3,12 +3,30 @@
 #include "expr/Expression.h"
 #include "expr/Parser.h"
 #include "expr/Value.h"
+#include "runtime/Errors.h"
 
 #include <string>
 #include <string_view>
 
 namespace qexpr
 {
+
+/// A formula needs the value of a variable that is neither given nor defined by a helper: "Missing definition for
+/// helper variable '<name>'".
+class MissingVariableError : public qpr::RuntimeError
+{
+public:
+    explicit MissingVariableError(std::wstring name)
+        : qpr::RuntimeError(L"Missing definition for helper variable '" + name + L"'")
+        , m_name(std::move(name))
+    {
+    }
+
+    const std::wstring& GetName() const noexcept { return m_name; }
+
+private:
+    std::wstring m_name;
+};
 
 /// The expression language as the rest of the system uses it: helper definitions and formulas that see each other's
 /// variable types, and their evaluation. Helper variables are computed on demand, once an evaluation.
@@ -37,9 +55,8 @@ public:
     bool UsesVariable(const Expression& expression, std::wstring_view name) const;
 
     /// A value given for a helper's name takes the place of its definition. All variables of a formula need a value,
-    /// those of a branch not taken too: throws qpr::RuntimeError "Missing definition for helper variable '<name>'". The
-    /// values are copied only when a helper is to be computed. Helpers through more than 1000 helpers, as one that
-    /// refers to itself, are a std::logic_error.
+    /// those of a branch not taken too: throws MissingVariableError. The values are copied only when a helper is to be
+    /// computed. Helpers through more than 1000 helpers are a std::logic_error.
     Value Evaluate(const Expression& expression, const ValueMap& values) const;
 
 private:

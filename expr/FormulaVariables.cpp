@@ -22,6 +22,8 @@ std::wstring MisuseMessage(
 NodePtr FormulaVariables::Use(Value::Type type)
 {
     const std::wstring_view name = m_lexer.Current().text;
+    if (name == m_definedName)
+        m_lexer.ThrowError(L"Variable '" + std::wstring(name) + L"' used before being defined");
     const auto place = m_used.lower_bound(name);
     if (place != m_used.end() && (*place)->GetName() == name)
     {

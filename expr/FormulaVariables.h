@@ -11,10 +11,12 @@ namespace qexpr
 class FormulaVariables
 {
 public:
-    /// Both outlive this. The known types are shared by all formulas of an evaluator.
-    FormulaVariables(const Lexer& lexer, ValueTypeMap& knownTypes)
+    /// All outlive this. The known types are shared by all formulas of an evaluator. The formula of a helper cannot use
+    /// the helper's own name; that of no helper defines an empty one.
+    FormulaVariables(const Lexer& lexer, ValueTypeMap& knownTypes, std::wstring_view definedName)
         : m_lexer(lexer)
         , m_knownTypes(knownTypes)
+        , m_definedName(definedName)
     {
     }
 
@@ -36,6 +38,7 @@ private:
 
     const Lexer& m_lexer;
     ValueTypeMap& m_knownTypes;
+    std::wstring_view m_definedName;
     UsedVariables m_used;
 };
 

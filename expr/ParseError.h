@@ -17,8 +17,18 @@ public:
 
     ParseError(std::wstring_view message, std::wstring_view text, int position, std::wstring_view source);
 
+    /// The same error, its text after the source's name and a colon: for texts that begin with where they come from.
+    ParseError SourceFirst() const;
+
+    /// What is wrong, without position and source.
+    const std::wstring& GetReason() const noexcept { return m_reason; }
+
     /// The 1-based index of the offending character, or AtEnd.
     int GetPosition() const noexcept { return m_position; }
+
+    /// Where a mark for it goes in the text: the offending character's index, or that behind the last character that is
+    /// no white space.
+    std::size_t GetIndex() const noexcept;
 
     /// The whole text that was parsed.
     const std::wstring& GetText() const noexcept { return m_text; }
@@ -27,6 +37,9 @@ public:
     const std::wstring& GetSource() const noexcept { return m_source; }
 
 private:
+    ParseError(const std::wstring& wholeText, const ParseError& other);
+
+    std::wstring m_reason;
     std::wstring m_text;
     int m_position;
     std::wstring m_source;

@@ -6,9 +6,10 @@
 namespace qexpr
 {
 
-ExpressionPtr Parser::ParseFormula(Value::Type requiredType, std::wstring_view terminator)
+ExpressionPtr Parser::ParseFormula(
+    Value::Type requiredType, std::wstring_view terminator, std::wstring_view definedName)
 {
-    FormulaVariables variables(m_lexer, m_knownVariableTypes);
+    FormulaVariables variables(m_lexer, m_knownVariableTypes, definedName);
     NodePtr root = ExpressionParser(m_lexer, variables).ParseExpression(requiredType, terminator);
     if (root->GetValueType() == Value::Type_Undefined)
         m_lexer.ThrowError(L"Could not determine type of expression");
@@ -32,7 +33,7 @@ void Parser::ParseHelperDefinition(HelperDefinitions& definitions)
         m_lexer.ThrowError(L"Variable '" + name + L"' already defined");
     if (m_knownVariableTypes.contains(name))
         m_lexer.ThrowError(L"Variable '" + name + L"' used before being defined");
-    ExpressionPtr definition = ParseFormula(Value::Type_Undefined, L";");
+    ExpressionPtr definition = ParseFormula(Value::Type_Undefined, L";", name);
     const Value::Type type = definition->GetValueType();
     definitions.emplace(name, std::move(definition));
     m_knownVariableTypes.insert_or_assign(std::move(name), type);

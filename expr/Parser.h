@@ -28,15 +28,17 @@ public:
     {
     }
 
-    /// The next formula, of the required type, which may be undefined; it ends at the terminator, or at the end of the
-    /// text when there is none. Its variables become known.
-    ExpressionPtr ParseFormula(Value::Type requiredType, std::wstring_view terminator = {});
+    /// The whole text as a formula of the required type, which may be undefined. Its variables become known.
+    ExpressionPtr ParseFormula(Value::Type requiredType) { return ParseFormula(requiredType, {}, {}); }
 
     /// The whole text as definitions "Name = formula;". They are added to the given ones and their names become known;
     /// those before an error stay.
     void ParseHelperDefinitions(HelperDefinitions& definitions);
 
 private:
+    /// The next formula, up to the terminator, or to the end of the text when there is none; of the helper by that
+    /// name, or of none.
+    ExpressionPtr ParseFormula(Value::Type requiredType, std::wstring_view terminator, std::wstring_view definedName);
     void ParseHelperDefinition(HelperDefinitions& definitions);
 
     Lexer m_lexer;

@@ -79,16 +79,24 @@ TEST(ExpectedUsage, ComesFromTheFormulasAndTheAttributes)
         {Service(L"1", L"1"), {{L"ProcessorCount", L"1"}},
             "Illegal attribute ProcessorCount in service request attributes"},
         {Service(L"1", L"A"), {{L"A", L"x"}}, "Invalid A string 'x': value is not a float."},
-        {Service(L"1", L"A"), {}, "Missing definition for helper variable 'A'"},
+        {Service(L"1", L"A"), {}, "ExpectedMemoryUsageInMB of service 'S': Missing definition for helper variable 'A'"},
+        {Service(L"1", L"H * ProcessorCount * 1e9", L"H = 1 + A;"), {},
+            "ExpectedMemoryUsageInMB of service 'S': Missing definition for helper variable 'A'"},
         {Service(L"1", L"if ProcessorCount == 'x' then 1 else 2"), {},
             "Reference to input variable ProcessorCount has incorrect type string, should be float"},
         {Service(L"1", L"1", L"ProcessorCount = 'x';"), {},
             "Reference to input variable ProcessorCount has incorrect type string, should be float"},
-        {Service(L"1 +", L"1"), {}, "Missing token at end of ExpectedProcessorUsage of service 'S'"},
+        {Service(L"1 +", L"1"), {},
+            "ExpectedProcessorUsage of service 'S': Missing token at end of ExpectedProcessorUsage of service 'S'"},
         {Service(L"1", L"true"), {},
-            "Wrong result type bool (should be float) at end of ExpectedMemoryUsageInMB of service 'S'"},
+            "ExpectedMemoryUsageInMB of service 'S': Wrong result type bool (should be float) at end of "
+            "ExpectedMemoryUsageInMB of service 'S'"},
+        {Service(L"1", L"(if F then A else B) + 1"), {},
+            "ExpectedMemoryUsageInMB of service 'S': qexpr::IfThenElse::SetDefinedValueType: value type already "
+            "defined"},
         {Service(L"1", L"1", L"1"), {},
-            "Expected variable name but got '1' at position 1 of ExpectedResourceUsageHelpers of service 'S'"},
+            "ExpectedResourceUsageHelpers of service 'S': Expected variable name but got '1' at position 1 of "
+            "ExpectedResourceUsageHelpers of service 'S'"},
     };
     for (const auto& [service, attributes, outcome] : cases)
     {

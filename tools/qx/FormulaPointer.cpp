@@ -1,7 +1,6 @@
 #include "tools/qx/FormulaPointer.h"
 
 #include "runtime/Utf8.h"
-#include "runtime/WhiteSpace.h"
 
 #include <algorithm>
 #include <string_view>
@@ -11,16 +10,6 @@ namespace qx
 
 namespace
 {
-
-std::size_t IndexOf(const qexpr::ParseError& error)
-{
-    if (error.GetPosition() != qexpr::ParseError::AtEnd)
-        return static_cast<std::size_t>(error.GetPosition() - 1);
-    std::size_t end = error.GetText().size(); // just behind the text's last character
-    while (end != 0 && qpr::IsWhiteSpace(error.GetText()[end - 1]))
-        --end;
-    return end;
-}
 
 std::size_t LineBegin(std::wstring_view text, std::size_t index)
 {
@@ -42,7 +31,7 @@ std::wstring Shown(std::wstring_view text)
 std::string PointAtError(const qexpr::ParseError& error, std::size_t columns)
 {
     const std::wstring_view text = error.GetText();
-    const std::size_t index = IndexOf(error);
+    const std::size_t index = error.GetIndex();
     const std::size_t lineBegin = LineBegin(text, index);
     const std::size_t lineEnd = std::min(text.find(L'\n', index), text.size());
     // The last column stays empty: some terminals break the line there.

@@ -102,9 +102,18 @@ void Program::Understand(std::vector<std::string> arguments)
         for (CLI::Option* option : command->get_options([](const CLI::Option* o) { return o->get_positional(); }))
             option->transform(WithoutMark);
     }
-    std::vector<const char*> pointers;
+    // "--option=" gives an empty value, which CLI11 would look for in the next argument.
+    std::vector<std::string> words;
     for (const std::string& argument : arguments)
-        pointers.push_back(argument.c_str());
+    {
+        const bool isEmptyValue = argument.starts_with("--") && argument.ends_with('=');
+        words.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
+        if (isEmptyValue)
+            words.emplace_back();
+    }
+    std::vector<const char*> pointers;
+    for (const std::string& word : words)
+        pointers.push_back(word.c_str());
     m_commandLine.parse(static_cast<int>(pointers.size()), pointers.data());
 }
 
