@@ -2,6 +2,7 @@
 
 #include "client/FrameworkLock.h"
 #include "client/ServiceConnectorBase.h"
+#include "protocol/ServiceRequestAttributes.h"
 #include "runtime/Errors.h"
 
 #include <qxmi/IServiceRequestW.h>
@@ -53,7 +54,9 @@ ServiceCallBase::ServiceCallBase(ServiceConnectorBase& connector, qxmi::IService
     , m_request(request)
 {
     m_request.GetServiceName(m_serviceName);
-    m_request.GetServiceRequestAttributes(m_attributes);
+    std::map<std::wstring, std::wstring> attributes;
+    m_request.GetServiceRequestAttributes(attributes);
+    m_attributes = qxm::CheckedAttributes(attributes); // wherever the call will run
     m_connector.AddRef();
 }
 

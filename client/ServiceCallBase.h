@@ -41,7 +41,7 @@ class ServiceCallBase : public qxmi::IServiceCall,
 {
 public:
     /// Takes a reference to the connector and asks the request for its service name and attributes; what they throw
-    /// passes.
+    /// passes. Throws for attributes that a request line cannot carry.
     ServiceCallBase(ServiceConnectorBase& connector, qxmi::IServiceRequestW& request);
     ~ServiceCallBase() override;
 

@@ -2,6 +2,7 @@
 
 #include "protocol/LineConversation.h"
 #include "runtime/Errors.h"
+#include "runtime/Utf8.h"
 #include "runtime/WhiteSpace.h"
 
 #include <algorithm>
@@ -15,8 +16,13 @@ namespace
 std::wstring CheckedWord(const std::wstring& text)
 {
     const std::wstring word = Trim(text);
-    const auto isUnfit = [](wchar_t character) { return qpr::IsWhiteSpace(character) || character == L'"'; };
-    if (word.empty() || std::ranges::any_of(word, isUnfit))
+    bool isFit = !word.empty() && std::ranges::none_of(word, qpr::IsWhiteSpace);
+    for (std::size_t index = 0; index < word.size();)
+    {
+        const char32_t character = qpr::TakeCodePoint(word, index);
+        isFit = isFit && qpr::IsCodePoint(character) && character != '"';
+    }
+    if (!isFit)
         throw qpr::RuntimeError(L"Invalid service request attribute key or value '" + text + L"'");
     return word;
 }
@@ -37,11 +43,20 @@ std::vector<std::wstring> SplitAtWhiteSpace(std::wstring_view text)
 
 } // namespace
 
+ServiceRequestAttributes CheckedAttributes(const ServiceRequestAttributes& attributes)
+{
+    ServiceRequestAttributes words;
+    for (const auto& [key, value] : attributes)
+        words[CheckedWord(key)] = CheckedWord(value);
+    return words;
+}
+
 std::wstring SerialiseAttributes(const ServiceRequestAttributes& attributes)
 {
-    std::wstring text = std::to_wstring(attributes.size());
-    for (const auto& [key, value] : attributes)
-        text += L' ' + CheckedWord(key) + L' ' + CheckedWord(value);
+    const ServiceRequestAttributes words = CheckedAttributes(attributes);
+    std::wstring text = std::to_wstring(words.size());
+    for (const auto& [key, value] : words)
+        text += L' ' + key + L' ' + value;
     return text;
 }
 

@@ -129,9 +129,12 @@ TEST_F(LocalServiceConnectorTest, ReleasingACallWhereverItIsEndsIt)
 TEST_F(LocalServiceConnectorTest, ACallWhoseNeedsCannotBeKnownIsNotQueued)
 {
     auto& connector = Make();
-    test::RecordingRequest request(L"Work", {{L"Id", L"1"}, {L"P", L"many"}, {L"M", L"1"}});
-    EXPECT_THROW(connector.CreateServiceCall(request), std::runtime_error);
-    EXPECT_EQ(request.Notifications(), "");
+    for (const wchar_t* unfit : {L"many", L" ", L"1 2", L"\""})
+    {
+        test::RecordingRequest request(L"Work", {{L"Id", L"1"}, {L"P", unfit}, {L"M", L"1"}});
+        EXPECT_THROW(connector.CreateServiceCall(request), std::runtime_error) << unfit;
+        EXPECT_EQ(request.Notifications(), "");
+    }
 }
 
 } // namespace

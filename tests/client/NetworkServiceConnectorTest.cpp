@@ -16,8 +16,8 @@ protected:
 TEST_F(NetworkServiceConnectorTest, OneCallAtATimeWaitsForAServant)
 {
     auto& connector = Make();
-    auto* first = Call(connector, L"1", L"", L"");
-    auto* second = Call(connector, L"2", L"", L"");
+    auto* first = Call(connector, L"1", L"1", L"1");
+    auto* second = Call(connector, L"2", L"1", L"1");
     m_executor->Await("network 1");
     EXPECT_FALSE(m_executor->Happened("network 2"));
     m_executor->LetGo("1");
@@ -34,10 +34,10 @@ TEST_F(NetworkServiceConnectorTest, OneCallAtATimeWaitsForAServant)
 TEST_F(NetworkServiceConnectorTest, AFailedOrCancelledWaitLetsTheNextCallGo)
 {
     auto& connector = Make();
-    Call(connector, L"1", L"", L"");
-    auto* second = Call(connector, L"2", L"", L"");
-    auto* third = Call(connector, L"3", L"", L"");
-    Call(connector, L"4", L"", L"");
+    Call(connector, L"1", L"1", L"1");
+    auto* second = Call(connector, L"2", L"1", L"1");
+    auto* third = Call(connector, L"3", L"1", L"1");
+    Call(connector, L"4", L"1", L"1");
     m_executor->Await("network 1");
     third->Cancel();
     EXPECT_EQ(Request(2).Notifications(), "cancelled;");
@@ -55,8 +55,8 @@ TEST_F(NetworkServiceConnectorTest, TheLimitCountsRunningCalls)
 {
     m_settings.maxRunningCalls = std::uint64_t{1};
     auto& connector = Make();
-    Call(connector, L"1", L"", L"");
-    Call(connector, L"2", L"", L"");
+    Call(connector, L"1", L"1", L"1");
+    Call(connector, L"2", L"1", L"1");
     m_executor->Await("network 1");
     m_executor->LetGo("1");
     m_executor->Await("ready 1");

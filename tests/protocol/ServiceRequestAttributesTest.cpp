@@ -29,6 +29,8 @@ TEST(ServiceRequestAttributesTest, WhatTheRequestLineCannotCarryIsRefused)
         {{{L"", L"1"}}, ""},
         {{{L"Size", L"3\""}}, "3\""},
         {{{L"Size", L"3\r\ncall"}}, "3\r\ncall"},
+        {{{L"Size", L"\u3000"}}, "\u3000"},
+        {{{L"Size", {L'a', static_cast<wchar_t>(0xD800)}}}, "a\uFFFD"},
     };
     for (const auto& c : cases)
     {

@@ -25,8 +25,8 @@ public:
     /// Names the service, exactly as configured.
     virtual void GetServiceName(std::wstring& name) = 0;
 
-    /// Fills in the attributes that the service's formulas and the distributor see. Keys and values hold no white
-    /// space.
+    /// Fills in the attributes that the service's formulas and the distributor see. White space around a key or value
+    /// is removed; CreateServiceCall throws for one that is then empty, or holds white space or a double quote.
     virtual void GetServiceRequestAttributes(std::map<std::wstring, std::wstring>& attributes) = 0;
 
     /// The call's own conversation with its servant, on the call's thread (on Linux one with all signals blocked, which
