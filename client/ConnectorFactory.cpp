@@ -6,7 +6,6 @@
 #include "client/LocalServiceConnector.h"
 #include "client/NetworkServiceConnector.h"
 #include "config/Configuration.h"
-#include "config/ConnectorSettings.h"
 #include "config/LocalHost.h"
 
 #include <stdexcept>
@@ -40,17 +39,21 @@ std::unique_ptr<ServiceConnectorBase> MakeNetwork(
 
 std::unique_ptr<ServiceConnectorBase> MakeConnector(const std::string& configuration)
 {
-    const auto parsed = qxm::ConnectorConfiguration::Parse(configuration);
+    return MakeConnector(qxm::ConnectorConfiguration::Parse(configuration));
+}
+
+std::unique_ptr<ServiceConnectorBase> MakeConnector(const qxm::ConnectorConfiguration& configuration)
+{
     const qxm::HostDescription host = qxm::DescribeLocalHost(L"client");
-    const std::wstring path = qxm::LocateConfigurationFile(parsed.settings.configurationPath);
-    switch (parsed.kind)
+    const std::wstring path = qxm::LocateConfigurationFile(configuration.settings.configurationPath);
+    switch (configuration.kind)
     {
     case qxm::ConnectorKind::Local:
-        return MakeForThisComputer<LocalServiceConnector>(parsed, host, path);
+        return MakeForThisComputer<LocalServiceConnector>(configuration, host, path);
     case qxm::ConnectorKind::Network:
-        return MakeNetwork(parsed, host, path);
+        return MakeNetwork(configuration, host, path);
     case qxm::ConnectorKind::Hybrid:
-        return MakeForThisComputer<HybridServiceConnector>(parsed, host, path);
+        return MakeForThisComputer<HybridServiceConnector>(configuration, host, path);
     }
     throw std::logic_error("QxClient::MakeConnector: Invalid connector kind");
 }

@@ -1,11 +1,8 @@
 #include "config/Configuration.h"
 
 #include "config/ServantsReader.h"
-#include "config/XmlDocument.h"
 #include "runtime/CurrentProcess.h"
-#include "runtime/Errors.h"
 #include "runtime/FilePath.h"
-#include "runtime/InputFile.h"
 
 namespace qxm
 {
@@ -15,23 +12,15 @@ namespace
 
 constexpr wchar_t defaultFileName[] = L"QxConfiguration.xml";
 
-XmlElement ReadFile(const std::wstring& path, const XmlElement* templateRoot = nullptr)
+} // namespace
+
+std::wstring LocateConfigurationFile(const std::wstring& configuredPath)
 {
-    std::ifstream file = qpr::OpenInputFile(path);
-    return XmlDocument::Read(file, L"configuration file '" + path + L"'", templateRoot).root;
+    if (!configuredPath.empty())
+        return qpr::WithNativeSeparators(configuredPath);
+    return qpr::JoinPath(qpr::DirectoryOf(qpr::CurrentProcess::GetExecutablePath()), defaultFileName);
 }
 
-XmlElement ReadConfigurationRoot(const std::wstring& path)
-{
-    constexpr wchar_t rootName[] = L"QxConfiguration";
-    XmlElement root = ReadFile(path);
-    if (root.name != rootName)
-        throw qpr::RuntimeError(
-            L"Invalid configuration file: document element is <" + root.name + L"> instead of <" + rootName + L">");
-    return root;
-}
-
-/// What a service configuration file may hold.
 XmlElement ServiceConfigurationTemplate()
 {
     XmlElement root;
@@ -49,20 +38,44 @@ XmlElement ServiceConfigurationTemplate()
     return root;
 }
 
-CrashDumpSettings ReadCrashDump(const XmlElement& root)
+ConfigurationFile ReadConfigurationFile(const std::wstring& path)
 {
-    const XmlElement* system = root.FirstChild(L"System");
-    const XmlElement* crashDump = system ? system->FirstChild(L"CrashDump") : nullptr;
-    if (!crashDump)
-        return {};
-    return {crashDump->AttributeValue(L"Flags"), crashDump->AttributeValue(L"Directory")};
+    constexpr wchar_t rootName[] = L"QxConfiguration";
+    ConfigurationFile file = ConfigurationFile::Read(path);
+    if (file.root.name != rootName)
+        file.Fail(file.root, {},
+            L"Invalid configuration file: document element is <" + file.root.name + L"> instead of <" + rootName
+                + L">");
+    return file;
 }
 
-void ReadServiceConfigurationFile(const std::wstring& path, const CrashDumpSettings& crashDump, ServicesMap& services)
+std::wstring ServiceConfigurationPath(const ConfigurationFile& file)
 {
-    const XmlElement allowed = ServiceConfigurationTemplate();
-    const XmlElement root = ReadFile(path, &allowed);
-    ReadBaseServants(root, qpr::DirectoryOf(qpr::FullPath(path)), crashDump, services);
+    const std::wstring path = file.root.AttributeValue(L"ServiceConfigurationPath");
+    if (path.empty())
+        return {};
+    const std::wstring native = qpr::WithNativeSeparators(path);
+    return qpr::IsAbsolutePath(path) ? native : qpr::JoinPath(file.Directory(), native);
+}
+
+Configuration ReadConfiguration(const ConfigurationFile& file, const HostDescription& localHost)
+{
+    const CrashDumpSettings crashDump = ReadCrashDump(file.root);
+    Configuration configuration;
+    const std::wstring basePath = ServiceConfigurationPath(file);
+    if (!basePath.empty())
+    {
+        const XmlElement allowed = ServiceConfigurationTemplate();
+        ReadBaseServants(ConfigurationFile::Read(basePath, &allowed), crashDump, configuration.services);
+    }
+    ReadServants(file, crashDump, localHost, configuration.services);
+    configuration.distributor = ReadDistributor(file.root);
+    return configuration;
+}
+
+Configuration ReadConfiguration(const std::wstring& path, const HostDescription& localHost)
+{
+    return ReadConfiguration(ReadConfigurationFile(path), localHost);
 }
 
 DistributorSettings ReadDistributor(const XmlElement& root)
@@ -80,37 +93,9 @@ DistributorSettings ReadDistributor(const XmlElement& root)
     return settings;
 }
 
-} // namespace
-
-std::wstring LocateConfigurationFile(const std::wstring& configuredPath)
-{
-    if (!configuredPath.empty())
-        return qpr::WithNativeSeparators(configuredPath);
-    return qpr::JoinPath(qpr::DirectoryOf(qpr::CurrentProcess::GetExecutablePath()), defaultFileName);
-}
-
-Configuration ReadConfiguration(const std::wstring& path, const HostDescription& localHost)
-{
-    const XmlElement root = ReadConfigurationRoot(path);
-    const std::wstring directory = qpr::DirectoryOf(qpr::FullPath(path));
-    const CrashDumpSettings crashDump = ReadCrashDump(root);
-
-    Configuration configuration;
-    const std::wstring basePath = root.AttributeValue(L"ServiceConfigurationPath");
-    if (!basePath.empty())
-    {
-        const std::wstring native = qpr::WithNativeSeparators(basePath);
-        ReadServiceConfigurationFile(qpr::IsAbsolutePath(basePath) ? native : qpr::JoinPath(directory, native),
-            crashDump, configuration.services);
-    }
-    ReadServants(root, directory, crashDump, localHost, configuration.services);
-    configuration.distributor = ReadDistributor(root);
-    return configuration;
-}
-
 DistributorSettings ReadDistributorSettings(const std::wstring& path)
 {
-    return ReadDistributor(ReadConfigurationRoot(path));
+    return ReadDistributor(ReadConfigurationFile(path).root);
 }
 
 } // namespace qxm

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/ConfigurationFile.h"
 #include "config/HostDescription.h"
 #include "config/ServiceInfo.h"
 
@@ -30,10 +31,23 @@ struct Configuration
 std::wstring LocateConfigurationFile(const std::wstring& configuredPath);
 
 /// Reads the file with its servants and services; those whose host requirements localHost does not meet are left out.
-/// Throws a RuntimeError that names what is wrong.
+/// Throws a ConfigurationError that says what is wrong and where, or what opening a file throws.
 Configuration ReadConfiguration(const std::wstring& path, const HostDescription& localHost);
 
 /// Reads the file for the distributor alone; servants and services are not looked at.
 DistributorSettings ReadDistributorSettings(const std::wstring& path);
+
+// The steps of these, for who has to look at each.
+
+/// The file, once its root element is known to be the right one.
+ConfigurationFile ReadConfigurationFile(const std::wstring& path);
+Configuration ReadConfiguration(const ConfigurationFile& file, const HostDescription& localHost);
+DistributorSettings ReadDistributor(const XmlElement& root);
+
+/// The path of the service configuration file that a configuration file names; empty when it names none.
+std::wstring ServiceConfigurationPath(const ConfigurationFile& file);
+
+/// What a service configuration file may hold.
+XmlElement ServiceConfigurationTemplate();
 
 } // namespace qxm

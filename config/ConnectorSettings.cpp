@@ -12,9 +12,70 @@ namespace qxm
 namespace
 {
 
-using Attribute = XmlElement::Attribute;
-
 constexpr ConnectorKind allKinds[] = {ConnectorKind::Local, ConnectorKind::Network, ConnectorKind::Hybrid};
+
+void Require(bool isInRange, const std::wstring& attributeName, const wchar_t* range)
+{
+    if (!isInRange)
+        throw qpr::RuntimeError(L"Invalid " + attributeName + L" value (must be " + range + L")");
+}
+
+float ParseUtilizationLimit(const XmlAttribute& attribute)
+{
+    const float limit = qpr::ParsePercentage(attribute.value, attribute.name);
+    Require(limit >= 0.0f && limit <= 5.0f, attribute.name, L"between 0% and 500%");
+    return limit;
+}
+
+/// What the two names of this setting have in common; the later of them counts.
+void TakeMaxLocalServants(const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+{
+    const std::uint32_t count = qpr::ParseUInt32(attribute.value, attribute.name);
+    Require(count >= 1, attribute.name, L"1 or higher");
+    configuration.localExecution.maxLocalServants = count;
+}
+
+/// An attribute of the root element and what takes its value.
+struct Setting
+{
+    const wchar_t* name;
+    bool isForAll; ///< of every connector, or of those that run calls on this computer
+    void (*take)(const XmlAttribute& attribute, ConnectorConfiguration& configuration);
+};
+
+constexpr Setting allSettings[] = {
+    {L"QxConfigurationPath", true,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        { configuration.settings.configurationPath = attribute.value; }},
+    {L"MaxRunningCalls", true,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        {
+            const std::uint64_t maxRunningCalls = qpr::ParseUInt64(attribute.value, attribute.name);
+            Require(maxRunningCalls > 0, attribute.name, L"larger than 0");
+            configuration.settings.maxRunningCalls = maxRunningCalls;
+        }},
+    {L"LogServiceExecutionInfo", true,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        { configuration.settings.logServiceExecutionInfo = qpr::ParseBool(attribute.value, attribute.name); }},
+    {L"MaxLocalServants", false, TakeMaxLocalServants},
+    {L"MaxLocalServantsWithUnknownResourceUsage", false, TakeMaxLocalServants},
+    {L"ProcessorUtilizationLimit", false,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        { configuration.localExecution.processorUtilizationLimit = ParseUtilizationLimit(attribute); }},
+    {L"PhysicalMemoryUtilizationLimit", false,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        { configuration.localExecution.physicalMemoryUtilizationLimit = ParseUtilizationLimit(attribute); }},
+    {L"MaxRunningNoWaitCalls", false,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        { configuration.localExecution.maxRunningNoWaitCalls = qpr::ParseUInt32(attribute.value, attribute.name); }},
+    {L"NoWaitCallMemoryUsageLimitInMB", false,
+        [](const XmlAttribute& attribute, ConnectorConfiguration& configuration)
+        {
+            const float limit = qpr::ParseFloat(attribute.value, attribute.name);
+            Require(limit >= 0.0f, attribute.name, L"0 or higher");
+            configuration.localExecution.noWaitCallMemoryUsageLimitInMB = limit;
+        }},
+};
 
 ConnectorKind ParseKind(const std::wstring& name)
 {
@@ -26,76 +87,16 @@ ConnectorKind ParseKind(const std::wstring& name)
     throw qpr::RuntimeError(L"Invalid service connector name '" + name + L"'");
 }
 
-void Require(bool isInRange, const std::wstring& attributeName, const wchar_t* range)
+void TakeAttribute(const XmlAttribute& attribute, ConnectorConfiguration& configuration)
 {
-    if (!isInRange)
-        throw qpr::RuntimeError(L"Invalid " + attributeName + L" value (must be " + range + L")");
-}
-
-float ParseUtilizationLimit(const Attribute& attribute)
-{
-    const auto& [name, value] = attribute;
-    const float limit = qpr::ParsePercentage(value, name);
-    Require(limit >= 0.0f && limit <= 5.0f, name, L"between 0% and 500%");
-    return limit;
-}
-
-/// The Take functions answer whether the attribute is one of theirs.
-bool Take(const Attribute& attribute, ServiceConnectorSettings& settings)
-{
-    const auto& [name, value] = attribute;
-    if (name == L"QxConfigurationPath")
+    for (const Setting& setting : allSettings)
     {
-        settings.configurationPath = value;
+        const bool applies = setting.isForAll || configuration.kind != ConnectorKind::Network;
+        if (applies && attribute.name == setting.name)
+            return setting.take(attribute, configuration);
     }
-    else if (name == L"MaxRunningCalls")
-    {
-        const std::uint64_t maxRunningCalls = qpr::ParseUInt64(value, name);
-        Require(maxRunningCalls > 0, name, L"larger than 0");
-        settings.maxRunningCalls = maxRunningCalls;
-    }
-    else if (name == L"LogServiceExecutionInfo")
-    {
-        settings.logServiceExecutionInfo = qpr::ParseBool(value, name);
-    }
-    else
-    {
-        return false;
-    }
-    return true;
-}
-
-bool Take(const Attribute& attribute, LocalExecutionSettings& settings)
-{
-    const auto& [name, value] = attribute;
-    // The longer name is an alias of the shorter; the later of the two counts.
-    if (name == L"MaxLocalServantsWithUnknownResourceUsage" || name == L"MaxLocalServants")
-    {
-        settings.maxLocalServants = qpr::ParseUInt32(value, name);
-        Require(settings.maxLocalServants >= 1, name, L"1 or higher");
-    }
-    else if (name == L"ProcessorUtilizationLimit")
-    {
-        settings.processorUtilizationLimit = ParseUtilizationLimit(attribute);
-    }
-    else if (name == L"PhysicalMemoryUtilizationLimit")
-    {
-        settings.physicalMemoryUtilizationLimit = ParseUtilizationLimit(attribute);
-    }
-    else if (name == L"MaxRunningNoWaitCalls")
-    {
-        settings.maxRunningNoWaitCalls = qpr::ParseUInt32(value, name);
-    }
-    else if (name == L"NoWaitCallMemoryUsageLimitInMB")
-    {
-        settings.noWaitCallMemoryUsageLimitInMB = qpr::ParseFloat(value, name);
-        Require(settings.noWaitCallMemoryUsageLimitInMB >= 0.0f, name, L"0 or higher");
-    }
-    else
-    {
-        return false;
-    }
-    return true;
+    throw qpr::RuntimeError(
+        L"Invalid attribute '" + attribute.name + L"' in <" + ConnectorName(configuration.kind) + L"> element");
 }
 
 } // namespace
@@ -121,13 +122,8 @@ ConnectorConfiguration ConnectorConfiguration::Parse(const std::string& xml)
 
     ConnectorConfiguration configuration;
     configuration.kind = ParseKind(root.name);
-    const bool runsCallsHere = configuration.kind != ConnectorKind::Network;
-    for (const Attribute& attribute : root.attributes)
-    {
-        if (!Take(attribute, configuration.settings)
-            && !(runsCallsHere && Take(attribute, configuration.localExecution)))
-            throw qpr::RuntimeError(L"Invalid attribute '" + attribute.first + L"' in <" + root.name + L"> element");
-    }
+    for (const XmlAttribute& attribute : root.attributes)
+        TakeAttribute(attribute, configuration);
     return configuration;
 }
 

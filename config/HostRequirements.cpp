@@ -22,18 +22,23 @@ qexpr::ValueMap HostVariables(const HostDescription& host)
 
 } // namespace
 
-bool MeetsHostRequirements(const XmlElement& element, const HostDescription& host)
+bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& host)
 {
     const std::wstring formula = element.ChildText(L"HostRequirements");
     if (formula.empty())
         return true;
+    qexpr::Evaluator evaluator;
+    const auto expression = evaluator.ParseExpression(formula,
+        L"HostRequirements of " + element.name + L" '" + element.AttributeValue(L"Name") + L"'",
+        qexpr::Value::Type_Bool);
+    return static_cast<bool>(evaluator.Evaluate(*expression, HostVariables(host)));
+}
+
+bool MeetsHostRequirements(const XmlElement& element, const HostDescription& host)
+{
     try
     {
-        qexpr::Evaluator evaluator;
-        const auto expression = evaluator.ParseExpression(formula,
-            L"HostRequirements of " + element.name + L" '" + element.AttributeValue(L"Name") + L"'",
-            qexpr::Value::Type_Bool);
-        return static_cast<bool>(evaluator.Evaluate(*expression, HostVariables(host)));
+        return EvaluateHostRequirements(element, host);
     }
     catch (const std::exception&)
     {

@@ -11,4 +11,7 @@ namespace qxm
 /// formulas that make sense on some of them only.
 bool MeetsHostRequirements(const XmlElement& element, const HostDescription& host);
 
+/// The same, but throws what is wrong with the formula.
+bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& host);
+
 } // namespace qxm

@@ -15,29 +15,6 @@ constexpr std::uint64_t addressSpace32BitInMB = 2048;
 constexpr std::uint64_t largeAddressSpace32BitInMB = 4096;
 constexpr std::uint64_t addressSpace64BitInMB = 8388608;
 
-const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container)
-{
-    static const std::vector<XmlElement> none;
-    const XmlElement* element = parent.FirstChild(container);
-    return element ? element->children : none;
-}
-
-qpr::CountedPtr<ServantInfo> MakeServant(
-    const XmlElement& element, const std::wstring& directory, const CrashDumpSettings& crashDump)
-{
-    const std::wstring relativePath = element.AttributeValue(L"RelativePath");
-    if (relativePath.empty())
-        throw qpr::RuntimeError(L"Missing RelativePath attribute in <Servant> element");
-    if (qpr::IsAbsolutePath(relativePath))
-        throw qpr::RuntimeError(L"<Servant RelativePath='" + relativePath + L"'> must be a relative path");
-
-    auto servant = qpr::MakeCounted<ServantInfo>();
-    servant->crashDumpFlags = crashDump.flags;
-    servant->crashDumpDirectory = crashDump.directory;
-    servant->executablePath = qpr::FullPath(qpr::JoinPath(directory, qpr::WithNativeSeparators(relativePath)));
-    return servant;
-}
-
 /// Whether the servant is a 32-bit one.
 bool ParseTargetPlatform(const XmlElement& element)
 {
@@ -58,45 +35,81 @@ std::uint64_t AddressSpaceInMB(const XmlElement& element, bool is32Bit)
                                                                                : addressSpace32BitInMB;
 }
 
-qpr::CountedPtr<const ServantInfo> ReadServant(
-    const XmlElement& element, const std::wstring& directory, const CrashDumpSettings& crashDump)
+} // namespace
+
+CrashDumpSettings ReadCrashDump(const XmlElement& root)
 {
-    const bool is32Bit = ParseTargetPlatform(element);
-    const auto servant = MakeServant(element, directory, crashDump);
+    const XmlElement* const system = root.FirstChild(L"System");
+    const XmlElement* const crashDump = system ? system->FirstChild(L"CrashDump") : nullptr;
+    if (!crashDump)
+        return {};
+    return {crashDump->AttributeValue(L"Flags"), crashDump->AttributeValue(L"Directory")};
+}
+
+const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container)
+{
+    static const std::vector<XmlElement> none;
+    const XmlElement* element = parent.FirstChild(container);
+    return element ? element->children : none;
+}
+
+qpr::CountedPtr<ServantInfo> ReadBaseServant(
+    const ConfigurationFile& file, const XmlElement& element, const CrashDumpSettings& crashDump)
+{
+    constexpr wchar_t pathName[] = L"RelativePath";
+    const std::wstring relativePath = element.AttributeValue(pathName);
+    if (relativePath.empty())
+        file.Fail(element, pathName, L"Missing RelativePath attribute in <Servant> element");
+    if (qpr::IsAbsolutePath(relativePath))
+        file.Fail(element, pathName, L"<Servant RelativePath='" + relativePath + L"'> must be a relative path");
+
+    auto servant = qpr::MakeCounted<ServantInfo>();
+    servant->crashDumpFlags = crashDump.flags;
+    servant->crashDumpDirectory = crashDump.directory;
+    servant->executablePath = qpr::FullPath(qpr::JoinPath(file.Directory(), qpr::WithNativeSeparators(relativePath)));
+    return servant;
+}
+
+qpr::CountedPtr<const ServantInfo> ReadServant(
+    const ConfigurationFile& file, const XmlElement& element, const CrashDumpSettings& crashDump)
+{
+    const bool is32Bit = file.At(element, L"TargetPlatform", [&] { return ParseTargetPlatform(element); });
+    const auto servant = ReadBaseServant(file, element, crashDump);
     servant->is32Bit = is32Bit;
-    servant->addressSpaceInMB = AddressSpaceInMB(element, is32Bit);
+    servant->addressSpaceInMB =
+        file.At(element, L"IsLargeAddressAware", [&] { return AddressSpaceInMB(element, is32Bit); });
     const std::wstring version = element.AttributeValue(L"QxServantLibraryVersion");
     if (!version.empty())
-        servant->libraryVersion = Version::Parse(version, L"QxServantLibraryVersion");
+        servant->libraryVersion = file.At(
+            element, L"QxServantLibraryVersion", [&] { return Version::Parse(version, L"QxServantLibraryVersion"); });
     return servant;
 }
 
 qpr::CountedPtr<const LocalServiceInfo> ReadService(
-    const XmlElement& element, const qpr::CountedPtr<const ServantInfo>& servant)
+    const ConfigurationFile& file, const XmlElement& element, const qpr::CountedPtr<const ServantInfo>& servant)
 {
     const auto service = qpr::MakeCounted<LocalServiceInfo>(servant);
     service->name = element.AttributeValue(L"Name");
     if (service->name.empty())
-        throw qpr::RuntimeError(L"Missing 'Name' attribute in <Service> element");
+        file.Fail(element, L"Name", L"Missing 'Name' attribute in <Service> element");
     service->expectedProcessorUsage = element.ChildText(L"ExpectedProcessorUsage");
     service->expectedMemoryUsageInMB = element.ChildText(L"ExpectedMemoryUsageInMB");
     service->expectedResourceUsageHelpers = element.ChildText(L"ExpectedResourceUsageHelpers");
+    service->compressionMode = element.AttributeValue(L"CompressionMode");
     return service;
 }
 
-} // namespace
-
-void ReadServants(const XmlElement& root, const std::wstring& directory, const CrashDumpSettings& crashDump,
-    const HostDescription& localHost, ServicesMap& services)
+void ReadServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, const HostDescription& localHost,
+    ServicesMap& services)
 {
-    for (const XmlElement& servantElement : ChildrenOf(root, L"Servants"))
+    for (const XmlElement& servantElement : ChildrenOf(file.root, L"Servants"))
     {
         // A servant that cannot run here is still checked.
         const bool hostIsFit = MeetsHostRequirements(servantElement, localHost);
-        const auto servant = ReadServant(servantElement, directory, crashDump);
+        const auto servant = ReadServant(file, servantElement, crashDump);
         for (const XmlElement& serviceElement : ChildrenOf(servantElement, L"Services"))
         {
-            auto service = ReadService(serviceElement, servant);
+            auto service = ReadService(file, serviceElement, servant);
             if (hostIsFit && MeetsHostRequirements(serviceElement, localHost))
                 services[service->name] = service;
             else
@@ -105,20 +118,19 @@ void ReadServants(const XmlElement& root, const std::wstring& directory, const C
     }
 }
 
-void ReadBaseServants(
-    const XmlElement& root, const std::wstring& directory, const CrashDumpSettings& crashDump, ServicesMap& services)
+void ReadBaseServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, ServicesMap& services)
 {
-    for (const XmlElement& servantElement : ChildrenOf(root, L"Servants"))
+    for (const XmlElement& servantElement : ChildrenOf(file.root, L"Servants"))
     {
-        const qpr::CountedPtr<const ServantInfo> servant = MakeServant(servantElement, directory, crashDump);
+        const qpr::CountedPtr<const ServantInfo> servant = ReadBaseServant(file, servantElement, crashDump);
         for (const XmlElement& serviceElement : ChildrenOf(servantElement, L"Services"))
         {
             const auto service = qpr::MakeCounted<LocalServiceInfo>(servant);
             service->name = serviceElement.AttributeValue(L"Name");
             if (service->name.empty())
-                throw qpr::RuntimeError(L"Missing Name attribute in <Service> element");
+                file.Fail(serviceElement, L"Name", L"Missing Name attribute in <Service> element");
             if (!services.emplace(service->name, service).second)
-                throw qpr::RuntimeError(L"Duplicate service name '" + service->name + L"'");
+                file.Fail(serviceElement, L"Name", L"Duplicate service name '" + service->name + L"'");
         }
     }
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "config/Configuration.h"
-#include "config/XmlDocument.h"
 
 namespace qxm
 {
@@ -13,15 +12,29 @@ struct CrashDumpSettings
     std::wstring directory;
 };
 
+CrashDumpSettings ReadCrashDump(const XmlElement& root);
+
 /// Adds the services of the configuration file's servants, in document order: the last definition of a service counts,
-/// and one whose requirements the host does not meet removes an earlier one. root is the file's root element, directory
-/// the file's own, to which servants' paths are relative.
-void ReadServants(const XmlElement& root, const std::wstring& directory, const CrashDumpSettings& crashDump,
-    const HostDescription& localHost, ServicesMap& services);
+/// and one whose requirements the host does not meet removes an earlier one.
+void ReadServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, const HostDescription& localHost,
+    ServicesMap& services);
 
 /// Adds the services of the service configuration file's servants, which are all plain 32-bit ones without formulas. A
 /// name may occur once.
-void ReadBaseServants(
-    const XmlElement& root, const std::wstring& directory, const CrashDumpSettings& crashDump, ServicesMap& services);
+void ReadBaseServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, ServicesMap& services);
+
+// One element of them.
+
+/// The child elements of the container of that name; none without it.
+const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container);
+
+/// The servant of a configuration file, or what that of a service configuration file has of it.
+qpr::CountedPtr<const ServantInfo> ReadServant(
+    const ConfigurationFile& file, const XmlElement& element, const CrashDumpSettings& crashDump);
+qpr::CountedPtr<ServantInfo> ReadBaseServant(
+    const ConfigurationFile& file, const XmlElement& element, const CrashDumpSettings& crashDump);
+
+qpr::CountedPtr<const LocalServiceInfo> ReadService(
+    const ConfigurationFile& file, const XmlElement& element, const qpr::CountedPtr<const ServantInfo>& servant);
 
 } // namespace qxm

@@ -38,6 +38,7 @@ struct ServiceInfo : qpr::ReferenceCounted
     std::wstring expectedProcessorUsage;
     std::wstring expectedMemoryUsageInMB;
     std::wstring expectedResourceUsageHelpers;
+    std::wstring compressionMode; ///< for a distributor, which converts it
 };
 
 /// A service that a servant on this computer offers.

@@ -51,7 +51,7 @@ std::unique_ptr<const UsageModel> UsageModel::Build(const ServiceInfo& service)
 }
 
 template <class Action>
-auto UsageModel::UnderName(const std::wstring& sourceName, Action action) const
+auto UsageModel::UnderName(const std::wstring& sourceName, Action action)
 {
     const auto withName = [&](const std::exception& error) { return sourceName + L": " + qpr::ErrorText(error); };
     try
@@ -61,10 +61,6 @@ auto UsageModel::UnderName(const std::wstring& sourceName, Action action) const
     catch (const qexpr::ParseError& error)
     {
         throw error.SourceFirst();
-    }
-    catch (const qexpr::MissingVariableError& error)
-    {
-        throw MissingAttributeError(withName(error), m_serviceName, error.GetName());
     }
     catch (const qpr::RuntimeError& error)
     {
@@ -77,7 +73,6 @@ auto UsageModel::UnderName(const std::wstring& sourceName, Action action) const
 }
 
 UsageModel::UsageModel(const ServiceInfo& service)
-    : m_serviceName(service.name)
 {
     const std::wstring ofService = L" of service '" + service.name + L"'";
     const std::wstring& helpers = service.expectedResourceUsageHelpers;

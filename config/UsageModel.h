@@ -2,7 +2,6 @@
 
 #include "config/ServiceInfo.h"
 #include "expr/Evaluator.h"
-#include "runtime/Errors.h"
 
 #include <cstdint>
 #include <map>
@@ -12,26 +11,6 @@
 
 namespace qxm
 {
-
-/// A formula of a service uses an attribute that the request lacks. The text begins with the formula's source name and
-/// ends with the evaluator's own text; names for people are beside it.
-class MissingAttributeError : public qpr::RuntimeError
-{
-public:
-    MissingAttributeError(const std::wstring& text, std::wstring serviceName, std::wstring attributeName)
-        : qpr::RuntimeError(text)
-        , m_serviceName(std::move(serviceName))
-        , m_attributeName(std::move(attributeName))
-    {
-    }
-
-    const std::wstring& GetServiceName() const noexcept { return m_serviceName; }
-    const std::wstring& GetAttributeName() const noexcept { return m_attributeName; }
-
-private:
-    std::wstring m_serviceName;
-    std::wstring m_attributeName;
-};
 
 /// A service's compiled usage formulas. Every error of compiling or evaluating one begins with its source name,
 /// "<element> of service '<name>'". Built and destroyed by one thread at a time; everything else is const, changes
@@ -93,12 +72,11 @@ private:
 
     /// The action's result; its errors begin with the source name.
     template <class Action>
-    auto UnderName(const std::wstring& sourceName, Action action) const;
+    static auto UnderName(const std::wstring& sourceName, Action action);
 
     /// A formula's result as a number that makes sense.
     static float Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs);
 
-    std::wstring m_serviceName;
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;
     Formula m_memoryUsage;

@@ -1,9 +1,10 @@
 #include "config/XmlDocument.h"
 
 #include "config/XmlReader.h"
-#include "runtime/Errors.h"
+#include "runtime/Utf8.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qxm
 {
@@ -11,36 +12,55 @@ namespace qxm
 namespace
 {
 
-void Validate(const XmlElement& element, const XmlElement& allowed)
+/// A text of more runs than this, which no formula has, is placed in part only.
+constexpr std::size_t maxTextRuns = 10000;
+
+void Validate(const XmlElement& root, const XmlElement& allowed)
 {
-    if (element.name != allowed.name)
-        throw qpr::RuntimeError(L"Invalid element <" + element.name + L">, should be <" + allowed.name + L">");
-    for (const auto& [attributeName, value] : element.attributes)
-    {
-        if (!allowed.FindAttribute(attributeName))
-            throw qpr::RuntimeError(L"Invalid attribute '" + attributeName + L"' in element <" + element.name + L">");
-    }
-    for (const XmlElement& child : element.children)
-    {
-        const XmlElement* allowedChild = allowed.FirstChild(child.name);
-        if (!allowedChild)
-            throw qpr::RuntimeError(L"Invalid child element <" + child.name + L"> in element <" + element.name + L">");
-        Validate(child, *allowedChild);
-    }
+    if (root.name != allowed.name)
+        throw XmlError(L"Invalid element <" + root.name + L">, should be <" + allowed.name + L">", root.position);
+    FindStrangers(
+        root, allowed, [](const XmlStranger& stranger) { throw XmlError(stranger.ToText(), stranger.position); });
 }
 
 } // namespace
 
-const std::wstring* XmlElement::FindAttribute(std::wstring_view attributeName) const noexcept
+XmlPosition XmlPosition::Behind(std::wstring_view text) const noexcept
 {
-    const auto found = std::ranges::find(attributes, attributeName, &Attribute::first);
-    return found == attributes.end() ? nullptr : &found->second;
+    XmlPosition position = *this;
+    for (std::size_t index = 0; index < text.size(); ++position.column)
+    {
+        if (qpr::TakeCodePoint(text, index) == '\n')
+            position = {position.line + 1, 0};
+    }
+    return position;
+}
+
+const XmlAttribute* XmlElement::FindAttribute(std::wstring_view attributeName) const noexcept
+{
+    const auto found = std::ranges::find(attributes, attributeName, &XmlAttribute::name);
+    return found == attributes.end() ? nullptr : &*found;
 }
 
 std::wstring XmlElement::AttributeValue(std::wstring_view attributeName) const
 {
-    const std::wstring* value = FindAttribute(attributeName);
-    return value ? *value : std::wstring();
+    const XmlAttribute* const attribute = FindAttribute(attributeName);
+    return attribute ? attribute->value : std::wstring();
+}
+
+XmlPosition XmlElement::PositionOf(std::wstring_view attributeName) const noexcept
+{
+    const XmlAttribute* const attribute = FindAttribute(attributeName);
+    return attribute ? attribute->position : position;
+}
+
+XmlPosition XmlElement::PositionInText(std::size_t index) const noexcept
+{
+    const auto next = std::ranges::upper_bound(m_textRuns, index, {}, &TextRun::index);
+    if (next == m_textRuns.begin())
+        return position;
+    const TextRun& run = *std::prev(next);
+    return run.position.Behind(std::wstring_view(text).substr(run.index, index - run.index));
 }
 
 const XmlElement* XmlElement::FirstChild(std::wstring_view childName) const noexcept
@@ -55,6 +75,20 @@ std::wstring XmlElement::ChildText(std::wstring_view childName) const
     return child ? child->text : std::wstring();
 }
 
+void XmlElement::AppendText(std::wstring_view more, XmlPosition at)
+{
+    if ((m_textRuns.empty() || at != m_textEnd) && m_textRuns.size() < maxTextRuns)
+        m_textRuns.push_back({text.size(), at});
+    text += more;
+    m_textEnd = at.Behind(more);
+}
+
+void XmlElement::ClearText() noexcept
+{
+    text.clear();
+    m_textRuns.clear();
+}
+
 XmlElement& XmlElement::AddChild(std::wstring childName)
 {
     XmlElement& child = children.emplace_back();
@@ -64,11 +98,34 @@ XmlElement& XmlElement::AddChild(std::wstring childName)
 
 void XmlElement::SetAttribute(std::wstring_view attributeName, std::wstring value)
 {
-    const auto found = std::ranges::find(attributes, attributeName, &Attribute::first);
+    const auto found = std::ranges::find(attributes, attributeName, &XmlAttribute::name);
     if (found == attributes.end())
-        attributes.emplace_back(attributeName, std::move(value));
+        attributes.push_back({std::wstring(attributeName), std::move(value)});
     else
-        found->second = std::move(value);
+        found->value = std::move(value);
+}
+
+std::wstring XmlStranger::ToText() const
+{
+    return (isAttribute ? L"Invalid attribute '" + name + L"'" : L"Invalid child element <" + name + L">")
+        + L" in element <" + parent.name + L">";
+}
+
+void FindStrangers(
+    const XmlElement& element, const XmlElement& allowed, const std::function<void(const XmlStranger&)>& visit)
+{
+    for (const XmlAttribute& attribute : element.attributes)
+    {
+        if (!allowed.FindAttribute(attribute.name))
+            visit({element, allowed, true, attribute.name, attribute.position});
+    }
+    for (const XmlElement& child : element.children)
+    {
+        if (const XmlElement* const allowedChild = allowed.FirstChild(child.name))
+            FindStrangers(child, *allowedChild, visit);
+        else
+            visit({element, allowed, false, child.name, child.position});
+    }
 }
 
 XmlDocument XmlDocument::Read(std::istream& input, const std::wstring& documentName, const XmlElement* templateRoot)
@@ -80,9 +137,9 @@ XmlDocument XmlDocument::Read(std::istream& input, const std::wstring& documentN
             Validate(document.root, *templateRoot);
         return document;
     }
-    catch (const qpr::RuntimeError& error)
+    catch (const XmlError& error)
     {
-        throw qpr::RuntimeError(documentName + L": " + qpr::ErrorText(error));
+        throw XmlError(documentName + L": " + qpr::ErrorText(error), error.GetReason(), error.GetPosition());
     }
 }
 

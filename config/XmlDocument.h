@@ -1,5 +1,8 @@
 #pragma once
 
+#include "runtime/Errors.h"
+
+#include <functional>
 #include <istream>
 #include <string>
 #include <string_view>
@@ -9,21 +12,45 @@
 namespace qxm
 {
 
+/// Where something stands in a document; both count characters from 1. 0 is unknown, as in documents built in code.
+struct XmlPosition
+{
+    std::size_t line = 0;
+    std::size_t column = 0;
+
+    /// Of what stands behind the text.
+    XmlPosition Behind(std::wstring_view text) const noexcept;
+
+    friend bool operator==(const XmlPosition&, const XmlPosition&) = default;
+};
+
+struct XmlAttribute
+{
+    std::wstring name;
+    std::wstring value;
+    XmlPosition position = {};
+};
+
 /// An element with attributes and either child elements or text.
 struct XmlElement
 {
-    using Attribute = std::pair<std::wstring, std::wstring>;
-
     std::wstring name;
-    std::vector<Attribute> attributes; ///< in document order, names are unique
+    XmlPosition position; ///< of its start tag
+    std::vector<XmlAttribute> attributes; ///< in document order, names are unique
     std::wstring text; ///< empty in an element with children
     std::vector<XmlElement> children;
 
-    /// The value, or null when there is no such attribute.
-    const std::wstring* FindAttribute(std::wstring_view attributeName) const noexcept;
+    /// Null when there is no such attribute.
+    const XmlAttribute* FindAttribute(std::wstring_view attributeName) const noexcept;
 
     /// The value; empty when there is no such attribute.
     std::wstring AttributeValue(std::wstring_view attributeName) const;
+
+    /// Of the attribute, or of the element when there is no such attribute.
+    XmlPosition PositionOf(std::wstring_view attributeName) const noexcept;
+
+    /// Of the text's character at the index, or of its end.
+    XmlPosition PositionInText(std::size_t index) const noexcept;
 
     /// The first child of that name, or null.
     const XmlElement* FirstChild(std::wstring_view childName) const noexcept;
@@ -31,10 +58,69 @@ struct XmlElement
     /// The text of the first child of that name; empty when there is none.
     std::wstring ChildText(std::wstring_view childName) const;
 
+    /// For readers: adds what stands at the position.
+    void AppendText(std::wstring_view more, XmlPosition at);
+    void ClearText() noexcept;
+
     /// For documents built in code. The reference lasts until the next child is added.
     XmlElement& AddChild(std::wstring childName);
     void SetAttribute(std::wstring_view attributeName, std::wstring value);
+
+private:
+    /// A part of the text that stands in the document as it is, from the index to the next run. Entities, comments and
+    /// markup are where one ends.
+    struct TextRun
+    {
+        std::size_t index;
+        XmlPosition position;
+    };
+
+    std::vector<TextRun> m_textRuns;
+    XmlPosition m_textEnd; // of what would follow in the last run
 };
+
+/// What is wrong with a document, and where. The text names the document, the reason does not.
+class XmlError : public qpr::RuntimeError
+{
+public:
+    XmlError(const std::wstring& text, std::wstring reason, XmlPosition position)
+        : qpr::RuntimeError(text)
+        , m_reason(std::move(reason))
+        , m_position(position)
+    {
+    }
+
+    /// One whose text is the reason itself.
+    XmlError(const std::wstring& text, XmlPosition position)
+        : XmlError(text, text, position)
+    {
+    }
+
+    const std::wstring& GetReason() const noexcept { return m_reason; }
+    XmlPosition GetPosition() const noexcept { return m_position; }
+
+private:
+    std::wstring m_reason;
+    XmlPosition m_position;
+};
+
+/// An element or attribute that a template does not hold.
+struct XmlStranger
+{
+    const XmlElement& parent; ///< of the element, or which has the attribute
+    const XmlElement& allowed; ///< what the template has for the parent
+    bool isAttribute;
+    std::wstring name;
+    XmlPosition position;
+
+    /// "Invalid attribute 'x' in element <y>", "Invalid child element <x> in element <y>".
+    std::wstring ToText() const;
+};
+
+/// Calls visit for each stranger, in document order, and goes on with the next. What is in a strange element is not
+/// looked at. The root elements are taken to have the same name.
+void FindStrangers(
+    const XmlElement& element, const XmlElement& allowed, const std::function<void(const XmlStranger&)>& visit);
 
 /// An XML document as a tree, and the name that its errors give it.
 struct XmlDocument
@@ -46,7 +132,7 @@ struct XmlDocument
     XmlElement root;
 
     /// Reads the stream to its end. A template holds the elements, children and attributes that are allowed; null
-    /// allows all. Every failure is a RuntimeError "<name>: <what>".
+    /// allows all. Every failure is an XmlError "<name>: <what>".
     static XmlDocument Read(
         std::istream& input, const std::wstring& documentName, const XmlElement* templateRoot = nullptr);
 };

@@ -3,7 +3,6 @@
 
 #include "config/XmlReader.h"
 
-#include "runtime/Errors.h"
 #include "runtime/Utf8.h"
 #include "runtime/WhiteSpace.h"
 
@@ -14,14 +13,13 @@
 #include <memory>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace qxm
 {
 
 namespace
 {
-
-constexpr int bufferSize = 8192;
 
 /// Of either kind of Expat.
 template <class Char>
@@ -42,6 +40,42 @@ std::wstring ToWide(const Char* text)
 bool IsAllWhiteSpace(std::wstring_view text)
 {
     return std::ranges::all_of(text, qpr::IsWhiteSpace);
+}
+
+/// Where the attributes of a start tag begin, in their order; the tag's bytes are as they stand in a document whose
+/// markup is ASCII. Expat has found the tag well formed.
+std::vector<XmlPosition> AttributePositions(std::string_view tag, XmlPosition position)
+{
+    constexpr char noQuote = 0;
+    std::vector<XmlPosition> positions;
+    bool isInName = true; // of the element, then of an attribute
+    char quote = noQuote;
+    for (const char c : tag)
+    {
+        const bool isSpace = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        if (quote != noQuote)
+        {
+            quote = c == quote ? noQuote : quote;
+        }
+        else if (c == '"' || c == '\'')
+        {
+            quote = c;
+            isInName = false;
+        }
+        else if (!isInName && !isSpace && c != '/' && c != '>')
+        {
+            positions.push_back(position);
+            isInName = true; // up to the value, so that blanks around "=" end nothing
+        }
+        else if (isSpace && positions.empty())
+        {
+            isInName = false;
+        }
+        const bool continuesCharacter = (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+        position = c == '\n' ? XmlPosition{position.line + 1, 1}
+                             : XmlPosition{position.line, position.column + (continuesCharacter ? 0 : 1)};
+    }
+    return positions;
 }
 
 struct ParserDeleter
@@ -66,7 +100,10 @@ private:
     void Guarded(Handler handler) noexcept;
 
     void StartElement(const XML_Char* name, const XML_Char** attributes);
+    void PlaceAttributes(XmlElement& element) const;
     void AddText(std::wstring_view text);
+    XmlPosition CurrentPosition() const;
+    [[noreturn]] void ThrowMixing(const XmlElement& element) const;
     [[noreturn]] void ThrowExpatError(std::wstring_view what) const;
 
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter> m_parser;
@@ -79,31 +116,38 @@ XmlReader::XmlReader()
     : m_parser(XML_ParserCreate(nullptr))
 {
     if (!m_parser)
-        throw qpr::RuntimeError(L"XML_ParserCreate() failed");
+        throw XmlError(L"XML_ParserCreate() failed", XmlPosition());
     XML_SetUserData(m_parser.get(), this);
     XML_SetElementHandler(m_parser.get(), OnStart, OnEnd);
     XML_SetCharacterDataHandler(m_parser.get(), OnText);
 }
 
+// Expat looks at an unfinished token from its beginning each time: a buffer that has ended none is followed by one
+// twice as large, or an attribute of megabytes would take minutes.
 XmlElement XmlReader::Run(std::istream& input)
 {
-    bool isLast = false;
-    while (!isLast)
+    constexpr int firstSize = 8192;
+    constexpr int largestSize = 1 << 26;
+    int size = firstSize;
+    XML_Index tokenBegin = -1;
+    for (bool isLast = false; !isLast;)
     {
-        void* buffer = XML_GetBuffer(m_parser.get(), bufferSize);
+        void* const buffer = XML_GetBuffer(m_parser.get(), size);
         if (!buffer)
             ThrowExpatError(L"XML_GetBuffer() failed");
-        input.read(static_cast<char*>(buffer), bufferSize);
+        input.read(static_cast<char*>(buffer), size);
         if (input.bad())
-            throw qpr::RuntimeError(L"Reading failed");
-        const int size = static_cast<int>(input.gcount());
-        isLast = size < bufferSize;
-        if (XML_ParseBuffer(m_parser.get(), size, isLast) != XML_STATUS_OK)
+            throw XmlError(L"Reading failed", CurrentPosition());
+        const int length = static_cast<int>(input.gcount());
+        isLast = length < size;
+        if (XML_ParseBuffer(m_parser.get(), length, isLast) != XML_STATUS_OK)
         {
             if (m_failure)
                 std::rethrow_exception(m_failure);
             ThrowExpatError(L"XML_ParseBuffer() failed");
         }
+        const XML_Index lastTokenBegin = std::exchange(tokenBegin, XML_GetCurrentByteIndex(m_parser.get()));
+        size = tokenBegin == lastTokenBegin ? std::min(2 * size, largestSize) : firstSize;
     }
     return std::move(m_root);
 }
@@ -141,15 +185,11 @@ void XmlReader::Guarded(Handler handler) noexcept
     }
 }
 
-[[noreturn]] void ThrowMixing(const XmlElement& element)
-{
-    throw qpr::RuntimeError(L"Mixing of text and markup in <" + element.name + L"> not supported");
-}
-
 void XmlReader::StartElement(const XML_Char* name, const XML_Char** attributes)
 {
+    const XmlPosition position = CurrentPosition();
     if (m_open.size() == XmlDocument::maxDepth)
-        throw qpr::RuntimeError(L"Elements are nested more than " + std::to_wstring(XmlDocument::maxDepth) + L" deep");
+        throw XmlError(L"Elements are nested more than " + std::to_wstring(XmlDocument::maxDepth) + L" deep", position);
 
     XmlElement* element = &m_root;
     if (m_open.empty())
@@ -161,31 +201,63 @@ void XmlReader::StartElement(const XML_Char* name, const XML_Char** attributes)
         XmlElement& parent = *m_open.back();
         if (!IsAllWhiteSpace(parent.text))
             ThrowMixing(parent);
-        parent.text.clear();
+        parent.ClearText();
         element = &parent.AddChild(ToWide(name));
     }
+    element->position = position;
     for (; *attributes; attributes += 2)
-        element->attributes.emplace_back(ToWide(attributes[0]), ToWide(attributes[1]));
+        element->attributes.push_back({ToWide(attributes[0]), ToWide(attributes[1]), position});
+    PlaceAttributes(*element);
     m_open.push_back(element);
+}
+
+void XmlReader::PlaceAttributes(XmlElement& element) const
+{
+    int offset = 0;
+    int size = 0;
+    const char* const buffer = XML_GetInputContext(m_parser.get(), &offset, &size);
+    if (!buffer || element.attributes.empty())
+        return;
+    const auto begin = static_cast<std::size_t>(offset);
+    const auto length = static_cast<std::size_t>(XML_GetCurrentByteCount(m_parser.get()));
+    const std::vector<XmlPosition> positions = AttributePositions(
+        std::string_view(buffer, static_cast<std::size_t>(size)).substr(begin, length), element.position);
+    const auto written = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(m_parser.get()) / 2);
+    for (std::size_t i = 0; i < written && positions.size() == written; ++i)
+        element.attributes[i].position = positions[i];
 }
 
 void XmlReader::AddText(std::wstring_view text)
 {
     XmlElement& element = *m_open.back();
     if (element.children.empty())
-        element.text += text;
+        element.AppendText(text, CurrentPosition());
     else if (!IsAllWhiteSpace(text))
         ThrowMixing(element);
 }
 
+XmlPosition XmlReader::CurrentPosition() const
+{
+    return {static_cast<std::size_t>(XML_GetCurrentLineNumber(m_parser.get())),
+        static_cast<std::size_t>(XML_GetCurrentColumnNumber(m_parser.get())) + 1};
+}
+
+void XmlReader::ThrowMixing(const XmlElement& element) const
+{
+    throw XmlError(L"Mixing of text and markup in <" + element.name + L"> not supported", CurrentPosition());
+}
+
+/// Expat counts columns from 0, and so does the text.
 void XmlReader::ThrowExpatError(std::wstring_view what) const
 {
     const XML_Error code = XML_GetErrorCode(m_parser.get());
     const XML_LChar* const message = XML_ErrorString(code);
-    throw qpr::RuntimeError(std::wstring(what) + L", Expat error code = " + std::to_wstring(static_cast<int>(code))
-        + L" (" + (message ? ToWide(message) : L"???") + L"), line "
-        + std::to_wstring(XML_GetCurrentLineNumber(m_parser.get())) + L", column "
-        + std::to_wstring(XML_GetCurrentColumnNumber(m_parser.get())));
+    const std::wstring reason = message ? ToWide(message) : L"???";
+    const XmlPosition position = CurrentPosition();
+    throw XmlError(std::wstring(what) + L", Expat error code = " + std::to_wstring(static_cast<int>(code)) + L" ("
+            + reason + L"), line " + std::to_wstring(position.line) + L", column "
+            + std::to_wstring(position.column - 1),
+        reason, position);
 }
 
 } // namespace

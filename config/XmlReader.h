@@ -5,7 +5,7 @@
 namespace qxm
 {
 
-/// Parses the stream to its end with Expat and returns the root element. Throws a RuntimeError that says what and
+/// Parses the stream to its end with Expat and returns the root element. Throws an XmlError that says what and
 /// where.
 XmlElement ReadXml(std::istream& input);
 

@@ -23,8 +23,8 @@ XmlElement Read(const std::string& xml, const XmlElement* templateRoot = nullptr
 std::wstring Dump(const XmlElement& element)
 {
     std::wstring text = element.name;
-    for (const auto& [name, value] : element.attributes)
-        text += L"[" + name + L"=" + value + L"]";
+    for (const qxm::XmlAttribute& attribute : element.attributes)
+        text += L"[" + attribute.name + L"=" + attribute.value + L"]";
     if (!element.text.empty())
         text += L"'" + element.text + L"'";
     for (const XmlElement& child : element.children)
@@ -61,6 +61,28 @@ TEST(XmlDocument, BecomesATreeOfElementsAttributesAndText)
     };
     for (const auto& c : cases)
         EXPECT_EQ(Dump(Read(c.first)), c.second) << c.first;
+}
+
+TEST(XmlDocument, KnowsWhereItsPartsStand)
+{
+    const auto show = [](const qxm::XmlPosition& position)
+    { return std::to_string(position.line) + ":" + std::to_string(position.column) + " "; };
+    const std::string xml =
+        "<?xml version='1.0'?>\r\n<!-- \xC3\xA9 --><r b='1>'\r\n  c = \"2 '\n\" \xC3\xA9='x'\td=''>\n"
+        " \xC3\xA9<!-- -->x&lt;\n\ny<![CDATA[z]]></r>";
+    for (const std::string& document : {xml, "\xEF\xBB\xBF" + xml})
+    {
+        const XmlElement root = Read(document);
+        std::string places = show(root.position);
+        for (const qxm::XmlAttribute& attribute : root.attributes)
+            places += show(attribute.position);
+        for (std::size_t index = 0; index <= root.text.size(); ++index)
+            places += show(root.PositionInText(index));
+        // The text is line feed, blank, e, x, <, two line feeds, y, z.
+        EXPECT_EQ(places, "2:11 2:14 3:3 4:3 4:9 4:14 5:1 5:2 5:11 5:12 5:16 6:1 7:1 7:11 7:12 ");
+    }
+    const XmlElement wide = Read(std::string("\xFE\xFF\0<\0a\0>\0\n\0<\0b\0 \0c\0=\0'\0'\0/\0>\0<\0/\0a\0>", 36));
+    EXPECT_EQ(show(wide.children[0].position) + show(wide.children[0].attributes[0].position), "2:1 2:1 ");
 }
 
 TEST(XmlDocument, TextSplitAnywhereByTheBufferStaysWhole)

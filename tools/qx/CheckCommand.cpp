@@ -1,14 +1,19 @@
 #include "tools/qx/Commands.h"
 
+#include "runtime/Errors.h"
+#include "runtime/PrintableText.h"
 #include "runtime/Utf8.h"
+#include "tools/qx/ConfigurationCheck.h"
 #include "tools/qx/ConfigurationReport.h"
 #include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"
 #include "tools/qx/Table.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace
 {
@@ -17,6 +22,7 @@ struct Options
 {
     qx::ConnectorOptions connector;
     bool settingsOnly = false;
+    bool strict = false;
     bool json = false;
 };
 
@@ -38,13 +44,43 @@ qx::Json SettingsToJson(const qxm::ConnectorConfiguration& connector)
     return settings;
 }
 
-/// What was understood of one connector.
+/// Line and column of "file:line:column"; nothing for what is nowhere in the file.
+std::wstring PlaceSuffix(qxm::XmlPosition position)
+{
+    return position.line == 0 ? std::wstring()
+                              : L":" + std::to_wstring(position.line) + L":" + std::to_wstring(position.column);
+}
+
+void AddPlace(qx::Json& object, const std::wstring& path, qxm::XmlPosition position)
+{
+    object["file"] = qx::ToJson(path);
+    object["line"] = position.line;
+    object["column"] = position.column;
+}
+
+qx::Json ToJson(const qx::Problem& problem)
+{
+    qx::Json object = {{"severity", problem.isError ? "error" : "warning"}};
+    AddPlace(object, problem.path, problem.position);
+    object["message"] = qx::ToJson(problem.text);
+    return object;
+}
+
+qx::Json ToJson(const qx::WithheldService& service)
+{
+    qx::Json object = {{"name", qx::ToJson(service.name)}};
+    AddPlace(object, service.path, service.position);
+    object["reason"] = qx::ToJson(service.reason);
+    return object;
+}
+
+/// What was understood of one connector, and what was found wrong.
 class Report
 {
 public:
-    Report(const qxm::ConnectorConfiguration& connector, const qxm::Configuration* configuration)
+    Report(const qxm::ConnectorConfiguration& connector, const qx::ConfigurationFindings* findings)
         : m_connector(connector)
-        , m_configuration(configuration)
+        , m_findings(findings)
     {
     }
 
@@ -54,10 +90,8 @@ public:
             {"connector", qx::ToJson(std::wstring_view(qxm::ConnectorName(m_connector.kind)))},
             {"settings", SettingsToJson(m_connector)},
         };
-        if (m_configuration && IsNetwork())
-            document["configuration"] = {{"distributor", qx::ToJson(m_configuration->distributor)}};
-        else if (m_configuration)
-            document["configuration"] = qx::ToJson(*m_configuration);
+        if (m_findings)
+            AddFindings(document);
         qx::Print(document);
     }
 
@@ -68,18 +102,60 @@ public:
         for (const auto& [name, value] : settings.items())
             table.AddRow({"  " + name, TextOf(value)});
         table.Print();
-        if (!m_configuration)
-            return;
+        if (m_findings && m_findings->configuration)
+            PrintConfiguration(*m_findings->configuration);
+    }
+
+    /// As compilers write them, for editors to jump to.
+    void PrintProblems() const
+    {
+        for (const qx::Problem& problem : m_findings->problems)
+        {
+            const std::wstring kind = problem.isError ? L": error: " : L": warning: ";
+            const std::wstring line = problem.path + PlaceSuffix(problem.position) + kind + problem.text;
+            std::cerr << qpr::ToUtf8(qpr::Printable(line, maxProblemLength)) << '\n';
+        }
+    }
+
+private:
+    static constexpr std::size_t maxProblemLength = 2000;
+
+    bool IsNetwork() const { return m_connector.kind == qxm::ConnectorKind::Network; }
+
+    void AddFindings(qx::Json& document) const
+    {
+        const std::optional<qxm::Configuration>& configuration = m_findings->configuration;
+        if (configuration && IsNetwork())
+            document["configuration"] = {{"distributor", qx::ToJson(configuration->distributor)}};
+        else if (configuration)
+            document["configuration"] = qx::ToJson(*configuration);
+        qx::Json withheld = qx::Json::array();
+        for (const qx::WithheldService& service : m_findings->withheld)
+            withheld.push_back(ToJson(service));
+        document["withheld"] = withheld;
+        qx::Json problems = qx::Json::array();
+        for (const qx::Problem& problem : m_findings->problems)
+            problems.push_back(ToJson(problem));
+        document["problems"] = problems;
+    }
+
+    void PrintConfiguration(const qxm::Configuration& configuration) const
+    {
         std::cout << "\nConfiguration file: "
                   << qx::Printable(qpr::ToUtf8(qxm::LocateConfigurationFile(m_connector.settings.configurationPath)))
                   << '\n';
         if (!IsNetwork())
-            qx::PrintServices(m_configuration->services);
-        qx::PrintDistributor(m_configuration->distributor);
+            qx::PrintServices(configuration.services);
+        if (!m_findings->withheld.empty())
+        {
+            qx::Table table({{"NOT OFFERED"}, {"WHY"}});
+            for (const qx::WithheldService& service : m_findings->withheld)
+                table.AddRow({qpr::ToUtf8(service.name),
+                    qpr::ToUtf8(service.reason + L" (" + service.path + PlaceSuffix(service.position) + L")")});
+            table.Print();
+        }
+        qx::PrintDistributor(configuration.distributor);
     }
-
-private:
-    bool IsNetwork() const { return m_connector.kind == qxm::ConnectorKind::Network; }
 
     static std::string TextOf(const qx::Json& value)
     {
@@ -90,17 +166,32 @@ private:
     }
 
     const qxm::ConnectorConfiguration& m_connector;
-    const qxm::Configuration* m_configuration; // null: was not to be read
+    const qx::ConfigurationFindings* m_findings; // null: the file was not to be read
 };
+
+std::wstring Count(std::size_t count, const wchar_t* noun)
+{
+    return std::to_wstring(count) + L" " + noun + (count == 1 ? L"" : L"s");
+}
 
 int Check(const Options& options)
 {
     const qxm::ConnectorConfiguration connector = options.connector.Connector();
-    qxm::Configuration configuration;
+    std::optional<qx::ConfigurationFindings> findings;
     if (!options.settingsOnly)
-        configuration = qx::ReadConfigurationOf(connector);
-    const Report report(connector, options.settingsOnly ? nullptr : &configuration);
-    options.json ? report.PrintJson() : report.PrintText();
+        findings = qx::NamingConfigurationFile(connector, [&] { return qx::CheckConfiguration(connector); });
+    const Report report(connector, findings ? &*findings : nullptr);
+    const std::size_t errors = findings ? std::ranges::count_if(findings->problems, &qx::Problem::isError) : 0;
+    const std::size_t warnings = findings ? findings->problems.size() - errors : 0;
+    if (findings)
+        report.PrintProblems();
+    if (options.json)
+        report.PrintJson();
+    else if (errors == 0)
+        report.PrintText();
+    if (errors != 0 || (options.strict && warnings != 0))
+        throw qpr::RuntimeError(Count(errors, L"error") + L" and " + Count(warnings, L"warning")
+            + L" in configuration '" + qxm::LocateConfigurationFile(connector.settings.configurationPath) + L"'");
     return qx::ExitCode_Done;
 }
 
@@ -114,5 +205,6 @@ void qx::AddCheckCommand(Program& program)
         [options] { return Check(*options); });
     options->connector.AddTo(command, "XML,--connector");
     command.add_flag("--settings-only", options->settingsOnly, "Leave the configuration file alone");
+    command.add_flag("--strict", options->strict, "Fail on warnings too");
     command.add_flag("--json", options->json, "Print one JSON document");
 }

@@ -7,7 +7,7 @@ qx::LibraryObject<qxmi::IServiceConnectorW> qx::CreateConnector(const ConnectorO
 {
     situation.connector = options.Connector();
     situation.configuration = ReadConfigurationOf(situation.connector);
-    auto connector = QxClient::MakeConnector(options.ConnectorXml());
+    auto connector = QxClient::MakeConnector(situation.connector);
     connector->AddRef();
     return LibraryObject<qxmi::IServiceConnectorW>(connector.release());
 }

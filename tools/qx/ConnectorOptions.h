@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <optional>
 #include <string>
 
 namespace qx
@@ -18,19 +19,34 @@ public:
     /// The name may hold a positional name beside "--connector".
     void AddTo(CLI::App& command, const std::string& connectorName = "--connector");
 
-    /// The connector configuration for the library, the configuration path filled in. Throws what Parse throws.
-    std::string ConnectorXml() const;
-
-    /// The same, understood.
-    qxm::ConnectorConfiguration Connector() const { return qxm::ConnectorConfiguration::Parse(ConnectorXml()); }
+    /// The connector configuration with the configuration path filled in. Throws what Parse throws. Reads a file that
+    /// the option names, which may be a pipe: to be called once.
+    qxm::ConnectorConfiguration Connector() const;
 
 private:
     std::string m_connector = "<LocalServiceConnector/>"; // or @FILE
-    std::string m_configurationPath;
+    std::optional<std::string> m_configurationPath; // an empty one is the library's default
 };
 
 /// Reads the configuration file of these settings for this computer; for a network connector its distributor alone.
 /// Every error names the file.
 qxm::Configuration ReadConfigurationOf(const qxm::ConnectorConfiguration& connector);
+
+/// Throws the same error with file, line and column in its text, or with what to do about a file that cannot be read.
+[[noreturn]] void ThrowNamingFile(const qxm::ConnectorConfiguration& connector, const std::exception& error);
+
+/// The action's result; what is wrong with the configuration file of these settings names the file.
+template <class Action>
+auto NamingConfigurationFile(const qxm::ConnectorConfiguration& connector, Action action)
+{
+    try
+    {
+        return action();
+    }
+    catch (const std::exception& error)
+    {
+        ThrowNamingFile(connector, error);
+    }
+}
 
 } // namespace qx
