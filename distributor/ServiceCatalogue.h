@@ -23,8 +23,8 @@ struct OfferedService
 class ServiceCatalogue
 {
 public:
-    /// Throws a RuntimeError that names what is wrong with the file, "Invalid compression mode string '<text>'"
-    /// included.
+    /// Throws a RuntimeError that names what is wrong with the file, "Invalid compression mode string '<text>'" of an
+    /// offered service included.
     ServiceCatalogue(const std::wstring& configurationPath, const qxm::HostDescription& localHost);
 
     const qxm::DistributorSettings& Distributor() const noexcept { return m_distributor; }
