@@ -99,8 +99,7 @@ void BatchCall::Execute(qxmi::IServiceConnectionW& connection)
     m_input = std::make_unique<FileReader>(m_item.file);
     m_output = std::make_unique<WholeFile>(m_item.output);
     m_exchange = std::make_unique<Exchange>(*m_input, *m_output);
-    m_exchange->Run(connection);
-    if (const auto failure = ServantFailure(connection, m_situation))
+    if (const auto failure = RunToServantEnd(*m_exchange, connection, m_situation))
         Fail(*failure);
     else
         m_output->Close();

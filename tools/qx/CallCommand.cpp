@@ -80,8 +80,8 @@ public:
         m_hasStarted = true;
         qpr::StandardInput input;
         Output output(m_errors);
-        qx::Exchange(input, output).Run(connection);
-        if (const auto failure = qx::ServantFailure(connection, m_situation))
+        qx::Exchange exchange(input, output);
+        if (const auto failure = qx::RunToServantEnd(exchange, connection, m_situation))
             Fail(*failure);
     }
 

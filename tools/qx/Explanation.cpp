@@ -5,6 +5,7 @@
 #include "runtime/PrintableText.h"
 #include "runtime/SystemErrors.h"
 #include "runtime/Utf8.h"
+#include "tools/qx/Exchange.h"
 
 #include <qxmi/IServiceConnectionW.h>
 
@@ -148,10 +149,14 @@ std::optional<std::string> ExplainLogPort(const std::string& text, const Situati
     return distributor + " could not start the call: " + Explain((*gaps)[0]).what();
 }
 
+bool IsOfLostConnection(const std::string& text)
+{
+    return text.starts_with("WSARecv() failed") || text.starts_with("WSASend() failed");
+}
+
 std::optional<std::string> ExplainLostConnection(const std::string& text, const Situation& situation)
 {
-    const bool isOfSockets = text.starts_with("WSARecv() failed") || text.starts_with("WSASend() failed");
-    const auto gaps = isOfSockets ? Match(text, "*Winsock error number = *: *") : std::nullopt;
+    const auto gaps = IsOfLostConnection(text) ? Match(text, "*Winsock error number = *: *") : std::nullopt;
     if (!gaps)
         return std::nullopt;
     return "lost the connection to the distributor at " + DistributorAddress(situation) + ": " + (*gaps)[2];
@@ -251,6 +256,24 @@ std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection,
     text += " was ended by signal " + std::to_string(end.signal);
     const std::wstring description = qpr::DescribeSignal(end.signal);
     return description.empty() ? text : text + " (" + qpr::ToUtf8(description) + ")";
+}
+
+std::optional<std::string> RunToServantEnd(
+    Exchange& exchange, qxmi::IServiceConnectionW& connection, const Situation& situation)
+{
+    try
+    {
+        exchange.Run(connection);
+    }
+    catch (const std::exception& error)
+    {
+        if (!IsOfLostConnection(error.what()))
+            throw;
+        if (auto failure = ServantFailure(connection, situation))
+            return failure;
+        throw;
+    }
+    return ServantFailure(connection, situation);
 }
 
 std::string SystemDescriptionIn(const std::string& libraryText)

@@ -17,6 +17,8 @@ class IServiceConnectionW;
 namespace qx
 {
 
+class Exchange;
+
 /// What is known around an error of the library. Fields that do not apply stay empty.
 struct Situation
 {
@@ -73,6 +75,11 @@ std::string DescribeServant(const Situation& situation, bool isLocal);
 /// Waits for a servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
 /// when it ended well or nobody knows.
 std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation);
+
+/// Runs the exchange, then waits for the servant's end as ServantFailure does. A connection that a distributor resets
+/// because a signal has ended the servant counts as that end. Throws what the exchange throws.
+std::optional<std::string> RunToServantEnd(
+    Exchange& exchange, qxmi::IServiceConnectionW& connection, const Situation& situation);
 
 /// "; did you mean 'X'?" with the nearest of these names; empty when none is near.
 std::string NearestNameHint(const std::wstring& name, const std::vector<std::wstring>& known);

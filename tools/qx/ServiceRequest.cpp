@@ -11,7 +11,8 @@ ServiceRequest::ServiceRequest(std::wstring serviceName, Attributes attributes)
 
 void ServiceRequest::OnError(const std::exception& error)
 {
-    Fail(error.what());
+    if (m_outcome != Outcome::Failed) // how the servant ended says more than what its connection did
+        Fail(error.what());
 }
 
 void ServiceRequest::Fail(std::string errorText)
