@@ -54,8 +54,7 @@ TEST(ProgramTest, SaysWhatIsWrongWithItsCommandLine)
         {{L"--config", L"x", L"--slots", L"0"}, "--slots: Value 0 not in range 1 to 65536\n", 2},
         {{L"--config", L"x", L"--host-name", L"a b"}, "--host-name: a host name has no white space and no quotes\n", 2},
         {{L"--config", L"x", L"--listen", L"127.0.0.1:99999"}, "--listen: a port is a number up to 65535\n", 2},
-        {{L"--config", L"/no/such.xml"},
-            "cannot read configuration '/no/such.xml': ", 1},
+        {{L"--config", L"/no/such.xml"}, "cannot read configuration '/no/such.xml': ", 1},
     };
     for (const auto& test : cases)
     {
