@@ -227,6 +227,7 @@ private:
         if (m_plan.client.program == Client::Batch)
             CollectBatch(end);
         end.log = ReadFile(PathOf(".log"));
+        end.hasChildWritten = m_surroundings.places.HasChildWritten(m_service);
         WaitForProcesses(end);
         end.reports = m_surroundings.places.ReadReports(m_service);
         m_distributor.reset();

@@ -43,6 +43,7 @@ struct RunEnd
     std::string log; ///< of a call that has it in a file
     std::vector<CallEnd> calls; ///< of a batch or an application
     std::vector<ServantReport> reports;
+    bool hasChildWritten = false; ///< one that a servant has left
     std::vector<std::string> leftProcesses; ///< which should have ended
     std::size_t outputFiles = 0; ///< of a batch, hidden ones among them
 };

@@ -108,7 +108,7 @@ Expectation ExpectationOf(const CallPlan& plan)
     const bool childWrites = servant.child && servant.child->writes && !Has(servant, Step::Kind::CloseOutput);
     const bool isLibrary = client.program == ClientPlan::Program::Library;
     const bool isBroken = plan.way == Way::NetworkMissing || !AnswersRight(servant)
-        || Has(servant, Step::Kind::HalfFrame) || childWrites
+        || Has(servant, Step::Kind::HalfFrame)
         || (client.outputLimit < servant.output.size && servant.output.size - client.outputLimit > channelRoom);
     const bool isUncertain = client.intervention != Intervention::None || HasDyingDistributor(plan.way)
         || servant.flippedBit || client.outputLimit < servant.output.size;
@@ -117,8 +117,9 @@ Expectation ExpectationOf(const CallPlan& plan)
     const bool asksEnd = !isLibrary || client.asksServantEnd;
     const bool endCounts = asksEnd ? !endsWell : servant.end == ServantPlan::End::Signal && ShowsSignal(plan);
     expected.mayBeDone = !isBroken && !endCounts;
-    expected.mayFail = isBroken || isUncertain || !endsWell || (isLibrary && !TakesAllInput(plan));
-    expected.servantEndAlone = endCounts && !isLibrary && !isBroken && !isUncertain;
+    expected.childWrites = childWrites;
+    expected.mayFail = isBroken || childWrites || isUncertain || !endsWell || (isLibrary && !TakesAllInput(plan));
+    expected.servantEndAlone = endCounts && !isLibrary && !isBroken && !childWrites && !isUncertain;
     expected.hasAnswer = AnswersRight(servant) && plan.way != Way::NetworkMissing;
     expected.hasPlainData = !servant.flippedBit && !childWrites;
     expected.inputTaken = InputTaken(plan);

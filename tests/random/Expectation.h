@@ -10,6 +10,7 @@ struct Expectation
 {
     bool mayBeDone = true; ///< for qx; the library asks its application what a servant's end means
     bool mayFail = false;
+    bool childWrites = false; ///< one that the servant has left, and so the call fails
     bool servantEndAlone = false; ///< nothing but how the servant ends makes the call fail
     bool hasAnswer = true; ///< a right one
     bool hasPlainData = true; ///< the data is that of the plan

@@ -69,7 +69,8 @@ private:
         switch (m_end.program.exitCode)
         {
         case done:
-            return Promise(m_expected.mayBeDone, "fails a call that cannot be done");
+            return Promise(m_expected.mayBeDone && !(m_expected.childWrites && m_end.hasChildWritten),
+                "fails a call that cannot be done");
         case failed:
             return Promise(m_expected.mayFail, "has a call done that nothing keeps from it");
         case interrupted:

@@ -13,8 +13,9 @@ namespace
 {
 
 constexpr const char* reportSuffix = ".report";
+constexpr const char* childSuffix = ".child";
 
-}
+} // namespace
 
 Places Places::FromEnvironment()
 {
@@ -54,6 +55,16 @@ std::vector<ServantReport> Places::ReadReports(const std::string& service) const
             reports.push_back(report);
     }
     return reports;
+}
+
+void Places::NoteChildWrites(const std::string& service) const
+{
+    std::ofstream(PathOf(service, childSuffix)).flush();
+}
+
+bool Places::HasChildWritten(const std::string& service) const
+{
+    return std::filesystem::exists(PathOf(service, childSuffix));
 }
 
 std::filesystem::path Places::OutputOf(const std::string& service, unsigned call) const

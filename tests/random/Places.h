@@ -38,6 +38,10 @@ public:
     void WriteReport(const std::string& service, const ServantReport& report) const;
     std::vector<ServantReport> ReadReports(const std::string& service) const;
 
+    /// A child that a servant has left got to its writing.
+    void NoteChildWrites(const std::string& service) const;
+    bool HasChildWritten(const std::string& service) const;
+
     /// The output of one of several calls; there when the call is done.
     std::filesystem::path OutputOf(const std::string& service, unsigned call) const;
 

@@ -21,6 +21,9 @@ struct ChildToLeave
     bool holdsLog = false;
 };
 
+/// For such a child: returns when its parent has ended.
+void WaitForParentEnd();
+
 /// Starts a child that goes on when this process ends. It never holds this process's input.
 void LeaveChild(const ChildToLeave& child);
 

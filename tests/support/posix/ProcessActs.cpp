@@ -10,6 +10,13 @@
 namespace test
 {
 
+namespace
+{
+
+constexpr const char* starterVariable = "QX_TEST_STARTER"; // of a child that was left
+
+}
+
 const bool canLeaveChildren = true;
 
 void EndBySignal(int signal)
@@ -21,12 +28,20 @@ void EndBySignal(int signal)
     std::abort();
 }
 
+void WaitForParentEnd()
+{
+    const pid_t starter = std::stoi(getenv(starterVariable));
+    while (getppid() == starter)
+        usleep(2000);
+}
+
 void LeaveChild(const ChildToLeave& child)
 {
     std::vector<char*> arguments;
     for (const std::string& word : child.command)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    setenv(starterVariable, std::to_string(getpid()).c_str(), 1);
     if (fork() != 0)
         return;
     if (!child.isInGroup)

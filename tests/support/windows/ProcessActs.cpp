@@ -14,6 +14,8 @@ void EndBySignal(int signal)
         Sleep(INFINITE);
 }
 
+void WaitForParentEnd() { }
+
 void LeaveChild(const ChildToLeave&) { }
 
 } // namespace test
