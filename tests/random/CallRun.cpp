@@ -272,12 +272,13 @@ private:
     void WaitForProcesses(RunEnd& end) const
     {
         const auto start = Clock::now();
-        const Slack slack(m_surroundings.probe, m_surroundings.slackMs / (m_expected.remainsMs == 0 ? 2 : 1));
-        for (;;)
+        for (std::optional<Slack> slack;;)
         {
             end.leftProcesses = LeftProcesses();
-            if (end.leftProcesses.empty() || (slack.IsOver() && MsSince(start) > m_expected.remainsMs))
+            if (end.leftProcesses.empty() || (slack && slack->IsOver()))
                 return;
+            if (!slack && MsSince(start) >= m_expected.remainsMs)
+                slack.emplace(m_surroundings.probe, m_surroundings.slackMs / (m_expected.remainsMs == 0 ? 2 : 1));
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
