@@ -75,9 +75,11 @@ void StreamFailure::KeepAndThrow()
     {
         m_text = ErrorText(error);
     }
-    catch (...)
+    catch (...) // the caller's own way out of a wait: it has to arrive as it is
     {
         m_text = L"Unknown exception";
+        m_hasFailed = true;
+        throw;
     }
     m_hasFailed = true;
     ThrowAgain();
