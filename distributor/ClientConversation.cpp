@@ -100,6 +100,7 @@ void PartFrom(qpr::Socket& client)
         return;
     try
     {
+        client.SetResetOnClose(false);
         qpr::SocketReader reader(client, Within(partingTimeMs));
         DiscardBytes(reader);
     }

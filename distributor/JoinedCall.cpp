@@ -32,6 +32,7 @@ void JoinedCall::Start(IServantStarter& starter, std::vector<std::wstring> comma
 {
     m_commandLine = std::move(commandLine);
     m_servant = starter.Start(m_commandLine, m_log);
+    m_mainSocket.SetResetOnClose(true);
 }
 
 void JoinedCall::Join(qpr::Socket logSocket)
@@ -39,7 +40,6 @@ void JoinedCall::Join(qpr::Socket logSocket)
     m_logSocket = std::move(logSocket);
     m_logSocket.EnableKeepAlive();
     m_logSocket.SetResetOnClose(true);
-    m_mainSocket.SetResetOnClose(true);
     m_mainSocket.SetReceiveBufferSize(dataBufferSize);
     m_mainSocket.SetSendBufferSize(dataBufferSize);
     m_logChannel.Connected();
@@ -133,10 +133,8 @@ void JoinedCall::Finish()
 {
     m_logSocket.TryShutdown(qpr::Socket::Direction::Send);
     m_logSocket.SetResetOnClose(false);
-    if (!m_failure.empty())
-        return;
-    m_mainSocket.SetResetOnClose(false);
-    PartFrom(m_mainSocket);
+    if (m_failure.empty())
+        PartFrom(m_mainSocket);
 }
 
 } // namespace qxd

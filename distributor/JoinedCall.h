@@ -15,7 +15,7 @@ namespace qxd
 
 /// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
 /// the log connection. Used by the client's session thread; another copies the input. The destructor ends what is left
-/// of the servant. From joining until the call has ended cleanly, closing the connections resets them, so that the
+/// of the servant. From its start until the call has ended cleanly, closing the connections resets them, so that the
 /// client cannot take what it has received for everything.
 class JoinedCall
 {

@@ -76,10 +76,10 @@ Options Options::Parse(const std::vector<std::string>& arguments)
         ->type_name("ADDRESS:PORT")
         ->check(CheckListenAddress);
     const CLI::Option* const slotsOption =
-        commandLine.add_option("--slots", slots, "How many calls run at a time (default: one a processor)")
+        commandLine.add_option("--slots", slots, "How many calls run at a time (default: one per processor)")
             ->type_name("N")
             ->check(CLI::Range(1u, 65536u));
-    commandLine.add_option("--host-name", hostName, "The computer to stand for (default: this one)")
+    commandLine.add_option("--host-name", hostName, "The computer's name as clients see it (default: this computer's)")
         ->type_name("NAME")
         ->check(CheckHostName);
     Understand(commandLine, arguments);

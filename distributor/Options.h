@@ -34,7 +34,7 @@ struct Options
     std::wstring configurationPath;
     std::wstring listenHost; ///< empty: loopback
     std::wstring listenPort; ///< empty: the configuration's client port
-    qpr::Nullable<std::uint32_t> slots; ///< null: one a processor
+    qpr::Nullable<std::uint32_t> slots; ///< null: one per processor
     std::wstring hostName; ///< empty: this computer's
 
     /// From the program's arguments in UTF-8, its name first. Throws CommandLineEnd.

@@ -38,7 +38,7 @@ private:
     NodePtr RequireType(NodePtr expression, Value::Type requiredType) const;
 
     const Lexer& m_lexer;
-    // Pending operators bind ever tighter, so that there is at most one a level.
+    // Pending operators bind ever tighter, so that there is at most one per level.
     std::array<NodePtr, InfixOperatorLevels + 1> m_operands;
     std::array<const InfixOperator*, InfixOperatorLevels> m_operators;
     std::size_t m_operandCount = 0;

@@ -28,6 +28,7 @@ ServantAnswer ReadAnswer(ICallContext& call, qpr::Socket& socket)
     return answer;
 }
 
+/// The end of the input is not told to a connection that is broken: its servant knows, and a read says what happened.
 bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clientIdentifier,
     const std::function<bool(qxmi::ServantEnd&)>& awaitServantEnd)
 {
@@ -36,7 +37,7 @@ bool Converse(ICallContext& call, qpr::Socket& socket, const std::wstring& clien
     const ServantAnswer answer = ReadAnswer(call, socket);
     SocketConnection connection(std::move(reader), std::make_unique<qpr::SocketWriter>(socket, cancellation),
         {call.ServiceName(), clientIdentifier, answer.identification, false, 0},
-        {[&socket] { socket.Shutdown(qpr::Socket::Direction::Send); }, awaitServantEnd});
+        {[&socket] { socket.TryShutdown(qpr::Socket::Direction::Send); }, awaitServantEnd});
     return HandOverConnection(call, connection, answer.compressionProtocol);
 }
 
@@ -58,7 +59,7 @@ void RunNetworkConversation(ICallContext& call, DistributorRequest& request, con
         Attempt(call, [&] { return Converse(call, mainSocket, settings.client.identifier, awaitServantEnd); });
 
     const qpr::NonInterruptibleSection section;
-    mainSocket.TryShutdown(qpr::Socket::Direction::Send); // a connection that is broken has told the servant
+    mainSocket.TryShutdown(qpr::Socket::Direction::Send);
     mainSocket.Close();
     logForwarder.WaitForEnd(cancellation, !used);
 }

@@ -6,6 +6,7 @@
 #include "runtime/SocketAddress.h"
 #include "runtime/Wait.h"
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -100,9 +101,16 @@ private:
     {
     }
 
+    friend class SocketReader;
+
+    /// True when the connection broke rather than ended. The system tells of a reset once, to whoever asks first; when
+    /// that was a write, a read finds an end of the data that is none.
+    bool HasBroken() const noexcept;
+
     void StartConnecting(const SocketAddress& address, const Wait& wait);
 
     NativeHandle m_handle;
+    std::atomic<bool> m_hasEndedSending = false; // another thread may be reading
 };
 
 /// Reads from a connected socket, which is not owned and outlives the reader, as does what its wait watches.

@@ -20,6 +20,8 @@ namespace qpr
 namespace
 {
 
+constexpr std::uint32_t connectionReset = 10054; // in the numbers of the socket error table
+
 int Descriptor(NativeHandle handle) noexcept
 {
     return static_cast<int>(handle.Value());
@@ -51,6 +53,7 @@ Socket::LibraryUser::~LibraryUser() = default;
 
 Socket::Socket(Socket&& other) noexcept
     : m_handle(std::exchange(other.m_handle, NativeHandle()))
+    , m_hasEndedSending(other.m_hasEndedSending.load())
 {
 }
 
@@ -58,6 +61,7 @@ Socket& Socket::operator=(Socket&& other) noexcept
 {
     Socket taken(std::move(other));
     std::swap(m_handle, taken.m_handle);
+    m_hasEndedSending = taken.m_hasEndedSending.load();
     return *this;
 }
 
@@ -175,10 +179,21 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
+bool Socket::HasBroken() const noexcept
+{
+    NativeAddress native;
+    return !m_hasEndedSending && getpeername(Descriptor(m_handle), native.Get(), &native.size) == -1
+        && errno == ENOTCONN;
+}
+
 bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SHUT_RD : direction == Direction::Send ? SHUT_WR : SHUT_RDWR;
-    return shutdown(Descriptor(m_handle), how) == 0;
+    if (shutdown(Descriptor(m_handle), how) != 0)
+        return false;
+    if (direction != Direction::Receive)
+        m_hasEndedSending = true;
+    return true;
 }
 
 void Socket::Close()
@@ -204,6 +219,8 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
     {
         m_wait.Check();
         const ssize_t count = recv(Descriptor(m_socket.Handle()), buffer, size, 0);
+        if (count == 0 && m_socket.HasBroken())
+            ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::SocketReader::Read", connectionReset);
         if (count >= 0)
             return static_cast<std::size_t>(count);
         if (WouldBlock(errno))

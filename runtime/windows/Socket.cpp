@@ -123,6 +123,7 @@ Socket::LibraryUser::~LibraryUser()
 
 Socket::Socket(Socket&& other) noexcept
     : m_handle(std::exchange(other.m_handle, NativeHandle()))
+    , m_hasEndedSending(other.m_hasEndedSending.load())
 {
 }
 
@@ -130,6 +131,7 @@ Socket& Socket::operator=(Socket&& other) noexcept
 {
     Socket taken(std::move(other));
     std::swap(m_handle, taken.m_handle);
+    m_hasEndedSending = taken.m_hasEndedSending.load();
     return *this;
 }
 
@@ -263,10 +265,21 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
+bool Socket::HasBroken() const noexcept
+{
+    NativeAddress native;
+    return !m_hasEndedSending && getpeername(SystemSocket(m_handle), native.Get(), &native.size) != 0
+        && WSAGetLastError() == WSAENOTCONN;
+}
+
 bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
-    return shutdown(SystemSocket(m_handle), how) == 0;
+    if (shutdown(SystemSocket(m_handle), how) != 0)
+        return false;
+    if (direction != Direction::Receive)
+        m_hasEndedSending = true;
+    return true;
 }
 
 void Socket::Close()
@@ -331,8 +344,11 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
     DWORD flags = 0;
     const auto receive = [&](SOCKET socket, DWORD* count, OVERLAPPED* record)
     { return WSARecv(socket, &piece, 1, count, &flags, record, nullptr); };
-    return Complete(
-        m_socket, m_wait, receive, L"WSARecv() failed", L"qpr::SocketReader::Read", "qpr::SocketReader::Read");
+    const DWORD count =
+        Complete(m_socket, m_wait, receive, L"WSARecv() failed", L"qpr::SocketReader::Read", "qpr::SocketReader::Read");
+    if (count == 0 && m_socket.HasBroken())
+        ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::SocketReader::Read", WSAECONNRESET);
+    return count;
 }
 
 bool SocketReader::InputPending()

@@ -197,6 +197,7 @@ TEST_F(LocalCallTest, TellsHowAServantEndedWhateverItTookOfItsInput)
             [&](qxmi::IServiceConnectionW& connection)
             {
                 connection.OutputStream() << "some input"; // in a buffer still
+                const std::jthread reader([&] { ReadAll(connection); }); // a pipe may hold nothing
                 isKnown = connection.WaitForServantEnd(end);
             });
         Run(request);

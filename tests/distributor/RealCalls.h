@@ -48,7 +48,6 @@ private:
     const std::string m_data;
     int m_executions = 0;
     bool m_isDone = false;
-    bool m_isCutShort = false;
 };
 
 } // namespace test

@@ -84,6 +84,9 @@ TEST(SocketTest, ReportsFailedCallsByTheirNamesWithoutASignal)
                     WriteTo(pair.client, "more than it may hold");
             },
             "WSASend() failed, Winsock error number = 10054: Connection reset by peer.", ""},
+        // Told to the reader too, although the system tells it once.
+        {[&] { SocketReader(pair.client).Read(&byte, 1); },
+            "WSARecv() failed, Winsock error number = 10054: Connection reset by peer.", ""},
         {[&] { unconnected.GetRemoteAddress(); }, "getpeername() failed in qpr::Socket::GetRemoteAddress.",
             notConnected},
         {[&] { unconnected.Shutdown(Socket::Direction::Both); }, "shutdown() failed in qpr::Socket::Shutdown.",
