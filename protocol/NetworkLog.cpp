@@ -25,7 +25,7 @@ std::size_t NetworkLog::Read(void* buffer, std::size_t size)
     auto* const bytes = static_cast<char*>(buffer);
     for (;;)
     {
-        const std::size_t count = m_reader.Read(bytes, size);
+        const std::size_t count = ReadBytes(bytes, size);
         if (count == 0 || !m_tellsServantEnd)
             return count;
         char* const mark = m_servantEnd.empty() ? std::find(bytes, bytes + count, servantEndMark) : bytes;
@@ -36,8 +36,23 @@ std::size_t NetworkLog::Read(void* buffer, std::size_t size)
     }
 }
 
+std::size_t NetworkLog::ReadBytes(char* buffer, std::size_t size)
+{
+    try
+    {
+        return m_reader.Read(buffer, size);
+    }
+    catch (const std::exception&)
+    {
+        m_error = std::current_exception();
+        throw;
+    }
+}
+
 bool NetworkLog::ServantEnd(qxmi::ServantEnd& end) const
 {
+    if (m_error && m_tellsServantEnd)
+        std::rethrow_exception(m_error);
     constexpr std::string_view exit = "\xFF"
                                       "exit ";
     constexpr std::string_view signal = "\xFF"

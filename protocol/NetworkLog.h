@@ -5,6 +5,7 @@
 
 #include <qxmi/IServiceConnectionW.h>
 
+#include <exception>
 #include <string>
 
 namespace qxm
@@ -28,13 +29,17 @@ public:
     std::size_t Read(void* buffer, std::size_t size) override;
     bool InputPending() override { return m_reader.InputPending(); }
 
-    /// Requires: the log has been read to its end. False when it does not say how the servant ended.
+    /// Requires: the log has been read to its end. False when it does not say how the servant ended. Throws the error
+    /// that kept it from saying so.
     bool ServantEnd(qxmi::ServantEnd& end) const;
 
 private:
+    std::size_t ReadBytes(char* buffer, std::size_t size);
+
     qpr::SocketReader m_reader;
     const bool m_tellsServantEnd;
     std::string m_servantEnd; ///< what has come of it, from the mark on
+    std::exception_ptr m_error;
 };
 
 } // namespace qxm

@@ -2,11 +2,11 @@
 
 #include "runtime/IReader.h"
 #include "runtime/IWriter.h"
+#include "runtime/Mutex.h"
 #include "runtime/NativeHandle.h"
 #include "runtime/SocketAddress.h"
 #include "runtime/Wait.h"
 
-#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -38,8 +38,8 @@ public:
     };
 
     Socket() noexcept = default;
-    Socket(Socket&& other) noexcept;
-    Socket& operator=(Socket&& other) noexcept;
+    Socket(Socket&& other) noexcept QX_NO_THREAD_SAFETY_ANALYSIS;
+    Socket& operator=(Socket&& other) noexcept QX_NO_THREAD_SAFETY_ANALYSIS;
     ~Socket();
 
     static Socket Create(SocketAddress::Family family);
@@ -110,7 +110,8 @@ private:
     void StartConnecting(const SocketAddress& address, const Wait& wait);
 
     NativeHandle m_handle;
-    std::atomic<bool> m_hasEndedSending = false; // another thread may be reading
+    mutable Mutex m_sendingLock; // one thread may end the sending while another reads
+    bool m_hasEndedSending QX_GUARDED_BY(m_sendingLock) = false;
 };
 
 /// Reads from a connected socket, which is not owned and outlives the reader, as does what its wait watches.

@@ -53,7 +53,7 @@ Socket::LibraryUser::~LibraryUser() = default;
 
 Socket::Socket(Socket&& other) noexcept
     : m_handle(std::exchange(other.m_handle, NativeHandle()))
-    , m_hasEndedSending(other.m_hasEndedSending.load())
+    , m_hasEndedSending(other.m_hasEndedSending)
 {
 }
 
@@ -61,7 +61,7 @@ Socket& Socket::operator=(Socket&& other) noexcept
 {
     Socket taken(std::move(other));
     std::swap(m_handle, taken.m_handle);
-    m_hasEndedSending = taken.m_hasEndedSending.load();
+    m_hasEndedSending = taken.m_hasEndedSending;
     return *this;
 }
 
@@ -182,6 +182,7 @@ void Socket::SetResetOnClose(bool reset)
 bool Socket::HasBroken() const noexcept
 {
     NativeAddress native;
+    const ScopedLock lock(m_sendingLock);
     return !m_hasEndedSending && getpeername(Descriptor(m_handle), native.Get(), &native.size) == -1
         && errno == ENOTCONN;
 }
@@ -189,6 +190,7 @@ bool Socket::HasBroken() const noexcept
 bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SHUT_RD : direction == Direction::Send ? SHUT_WR : SHUT_RDWR;
+    const ScopedLock lock(m_sendingLock);
     if (shutdown(Descriptor(m_handle), how) != 0)
         return false;
     if (direction != Direction::Receive)

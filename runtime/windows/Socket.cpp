@@ -123,7 +123,7 @@ Socket::LibraryUser::~LibraryUser()
 
 Socket::Socket(Socket&& other) noexcept
     : m_handle(std::exchange(other.m_handle, NativeHandle()))
-    , m_hasEndedSending(other.m_hasEndedSending.load())
+    , m_hasEndedSending(other.m_hasEndedSending)
 {
 }
 
@@ -131,7 +131,7 @@ Socket& Socket::operator=(Socket&& other) noexcept
 {
     Socket taken(std::move(other));
     std::swap(m_handle, taken.m_handle);
-    m_hasEndedSending = taken.m_hasEndedSending.load();
+    m_hasEndedSending = taken.m_hasEndedSending;
     return *this;
 }
 
@@ -268,6 +268,7 @@ void Socket::SetResetOnClose(bool reset)
 bool Socket::HasBroken() const noexcept
 {
     NativeAddress native;
+    const ScopedLock lock(m_sendingLock);
     return !m_hasEndedSending && getpeername(SystemSocket(m_handle), native.Get(), &native.size) != 0
         && WSAGetLastError() == WSAENOTCONN;
 }
@@ -275,6 +276,7 @@ bool Socket::HasBroken() const noexcept
 bool Socket::TryShutdown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
+    const ScopedLock lock(m_sendingLock);
     if (shutdown(SystemSocket(m_handle), how) != 0)
         return false;
     if (direction != Direction::Receive)

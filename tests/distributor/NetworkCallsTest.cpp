@@ -1,6 +1,8 @@
 #include "distributor/RealCalls.h"
 #include "distributor/ServantCounts.h"
 
+#include <qxmi/IServiceCall.h>
+
 #include <gtest/gtest.h>
 
 #include <deque>

@@ -60,7 +60,8 @@ public:
     /// Ends the servant's input, if CloseOutput has not, and waits without limit of time until the servant has ended; a
     /// cancel ends the wait. Nothing more is read meanwhile: a servant that still has much to write waits for its
     /// reader, so read its data to the end first. What the servant did not take of its input is dropped. Returns false
-    /// when it cannot be known how the servant ended; `end` is unchanged then.
+    /// when it cannot be known how the servant ended; `end` is unchanged then. Throws when the connection to the
+    /// distributor broke before it could tell.
     ///
     /// A call whose Execute returns is done, however its servant ends. Call this to make a failed servant an error.
     virtual bool WaitForServantEnd(ServantEnd& end) = 0;

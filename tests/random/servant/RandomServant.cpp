@@ -259,8 +259,8 @@ int Linger(const std::vector<std::string>& words)
     qpr::Thread::Sleep(300); // what comes at once may count as the servant's own
     if (words[3] == "writing")
     {
-        test::Places::FromEnvironment().NoteChildWrites(words[2]);
         qpr::StandardOutput().Write("left behind", 11);
+        test::Places::FromEnvironment().NoteChildWrites(words[2]); // unless nobody could read it any more
     }
     qpr::Thread::Sleep(static_cast<std::uint32_t>(std::stoul(words[4])));
     return 0;
