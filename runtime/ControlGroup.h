@@ -16,8 +16,8 @@ struct ControlGroupLimits
     Nullable<std::uint64_t> memoryInBytes; ///< null: not limited
 
     /// membership is the file that names a process's group ("/proc/self/cgroup"), hierarchy the directory that holds
-    /// the groups ("/sys/fs/cgroup"): those of version 2 directly, those of version 1 in one per controller. What
-    /// cannot be read limits nothing.
+    /// the groups ("/sys/fs/cgroup"): those of version 2 directly, those of version 1 in a directory per controller.
+    /// What cannot be read limits nothing.
     static ControlGroupLimits Read(const std::filesystem::path& membership, const std::filesystem::path& hierarchy);
 };
 

@@ -61,6 +61,23 @@ void Socket::Shutdown(Direction direction)
         ThrowSocketError(L"shutdown() failed", L"qpr::Socket::Shutdown");
 }
 
+// The two below exclude each other: a connection that both sides have ended looks like one that broke.
+
+bool Socket::TryShutdown(Direction direction) noexcept
+{
+    const ScopedLock lock(m_sendingLock);
+    if (!ShutDown(direction))
+        return false;
+    m_hasEndedSending |= direction != Direction::Receive;
+    return true;
+}
+
+bool Socket::HasBroken() const noexcept
+{
+    const ScopedLock lock(m_sendingLock);
+    return !m_hasEndedSending && !IsConnected();
+}
+
 bool Socket::HasInputEnded() const
 {
     char byte = 0;

@@ -107,6 +107,8 @@ private:
     /// that was a write, a read finds an end of the data that is none.
     bool HasBroken() const noexcept;
 
+    bool IsConnected() const noexcept;
+    bool ShutDown(Direction direction) noexcept;
     void StartConnecting(const SocketAddress& address, const Wait& wait);
 
     NativeHandle m_handle;

@@ -179,23 +179,16 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
-bool Socket::HasBroken() const noexcept
+bool Socket::IsConnected() const noexcept
 {
     NativeAddress native;
-    const ScopedLock lock(m_sendingLock);
-    return !m_hasEndedSending && getpeername(Descriptor(m_handle), native.Get(), &native.size) == -1
-        && errno == ENOTCONN;
+    return getpeername(Descriptor(m_handle), native.Get(), &native.size) == 0 || errno != ENOTCONN;
 }
 
-bool Socket::TryShutdown(Direction direction) noexcept
+bool Socket::ShutDown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SHUT_RD : direction == Direction::Send ? SHUT_WR : SHUT_RDWR;
-    const ScopedLock lock(m_sendingLock);
-    if (shutdown(Descriptor(m_handle), how) != 0)
-        return false;
-    if (direction != Direction::Receive)
-        m_hasEndedSending = true;
-    return true;
+    return shutdown(Descriptor(m_handle), how) == 0;
 }
 
 void Socket::Close()

@@ -265,23 +265,16 @@ void Socket::SetResetOnClose(bool reset)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
 }
 
-bool Socket::HasBroken() const noexcept
+bool Socket::IsConnected() const noexcept
 {
     NativeAddress native;
-    const ScopedLock lock(m_sendingLock);
-    return !m_hasEndedSending && getpeername(SystemSocket(m_handle), native.Get(), &native.size) != 0
-        && WSAGetLastError() == WSAENOTCONN;
+    return getpeername(SystemSocket(m_handle), native.Get(), &native.size) == 0 || WSAGetLastError() != WSAENOTCONN;
 }
 
-bool Socket::TryShutdown(Direction direction) noexcept
+bool Socket::ShutDown(Direction direction) noexcept
 {
     const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
-    const ScopedLock lock(m_sendingLock);
-    if (shutdown(SystemSocket(m_handle), how) != 0)
-        return false;
-    if (direction != Direction::Receive)
-        m_hasEndedSending = true;
-    return true;
+    return shutdown(SystemSocket(m_handle), how) == 0;
 }
 
 void Socket::Close()
