@@ -17,7 +17,7 @@ namespace QxClient
 namespace
 {
 
-constexpr std::uint32_t waitSliceMs = 1000;
+constexpr std::uint32_t lookAgainMs = 1000;
 constexpr std::size_t logBufferSize = 1024; // characters
 
 qpr::ProcessStart Describe(qxmi::IProcessRequestW& request)
@@ -71,7 +71,7 @@ void ProcessCall::Wait()
 {
     qpr::ScopedLock lock(m_lock);
     while (!m_hasEnded)
-        m_endedChanged.WaitFor(m_lock, waitSliceMs);
+        m_endedChanged.WaitFor(m_lock, lookAgainMs);
 }
 
 void ProcessCall::SetEnded()

@@ -36,6 +36,10 @@ else()
   add_compile_options(-Wno-restrict) # false alarms of GCC 12 in optimised std::string
 endif()
 
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  add_compile_options(-Wno-subobject-linkage) # takes what a source includes for a header
+endif()
+
 if(QX_SANITIZE)
   add_compile_options(-fsanitize=${QX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QX_SANITIZE})

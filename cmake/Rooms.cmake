@@ -1,3 +1,6 @@
+# Several sources are compiled as one where CMAKE_UNITY_BUILD says so: a fourth of the time.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+
 # qx_room(NAME SOURCES... LINKS...): one room of the tree, a static library that sees the tree from its root.
 function(qx_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})

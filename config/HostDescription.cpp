@@ -15,8 +15,6 @@ namespace qxm
 namespace
 {
 
-constexpr std::uint64_t bytesPerMB = 1048576;
-
 /// A double quote would end the quoted value and cannot be escaped.
 std::wstring Quoted(std::wstring text)
 {

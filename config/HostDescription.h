@@ -11,6 +11,8 @@
 namespace qxm
 {
 
+inline constexpr std::uint64_t bytesPerMB = 1048576;
+
 /// A program of the framework, its process and the computer it runs on: what client and distributor tell each other, in
 /// one line, when they meet.
 struct HostDescription

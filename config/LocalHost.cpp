@@ -11,8 +11,6 @@ namespace qxm
 namespace
 {
 
-constexpr std::uint64_t bytesPerMB = 1048576;
-
 /// On a 64-bit system a large-address-aware 32-bit process has all that 32 bits can address.
 constexpr std::uint64_t laaAddressSpaceInMB = 4096;
 

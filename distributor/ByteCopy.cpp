@@ -10,17 +10,17 @@ namespace qxd
 namespace
 {
 
-constexpr std::size_t bufferSize = 65536;
+constexpr std::size_t copySize = 65536;
 
 } // namespace
 
 CopyEnd CopyBytes(qpr::IReader& source, qpr::IWriter& target)
 {
-    const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
+    const auto buffer = std::make_unique_for_overwrite<char[]>(copySize);
     CopyEnd::Kind failure = CopyEnd::Kind_SourceFailed;
     try
     {
-        while (const std::size_t count = source.Read(buffer.get(), bufferSize))
+        while (const std::size_t count = source.Read(buffer.get(), copySize))
         {
             failure = CopyEnd::Kind_TargetFailed;
             target.Write(buffer.get(), count);

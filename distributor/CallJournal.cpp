@@ -12,7 +12,7 @@ namespace qxd
 namespace
 {
 
-constexpr std::uint32_t endTimeMs = 1000;
+constexpr std::uint32_t lastLineTimeMs = 1000;
 constexpr std::size_t maxLineLength = 600; // a line quotes what clients say
 constexpr std::uint32_t gatheringTimeMs = 20; // a thread woken for each of many short calls would stand in their way
 
@@ -29,7 +29,7 @@ CallJournal::~CallJournal()
     try
     {
         m_isEnding.Signal();
-        m_thread.WaitForCompletion(endTimeMs);
+        m_thread.WaitForCompletion(lastLineTimeMs);
     }
     catch (const std::exception&)
     {

@@ -13,7 +13,7 @@ namespace qxd
 namespace
 {
 
-constexpr std::size_t bufferSize = 1024;
+constexpr std::size_t lineBufferSize = 1024;
 constexpr std::uint32_t partingTimeMs = 5000;
 
 } // namespace
@@ -45,10 +45,10 @@ std::size_t BoundedReader::Read(void* buffer, std::size_t size)
 
 ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::Wait& wait)
     : m_reader(socket, wait)
-    , m_inputBytes(m_reader, bufferSize)
+    , m_inputBytes(m_reader, lineBufferSize)
     , m_input(m_inputBytes)
     , m_writer(socket, wait)
-    , m_outputBytes(m_writer, bufferSize)
+    , m_outputBytes(m_writer, lineBufferSize)
     , m_output(m_outputBytes)
 {
 }

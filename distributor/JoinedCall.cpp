@@ -16,7 +16,7 @@ namespace
 
 constexpr std::uint32_t dataBufferSize = 65536;
 constexpr std::size_t logBufferSize = 4096;
-constexpr std::uint32_t endTimeMs = 100; // a servant that a signal ended is known by then
+constexpr std::uint32_t signalTimeMs = 100; // a servant that a signal ended is known by then
 
 } // namespace
 
@@ -95,7 +95,7 @@ void JoinedCall::CopyOutput()
 /// The end of the data of a servant that a signal ended is not its own.
 void JoinedCall::NoteSignal()
 {
-    if (!qpr::Thread::TryWaitForObject(m_servant->EndObject(), L"qxd::JoinedCall::NoteSignal", endTimeMs))
+    if (!qpr::Thread::TryWaitForObject(m_servant->EndObject(), L"qxd::JoinedCall::NoteSignal", signalTimeMs))
         return;
     const std::uint32_t signal = m_servant->EndSignal();
     if (signal == 0)

@@ -7,8 +7,6 @@ namespace qpr
 namespace
 {
 
-constexpr char32_t replacement = 0xFFFD;
-
 void AppendUtf8(std::string& bytes, char32_t codePoint)
 {
     const auto append = [&bytes](char32_t byte) { bytes.push_back(static_cast<char>(byte)); };
@@ -44,7 +42,7 @@ std::string ToUtf8(std::wstring_view text)
     for (std::size_t index = 0; index < text.size();)
     {
         const char32_t codePoint = TakeCodePoint(text, index);
-        AppendUtf8(bytes, IsCodePoint(codePoint) ? codePoint : replacement);
+        AppendUtf8(bytes, IsCodePoint(codePoint) ? codePoint : replacementCharacter);
     }
     return bytes;
 }

@@ -5,13 +5,6 @@
 namespace qpr
 {
 
-namespace
-{
-
-constexpr char32_t replacement = 0xFFFD;
-
-}
-
 void Utf8LossyDecoder::Decode(std::string_view bytes, std::wstring& text)
 {
     for (const char c : bytes)
@@ -25,7 +18,7 @@ void Utf8LossyDecoder::Decode(std::string_view bytes, std::wstring& text)
 void Utf8LossyDecoder::Finish(std::wstring& text)
 {
     if (m_bytesMissing != 0)
-        AppendCodePoint(text, replacement);
+        AppendCodePoint(text, replacementCharacter);
     m_bytesMissing = 0;
 }
 
@@ -35,7 +28,7 @@ void Utf8LossyDecoder::Begin(unsigned char byte, std::wstring& text)
     if (byte < 0x80)
         return text.push_back(static_cast<wchar_t>(byte));
     if (byte < 0xC2 || byte > 0xF4)
-        return AppendCodePoint(text, replacement);
+        return AppendCodePoint(text, replacementCharacter);
     m_bytesMissing = byte < 0xE0 ? 1 : byte < 0xF0 ? 2 : 3;
     m_codePoint = byte & (0x3F >> m_bytesMissing);
     m_lowestNext = byte == 0xE0 ? 0xA0 : byte == 0xF0 ? 0x90 : 0x80;

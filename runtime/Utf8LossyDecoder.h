@@ -7,6 +7,9 @@
 namespace qpr
 {
 
+/// What stands for what is no character.
+inline constexpr char32_t replacementCharacter = 0xFFFD;
+
 /// Decodes UTF-8 that arrives in pieces cut anywhere, for text that must never fail: each longest piece that is the
 /// start of no character becomes one U+FFFD. Used by one thread at a time.
 class Utf8LossyDecoder

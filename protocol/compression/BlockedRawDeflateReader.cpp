@@ -8,17 +8,10 @@
 namespace qpr
 {
 
-namespace
-{
-
-constexpr int RawWindowBits = -15;
-
-} // namespace
-
 BlockedRawDeflateReader::BlockedRawDeflateReader(std::istream& input)
     : CompressedBlockReader(input)
 {
-    const int result = inflateInit2(&m_stream, RawWindowBits);
+    const int result = inflateInit2(&m_stream, -MAX_WBITS);
     if (result != Z_OK)
         ThrowZlibError(L"inflateInit2() failed", result);
 }

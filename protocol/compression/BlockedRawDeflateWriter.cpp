@@ -12,7 +12,6 @@ namespace qpr
 namespace
 {
 
-constexpr int RawWindowBits = -15;
 constexpr int MemoryLevel = 8;
 
 /// The caller's memory is deflate's only while it lives.
@@ -51,7 +50,7 @@ BlockedRawDeflateWriter::BlockedRawDeflateWriter(std::ostream& output, std::size
     , m_bufferSize(CheckedBufferSize(bufferSize))
     , m_buffer(PayloadRoom(bufferSize))
 {
-    const int result = deflateInit2(&m_stream, level, Z_DEFLATED, RawWindowBits, MemoryLevel, Z_DEFAULT_STRATEGY);
+    const int result = deflateInit2(&m_stream, level, Z_DEFLATED, -MAX_WBITS, MemoryLevel, Z_DEFAULT_STRATEGY);
     if (result != Z_OK)
         ThrowZlibError(L"deflateInit2() failed", result);
     StartBuffer();

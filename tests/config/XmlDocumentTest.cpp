@@ -13,7 +13,7 @@ using test::ErrorOf;
 namespace
 {
 
-XmlElement Read(const std::string& xml, const XmlElement* templateRoot = nullptr)
+XmlElement ReadXml(const std::string& xml, const XmlElement* templateRoot = nullptr)
 {
     std::istringstream input(xml);
     return XmlDocument::Read(input, L"doc", templateRoot).root;
@@ -60,7 +60,7 @@ TEST(XmlDocument, BecomesATreeOfElementsAttributesAndText)
         {"<!DOCTYPE a [<!ENTITY e 'v'>]><a>&e;</a>", L"a'v'"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(Dump(Read(c.first)), c.second) << c.first;
+        EXPECT_EQ(Dump(ReadXml(c.first)), c.second) << c.first;
 }
 
 TEST(XmlDocument, KnowsWhereItsPartsStand)
@@ -72,7 +72,7 @@ TEST(XmlDocument, KnowsWhereItsPartsStand)
         " \xC3\xA9<!-- -->x&lt;\n\ny<![CDATA[z]]></r>";
     for (const std::string& document : {xml, "\xEF\xBB\xBF" + xml})
     {
-        const XmlElement root = Read(document);
+        const XmlElement root = ReadXml(document);
         std::string places = show(root.position);
         for (const qxm::XmlAttribute& attribute : root.attributes)
             places += show(attribute.position);
@@ -81,7 +81,7 @@ TEST(XmlDocument, KnowsWhereItsPartsStand)
         // The text is line feed, blank, e, x, <, two line feeds, y, z.
         EXPECT_EQ(places, "2:11 2:14 3:3 4:3 4:9 4:14 5:1 5:2 5:11 5:12 5:16 6:1 7:1 7:11 7:12 ");
     }
-    const XmlElement wide = Read(std::string("\xFE\xFF\0<\0a\0>\0\n\0<\0b\0 \0c\0=\0'\0'\0/\0>\0<\0/\0a\0>", 36));
+    const XmlElement wide = ReadXml(std::string("\xFE\xFF\0<\0a\0>\0\n\0<\0b\0 \0c\0=\0'\0'\0/\0>\0<\0/\0a\0>", 36));
     EXPECT_EQ(show(wide.children[0].position) + show(wide.children[0].attributes[0].position), "2:1 2:1 ");
 }
 
@@ -89,7 +89,7 @@ TEST(XmlDocument, TextSplitAnywhereByTheBufferStaysWhole)
 {
     // The document may also end with the buffer.
     for (std::size_t padding = 8160; padding < 8200; ++padding)
-        EXPECT_EQ(Dump(Read("<a>" + std::string(padding, 'x') + "\xF0\x9F\x98\x80</a>")),
+        EXPECT_EQ(Dump(ReadXml("<a>" + std::string(padding, 'x') + "\xF0\x9F\x98\x80</a>")),
             L"a'" + std::wstring(padding, L'x') + L"\U0001F600'")
             << padding;
 }
@@ -108,13 +108,13 @@ TEST(XmlDocument, ErrorsNameTheDocumentAndThePlace)
         {"<r><a><b/> abc</a></r>", "doc: Mixing of text and markup in <a> not supported"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(ErrorOf([&] { Read(c.first); }), c.second) << c.first;
+        EXPECT_EQ(ErrorOf([&] { ReadXml(c.first); }), c.second) << c.first;
 }
 
 TEST(XmlDocument, IsBoundedInDepth)
 {
-    EXPECT_NO_THROW(Read(Nested(XmlDocument::maxDepth)));
-    EXPECT_EQ(ErrorOf([] { Read(Nested(50000)); }), "doc: Elements are nested more than 1000 deep");
+    EXPECT_NO_THROW(ReadXml(Nested(XmlDocument::maxDepth)));
+    EXPECT_EQ(ErrorOf([] { ReadXml(Nested(50000)); }), "doc: Elements are nested more than 1000 deep");
 }
 
 TEST(XmlDocument, RefusesEntitiesThatGrowWithoutBound)
@@ -127,7 +127,7 @@ TEST(XmlDocument, RefusesEntitiesThatGrowWithoutBound)
             xml += "&e" + std::to_string(i - 1) + ";";
         xml += "'>";
     }
-    EXPECT_EQ(ErrorOf([&] { Read(xml + "]><a>&e11;</a>"); }).substr(0, 57),
+    EXPECT_EQ(ErrorOf([&] { ReadXml(xml + "]><a>&e11;</a>"); }).substr(0, 57),
         "doc: XML_ParseBuffer() failed, Expat error code = 43 (lim");
 }
 
@@ -145,7 +145,7 @@ TEST(XmlDocument, IsHeldToATemplate)
     allowed.SetAttribute(L"x", L"");
     allowed.AddChild(L"c").AddChild(L"g").SetAttribute(L"y", L"");
 
-    EXPECT_NO_THROW(Read("<r><c/><c><g y='1'/><g/></c></r>", &allowed));
+    EXPECT_NO_THROW(ReadXml("<r><c/><c><g y='1'/><g/></c></r>", &allowed));
     const std::pair<const char*, const char*> cases[] = {
         {"<q/>", "doc: Invalid element <q>, should be <r>"},
         {"<r x='1' y='2'/>", "doc: Invalid attribute 'y' in element <r>"},
@@ -153,5 +153,5 @@ TEST(XmlDocument, IsHeldToATemplate)
         {"<r><c/><c><g x='1'/></c></r>", "doc: Invalid attribute 'x' in element <g>"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(ErrorOf([&] { Read(c.first, &allowed); }), c.second) << c.first;
+        EXPECT_EQ(ErrorOf([&] { ReadXml(c.first, &allowed); }), c.second) << c.first;
 }

@@ -13,7 +13,7 @@
 namespace
 {
 
-constexpr unsigned slots = 2;
+constexpr unsigned distributorSlots = 2;
 
 /// A client that makes calls at random and tells what was wrong with how they ended.
 int RunClient(const std::vector<std::string>& arguments)
@@ -45,7 +45,7 @@ TEST(HybridCallsTest, ClientsOfOneComputerAndOneDistributorKeepTheLimitsTogether
     const test::UniqueName name;
     const std::string countsName = qpr::ToUtf8(name.Local()) + "Counts";
     test::ServantCounts counts(countsName);
-    test::DistributorProgram distributor(configuration.Path(), slots);
+    test::DistributorProgram distributor(configuration.Path(), distributorSlots);
     std::deque<test::PipedChild> clients;
     for (int number = 1; number <= 3; ++number)
         clients.emplace_back(test::StartOfChild("hybrid-client",
@@ -55,7 +55,7 @@ TEST(HybridCallsTest, ClientsOfOneComputerAndOneDistributorKeepTheLimitsTogether
         EXPECT_EQ(client.ReadOutput(), "");
     EXPECT_LE(counts.Of(true).most, test::processorsHere);
     EXPECT_GT(counts.Of(true).most, 0u);
-    EXPECT_LE(counts.Of(false).most, slots);
+    EXPECT_LE(counts.Of(false).most, distributorSlots);
     EXPECT_GT(counts.Of(false).most, 0u);
 }
 

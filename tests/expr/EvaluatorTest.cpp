@@ -4,12 +4,10 @@
 #include <gtest/gtest.h>
 
 using namespace qexpr;
-using test::ErrorOf;
+using namespace test;
 
 namespace
 {
-
-constexpr Value::Type Float = Value::Type_Float;
 
 float Evaluated(const Evaluator& evaluator, const ExpressionPtr& expression, const ValueMap& values)
 {

@@ -10,6 +10,11 @@
 namespace test
 {
 
+inline constexpr qexpr::Value::Type Any = qexpr::Value::Type_Undefined;
+inline constexpr qexpr::Value::Type Float = qexpr::Value::Type_Float;
+inline constexpr qexpr::Value::Type Bool = qexpr::Value::Type_Bool;
+inline constexpr qexpr::Value::Type String = qexpr::Value::Type_String;
+
 inline std::wstring Printed(const qexpr::Value& value)
 {
     std::wostringstream stream;

@@ -4,16 +4,10 @@
 #include <gtest/gtest.h>
 
 using namespace qexpr;
-using test::ErrorOf;
-using test::Printed;
+using namespace test;
 
 namespace
 {
-
-constexpr Value::Type Any = Value::Type_Undefined;
-constexpr Value::Type Float = Value::Type_Float;
-constexpr Value::Type Bool = Value::Type_Bool;
-constexpr Value::Type String = Value::Type_String;
 
 TEST(Parser, ReadsFormulas)
 {

@@ -25,12 +25,12 @@ constexpr const char* programs[] = {"qx call", "qx batch", "application"};
 constexpr const char* interventions[] = {
     "", "timed out", "interrupted", "killed", "cancelled", "released", "cancelled at once"};
 constexpr const char* logTexts[] = {"line", "long line", "not UTF-8", "no line end", "escape sequences", "flood"};
-constexpr const char* steps[] = {
+constexpr const char* stepNames[] = {
     "read ", "write ", "sleep ", "log ", "close input", "close output", "close log", "half a frame"};
 
 void Print(std::ostream& text, const Step& step)
 {
-    text << "; " << NameOf(step.kind, steps);
+    text << "; " << NameOf(step.kind, stepNames);
     if (step.kind == Step::Kind::Log)
         text << NameOf(static_cast<LogText>(step.amount), logTexts);
     else if (step.kind == Step::Kind::Read && step.amount == toTheEnd)

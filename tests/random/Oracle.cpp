@@ -147,7 +147,8 @@ private:
         Promise(std::ranges::none_of(
                     text, [](char byte) { return (byte >= 0 && byte < ' ' && byte != '\n') || byte == 0x7f; }),
             "shows outside bytes in printable form: " + text);
-        if (m_plan.way == Way::NetworkMissing && m_plan.client.program == Client::Call)
+        if (m_plan.way == Way::NetworkMissing && m_plan.client.program == Client::Call
+            && m_plan.client.intervention == Intervention::None)
             Promise(text.find("no-such-servant") != std::string::npos, "names the missing servant: " + text);
         static const std::regex servantEnd("ended with exit code \\d+|was ended by signal \\d+");
         if (m_expected.servantEndAlone && !HasMissingServant(m_plan.way) && m_plan.client.program == Client::Call)

@@ -49,7 +49,7 @@ int UseMemory(const std::vector<std::string>&)
     return 0;
 }
 
-const test::ChildRegistration children[] = {
+const test::ChildRegistration childBodies[] = {
     {"TellState", TellState}, {"EchoUntilTheEnd", EchoUntilTheEnd}, {"UseMemory", UseMemory}};
 
 } // namespace

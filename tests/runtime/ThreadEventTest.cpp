@@ -13,7 +13,7 @@ namespace
 
 using namespace qpr;
 
-constexpr std::uint32_t patienceMs = 60000;
+constexpr std::uint32_t turnPatienceMs = 60000;
 
 bool IsSet(ThreadEvent& event)
 {
@@ -47,7 +47,7 @@ TEST(ThreadEventTest, OneSignalLetsOneOfManyWaitersPass)
         {
             for (int i = 0; i < roundCount; ++i)
             {
-                turn.Wait(patienceMs);
+                turn.Wait(turnPatienceMs);
                 ++passed;
                 turn.Signal();
             }
@@ -57,7 +57,7 @@ TEST(ThreadEventTest, OneSignalLetsOneOfManyWaitersPass)
         threads.push_back(std::make_unique<Thread>(runnable));
     turn.Signal();
     for (const auto& thread : threads)
-        thread->WaitForCompletion(patienceMs);
+        thread->WaitForCompletion(turnPatienceMs);
     EXPECT_EQ(4 * roundCount, passed);
     EXPECT_EQ("", runnable.Outcome());
 }

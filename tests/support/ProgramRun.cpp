@@ -49,9 +49,14 @@ public:
     {
         qpr::PipeReader reader(m_end.Handle());
         std::string piece(m_pace.pieceSize, '\0');
-        while (const std::size_t size = reader.Read(piece.data(), std::min(piece.size(), m_limit - m_text.size())))
+        std::size_t left = piece.size(); // till the next pause
+        while (const std::size_t size = reader.Read(piece.data(), std::min(left, m_limit - m_text.size())))
         {
             Append(std::string_view(piece).substr(0, size), false);
+            left -= size;
+            if (left != 0)
+                continue;
+            left = piece.size();
             if (m_pace.pauseMs != 0)
                 qpr::Thread::Sleep(m_pace.pauseMs);
         }

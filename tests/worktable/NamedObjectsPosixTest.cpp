@@ -96,7 +96,7 @@ int FillTheFileSystem(const std::vector<std::string>& arguments)
     return 0;
 }
 
-const test::ChildRegistration registrations[] = {
+const test::ChildRegistration namedObjectChildren[] = {
     {"worktable-other-user", BeAnotherUser}, {"worktable-full", FillTheFileSystem}};
 
 } // namespace

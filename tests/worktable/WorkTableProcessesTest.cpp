@@ -133,7 +133,7 @@ int TraceALifetime(const std::vector<std::string>& arguments)
     return 0;
 }
 
-const test::ChildRegistration registrations[] = {{"worktable-die", DieInTheTable},
+const test::ChildRegistration tableChildren[] = {{"worktable-die", DieInTheTable},
     {"worktable-use", UseTheTableForEver}, {"worktable-admit", AdmitJobs}, {"worktable-wait", WaitForAChange},
     {"worktable-trace", TraceALifetime}};
 

@@ -15,7 +15,7 @@
 namespace
 {
 
-struct Options
+struct BatchOptions
 {
     qx::ConnectorOptions connector;
     std::string service;
@@ -37,7 +37,7 @@ void MakeDirectory(const std::filesystem::path& directory)
             "cannot make the output directory '" + qx::NameOf(directory) + "': " + error.message());
 }
 
-qx::JobLog OpenJobLog(const Options& options)
+qx::JobLog OpenJobLog(const BatchOptions& options)
 {
     if (options.jobLog.empty())
         return qx::JobLog();
@@ -54,7 +54,7 @@ bool IsDone(const qx::BatchItem& item, const qx::JobLog& jobLog)
     return !error && jobLog.SaysDone(item.name, size);
 }
 
-int RunBatch(const Options& options, qx::Program& program)
+int RunBatch(const BatchOptions& options, qx::Program& program)
 {
     if (options.resume && options.jobLog.empty())
         throw qx::WrongCommandLine("--resume needs --joblog");
@@ -81,7 +81,7 @@ int RunBatch(const Options& options, qx::Program& program)
 
 void qx::AddBatchCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<BatchOptions>();
     CLI::App& command = program.AddCommand("batch", "Makes one service call per file",
         "qx batch --config QxConfiguration.xml --service Gzip --suffix .gz --output-dir packed *.txt",
         [options, &program] { return RunBatch(*options, program); });

@@ -26,7 +26,7 @@
 namespace
 {
 
-struct Options
+struct CallOptions
 {
     qx::ConnectorOptions connector;
     std::string service;
@@ -168,7 +168,7 @@ void ThrowIfCancelled(End end, std::optional<double> timeout)
 constexpr double minTimeoutSeconds = 0.001;
 constexpr double maxTimeoutSeconds = 4000000; // in milliseconds still a 32-bit number
 
-int Call(const Options& options, qx::Program& program)
+int Call(const CallOptions& options, qx::Program& program)
 {
     if (options.timeout && !(*options.timeout >= minTimeoutSeconds && *options.timeout <= maxTimeoutSeconds))
         throw qx::WrongCommandLine("--timeout must be between 0.001 and 4000000 seconds");
@@ -196,7 +196,7 @@ int Call(const Options& options, qx::Program& program)
 
 void qx::AddCallCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CallOptions>();
     CLI::App& command = program.AddCommand("call", "Makes one service call, from standard input to standard output",
         "echo hello | qx call --config QxConfiguration.xml Gzip | gunzip",
         [options, &program] { return Call(*options, program); });

@@ -18,7 +18,7 @@
 namespace
 {
 
-struct Options
+struct CheckOptions
 {
     qx::ConnectorOptions connector;
     bool settingsOnly = false;
@@ -174,7 +174,7 @@ std::wstring Count(std::size_t count, const wchar_t* noun)
     return std::to_wstring(count) + L" " + noun + (count == 1 ? L"" : L"s");
 }
 
-int Check(const Options& options)
+int Check(const CheckOptions& options)
 {
     const qxm::ConnectorConfiguration connector = options.connector.Connector();
     std::optional<qx::ConfigurationFindings> findings;
@@ -199,7 +199,7 @@ int Check(const Options& options)
 
 void qx::AddCheckCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CheckOptions>();
     CLI::App& command = program.AddCommand("check", "Checks a connector configuration and its configuration file",
         "qx check '<LocalServiceConnector MaxLocalServants=\"4\"/>' --config QxConfiguration.xml",
         [options] { return Check(*options); });

@@ -75,12 +75,18 @@ void Exchange::Run(qxmi::IServiceConnectionW& connection)
 {
     auto& servant = dynamic_cast<qxmi::internal::IServiceConnectionExW&>(connection);
     InputCopy inputCopy(*this, servant);
+    try
     {
         // Interrupted where it waits for input that nobody takes any more.
         const qpr::Thread inputThread(inputCopy, "qx input");
         CopyOutput(servant);
         qxmi::ServantEnd end;
         servant.AwaitServantEnd(end); // which may still take input
+    }
+    catch (...)
+    {
+        servant.Abandon(); // what its thread was kept from sending is nobody's error
+        throw;
     }
     servant.Abandon();
     inputCopy.ThrowIfInputFailed();

@@ -20,7 +20,7 @@ namespace
 
 using qexpr::Value;
 
-struct Options
+struct ExprOptions
 {
     std::string formula;
     std::string type = "undefined";
@@ -71,7 +71,7 @@ bool UsesAny(
     return false;
 }
 
-FormulaReport Examine(const Options& options)
+FormulaReport Examine(const ExprOptions& options)
 {
     qexpr::Evaluator evaluator;
     evaluator.AddHelperVariableDefinitions(qpr::FromUtf8(options.helpers), L"helpers");
@@ -137,7 +137,7 @@ void PrintText(const FormulaReport& report)
         std::cout << "value     " << Shown(*report.value) << '\n';
 }
 
-int TryFormula(const Options& options)
+int TryFormula(const ExprOptions& options)
 {
     const FormulaReport report = Examine(options);
     options.json ? PrintJson(report) : PrintText(report);
@@ -148,7 +148,7 @@ int TryFormula(const Options& options)
 
 void qx::AddExprCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ExprOptions>();
     CLI::App& command = program.AddCommand("expr", "Reads a formula and evaluates it with the values given",
         "qx expr 'Size * 0.5 + (if Fast then 200 else 100)' Size=10 Fast=true",
         [options] { return TryFormula(*options); });

@@ -10,13 +10,13 @@
 namespace
 {
 
-struct Options
+struct ServicesOptions
 {
     qx::ConnectorOptions connector;
     bool json = false;
 };
 
-int ShowServices(const Options& options)
+int ShowServices(const ServicesOptions& options)
 {
     qxm::ConnectorConfiguration connector = options.connector.Connector();
     connector.kind = qxm::ConnectorKind::Local; // what is offered here does not depend on who asks
@@ -35,7 +35,7 @@ int ShowServices(const Options& options)
 
 void qx::AddServicesCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ServicesOptions>();
     CLI::App& command = program.AddCommand("services", "Shows the services that this computer offers",
         "qx services --config QxConfiguration.xml", [options] { return ShowServices(*options); });
     options->connector.AddTo(command);

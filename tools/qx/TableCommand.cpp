@@ -15,7 +15,7 @@
 namespace
 {
 
-struct Options
+struct TableOptions
 {
     bool create = false;
     bool json = false;
@@ -60,7 +60,7 @@ void Describe(const qxm::WorkTablePlace& place)
         std::cout << "Obstacle: " << qpr::ToUtf8(obstacle) << '\n';
 }
 
-int ShowTable(const Options& options)
+int ShowTable(const TableOptions& options)
 {
     if (options.create)
         MakeGlobalTable();
@@ -76,7 +76,7 @@ int ShowTable(const Options& options)
 
 void qx::AddTableCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TableOptions>();
     CLI::App& command =
         program.AddCommand("table", "Shows which work table your processes share, and what is in its way",
             "qx table --json", [options] { return ShowTable(*options); });

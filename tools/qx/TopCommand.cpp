@@ -20,7 +20,7 @@ namespace
 constexpr std::uint32_t refreshMs = 1000;
 const char keysHelp[] = "q quit   sort by: i process  r running  w pending  p processors  m memory  t table";
 
-struct Options
+struct TopOptions
 {
     bool once = false;
     bool json = false;
@@ -108,7 +108,7 @@ int ShowLive()
     }
 }
 
-int Top(const Options& options)
+int Top(const TopOptions& options)
 {
     if (options.once)
         return ShowOnce(options.json);
@@ -123,7 +123,7 @@ int Top(const Options& options)
 
 void qx::AddTopCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TopOptions>();
     CLI::App& command = program.AddCommand("top", "Shows the work of all client processes of this computer, live",
         "qx top --once --json", [options] { return Top(*options); });
     command.add_flag("--once", options->once, "Print the table once");

@@ -20,7 +20,7 @@
 namespace
 {
 
-struct Options
+struct UsageOptions
 {
     qx::ConnectorOptions connector;
     std::string service;
@@ -37,7 +37,7 @@ CLI::Validator AtLeastOne(const std::optional<T>&)
     return CLI::Range(T(1), std::numeric_limits<T>::max()).description("");
 }
 
-qxm::LocalLimits LimitsOf(const Options& options, const qxm::LocalExecutionSettings& settings)
+qxm::LocalLimits LimitsOf(const UsageOptions& options, const qxm::LocalExecutionSettings& settings)
 {
     const qxm::HostDescription host = qxm::DescribeLocalHost(L"client");
     return {options.processors.value_or(host.cpuCount), options.memoryInMB.value_or(host.memorySizeInMB), settings};
@@ -74,7 +74,7 @@ void PrintText(const std::string& service, const qxm::ExpectedUsage& usage, cons
                   << qx::FormatNumber(usage.addressSpaceExcessInMB) << " MB.\n";
 }
 
-int ShowUsage(const Options& options)
+int ShowUsage(const UsageOptions& options)
 {
     qx::Situation situation{
         qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes), options.connector.Connector()};
@@ -98,7 +98,7 @@ int ShowUsage(const Options& options)
 
 void qx::AddUsageCommand(Program& program)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<UsageOptions>();
     CLI::App& command = program.AddCommand("usage", "Shows what a call is expected to use on this computer",
         "qx usage --config QxConfiguration.xml --processors 64 Render Width=800 Height=600",
         [options] { return ShowUsage(*options); });

@@ -51,6 +51,7 @@ public:
     KitChannel(qxservant::Connection& connection, const test::ServantPlan& plan)
         : m_connection(connection)
         , m_output(test::MakePayload(plan.output))
+        , m_flushesAlways(plan.end == test::ServantPlan::End::Signal) // what it kept back would be lost with it
     {
     }
 
@@ -64,7 +65,7 @@ public:
     {
         m_connection.Output().write(m_output.data() + m_written, static_cast<std::streamsize>(step.amount));
         m_written += step.amount;
-        if (step.amount % 4 != 0)
+        if (m_flushesAlways || step.amount % 4 != 0)
             m_connection.Output().flush();
     }
 
@@ -74,6 +75,7 @@ public:
 private:
     qxservant::Connection& m_connection;
     const std::string m_output;
+    const bool m_flushesAlways;
     std::size_t m_written = 0;
 };
 
