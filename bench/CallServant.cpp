@@ -1,10 +1,13 @@
 // The servant of the benchmarks of calls: small and without the kit, so that what is measured is the way to it. Its
-// service "Echo" sends back what it gets; "Sleep" sleeps for 50 ms.
+// service "Echo" sends back what it gets, "Sleep" sleeps for 50 ms, "Ignore" never ends and "Compute" not before its
+// reader has gone.
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <poll.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -29,6 +32,22 @@ void Echo()
         Send(buffer, static_cast<std::size_t>(count));
 }
 
+/// A thread watches the output.
+void Compute()
+{
+    std::thread(
+        []
+        {
+            pollfd output{STDOUT_FILENO, 0, 0};
+            poll(&output, 1, -1);
+            _exit(3);
+        })
+        .detach();
+    volatile unsigned round = 0;
+    for (;;)
+        round = round + 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -42,6 +61,8 @@ int main(int argc, char** argv)
         Echo();
     else if (std::strcmp(argv[2], "Ignore") == 0)
         pause(); // whatever happens to the channels
+    else if (std::strcmp(argv[2], "Compute") == 0)
+        Compute();
     else
     {
         const timespec time{0, 50'000'000};

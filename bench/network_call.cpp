@@ -247,7 +247,7 @@ Times Measure(int turns, Servant& servant, Peer callPeer)
 bool CompareWithLocal(const char* what, int turns, Servant& servant)
 {
     const Times times = Measure(turns, servant, [&] { servant.CallLocally(); });
-    return bench::Compare(what, times.network, "local calls", times.peer, "us", Reach::AtMost, 1.6);
+    return bench::Compare(what, times.network, "local calls", times.peer, "us", Reach::AtMost, 1.55);
 }
 
 } // namespace

@@ -12,7 +12,7 @@ namespace qxservant
 namespace
 {
 
-constexpr std::uint32_t timeToEndMs = 100;
+constexpr std::uint32_t timeToEndMs = 20; // for a service that ends by itself
 constexpr int exitCodeClientGone = 3;
 
 } // namespace
@@ -26,7 +26,7 @@ void ClientWatch::Run()
 
     constexpr int data = 1;
     if (qpr::Thread::WaitForAnyObject(channels, L"qxservant::ClientWatch::Run") == data)
-        qpr::Thread::Sleep(timeToEndMs);
+        qpr::Thread::TryWaitForObject(channels[0], L"qxservant::ClientWatch::Run", timeToEndMs);
     std::_Exit(exitCodeClientGone);
 }
 
