@@ -71,6 +71,7 @@ struct ChildProcess::State
     State& operator=(const State&) = delete;
 
     ExitStatus Peek() const noexcept;
+    bool AskSystem(siginfo_t& info, int options, rusage* usage) const noexcept;
     void Collect();
     void TakeUsage(const rusage& usage);
     bool IsEnded() const noexcept { return WaitForEnd(0); }
@@ -151,8 +152,7 @@ void ChildProcess::State::NoteEnd()
 ChildProcess::ExitStatus ChildProcess::State::Peek() const noexcept
 {
     siginfo_t info{};
-    if (isCollected || isLost || waitid(P_PIDFD, static_cast<id_t>(descriptor), &info, WEXITED | WNOHANG | WNOWAIT) != 0
-        || info.si_pid == 0)
+    if (isCollected || isLost || !AskSystem(info, WNOWAIT, nullptr))
         return exitStatus;
     return ExitStatusOf(info);
 }
@@ -165,11 +165,22 @@ void ChildProcess::State::Collect()
         return;
     siginfo_t info{};
     rusage usage{};
-    // The library's waitid does not hand out the usage.
-    if (syscall(SYS_waitid, P_PIDFD, descriptor, &info, WEXITED | WNOHANG, &usage) != 0 || info.si_pid == 0)
+    if (!AskSystem(info, 0, &usage))
         return;
     exitStatus = ExitStatusOf(info);
     TakeUsage(usage);
+}
+
+/// Requires: the process has ended. Waits nevertheless: its descriptor tells so when the first thread has, and a busy
+/// computer lets the others of one at idle priority end later. The library's waitid does not hand out the usage. False
+/// when somebody else has collected it.
+bool ChildProcess::State::AskSystem(siginfo_t& info, int options, rusage* usage) const noexcept
+{
+    long result;
+    do
+        result = syscall(SYS_waitid, P_PIDFD, descriptor, &info, WEXITED | options, usage);
+    while (result != 0 && errno == EINTR);
+    return result == 0 && info.si_pid != 0;
 }
 
 // Until it has replaced itself by the program, a spawned process shares the client's memory, and the system counts that

@@ -3,6 +3,8 @@
 #include "runtime/NativeHandle.h"
 #include "runtime/windows/SystemHeaders.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace qpr
@@ -17,6 +19,12 @@ inline HANDLE SystemHandleOf(NativeHandle handle) noexcept
 inline NativeHandle NativeHandleOf(HANDLE handle) noexcept
 {
     return handle ? NativeHandle(reinterpret_cast<std::intptr_t>(handle)) : NativeHandle();
+}
+
+/// How much of so many bytes one system call is given: the system keeps a copy in its pool while nobody reads.
+inline DWORD PieceSize(std::size_t size) noexcept
+{
+    return static_cast<DWORD>(std::min<std::size_t>(size, 1 << 20));
 }
 
 /// A handle, owned. Closing may fail; who cares calls Close.

@@ -46,9 +46,6 @@ PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
     return PipeEnd(NativeHandleOf(handle));
 }
 
-/// What one operation passes to the system, which keeps a copy of it in its pool while nobody reads.
-constexpr std::uint32_t largestPiece = 1 << 20;
-
 /// The writer has closed its end, or the file is over.
 bool IsEndOfData(DWORD error) noexcept
 {
@@ -192,7 +189,7 @@ void IOWriter::Write(const void* buffer, std::size_t size)
     // Nothing is written of an empty buffer: a reader would take it for the end of the data.
     for (auto left = CheckedIntCast<std::uint32_t>(size); left != 0;)
     {
-        const std::uint32_t piece = std::min(left, largestPiece);
+        const DWORD piece = PieceSize(left);
         WritePiece(SystemHandleOf(m_handle), next, piece, m_overlapped->operation, m_wait);
         Thread::CheckInterrupt();
         next += piece;

@@ -12,7 +12,6 @@
 #include <mstcpip.h>
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 // Reads and writes are overlapped, so that two threads can wait for the same socket at once; waits for input alone and
@@ -304,11 +303,6 @@ std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 
 namespace
 {
-
-ULONG PieceSize(std::size_t size) noexcept
-{
-    return static_cast<ULONG>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
-}
 
 /// Carries one operation, which start begins, to its end; how many bytes it has moved. Throws "<call>() failed".
 template <class Start>

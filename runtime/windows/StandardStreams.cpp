@@ -34,12 +34,6 @@ DWORD StreamNumber(StandardStream stream) noexcept
     return STD_ERROR_HANDLE;
 }
 
-/// As the system calls take it: a count of 32 bits, and for consoles and old systems a small one.
-DWORD PieceSize(std::size_t size) noexcept
-{
-    return static_cast<DWORD>(std::min<std::size_t>(size, 1 << 24));
-}
-
 /// The console outlives the program, and others that share it expect its own code page.
 void UseUtf8UntilTheEnd() noexcept
 {

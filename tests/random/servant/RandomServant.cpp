@@ -51,7 +51,7 @@ public:
     KitChannel(qxservant::Connection& connection, const test::ServantPlan& plan)
         : m_connection(connection)
         , m_output(test::MakePayload(plan.output))
-        , m_flushesAlways(plan.end == test::ServantPlan::End::Signal) // what it kept back would be lost with it
+        , m_flushesAlways(plan.end != test::ServantPlan::End::Exit) // what it kept back would be lost with it
     {
     }
 
