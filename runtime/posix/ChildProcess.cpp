@@ -71,7 +71,7 @@ struct ChildProcess::State
     State& operator=(const State&) = delete;
 
     ExitStatus Peek() const noexcept;
-    bool AskSystem(siginfo_t& info, int options, rusage* usage) const noexcept;
+    bool WaitForExitStatus(siginfo_t& info, int options, rusage* usage) const noexcept;
     void Collect();
     void TakeUsage(const rusage& usage);
     bool IsEnded() const noexcept { return WaitForEnd(0); }
@@ -152,7 +152,7 @@ void ChildProcess::State::NoteEnd()
 ChildProcess::ExitStatus ChildProcess::State::Peek() const noexcept
 {
     siginfo_t info{};
-    if (isCollected || isLost || !AskSystem(info, WNOWAIT, nullptr))
+    if (isCollected || isLost || !WaitForExitStatus(info, WNOWAIT, nullptr))
         return exitStatus;
     return ExitStatusOf(info);
 }
@@ -165,7 +165,7 @@ void ChildProcess::State::Collect()
         return;
     siginfo_t info{};
     rusage usage{};
-    if (!AskSystem(info, 0, &usage))
+    if (!WaitForExitStatus(info, 0, &usage))
         return;
     exitStatus = ExitStatusOf(info);
     TakeUsage(usage);
@@ -174,7 +174,7 @@ void ChildProcess::State::Collect()
 /// Requires: the process has ended. Waits nevertheless: its descriptor tells so when the first thread has, and a busy
 /// computer lets the others of one at idle priority end later. The library's waitid does not hand out the usage. False
 /// when somebody else has collected it.
-bool ChildProcess::State::AskSystem(siginfo_t& info, int options, rusage* usage) const noexcept
+bool ChildProcess::State::WaitForExitStatus(siginfo_t& info, int options, rusage* usage) const noexcept
 {
     long result;
     do

@@ -11,7 +11,6 @@
 
 #include <mstcpip.h>
 
-#include <algorithm>
 #include <utility>
 
 // Reads and writes are overlapped, so that two threads can wait for the same socket at once; waits for input alone and

@@ -5,7 +5,6 @@
 #include "runtime/windows/Handle.h"
 #include "runtime/windows/InterruptState.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 

@@ -28,6 +28,9 @@ public:
         , m_connection(connection)
     {
     }
+    InputCopy(const InputCopy&) = delete;
+    InputCopy& operator=(const InputCopy&) = delete;
+    ~InputCopy() override { m_connection.Abandon(); } // what could not be sent is nobody's error
 
     void Run() override
     {
@@ -75,7 +78,6 @@ void Exchange::Run(qxmi::IServiceConnectionW& connection)
 {
     auto& servant = dynamic_cast<qxmi::internal::IServiceConnectionExW&>(connection);
     InputCopy inputCopy(*this, servant);
-    try
     {
         // Interrupted where it waits for input that nobody takes any more.
         const qpr::Thread inputThread(inputCopy, "qx input");
@@ -83,12 +85,6 @@ void Exchange::Run(qxmi::IServiceConnectionW& connection)
         qxmi::ServantEnd end;
         servant.AwaitServantEnd(end); // which may still take input
     }
-    catch (...)
-    {
-        servant.Abandon(); // what its thread was kept from sending is nobody's error
-        throw;
-    }
-    servant.Abandon();
     inputCopy.ThrowIfInputFailed();
 }
 
