@@ -19,7 +19,7 @@ namespace
 constexpr int maxAcceptsPerTurn = 64; // between two looks for the stop
 constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
 constexpr std::uint32_t tidyUpMs = 1000; // a session that has ended waits for the next client, or this long
-constexpr std::uint32_t greetingTimeMs = 100; // a new connection takes a few lines at once
+constexpr std::uint32_t greetingTimeMs = 5000; // a new connection takes a few lines at once, but for a busy computer
 
 // What clients hold: a running one the two connections, the servant's process, its pipes and the events of its threads.
 constexpr std::size_t descriptorsOfWaiting = 3;

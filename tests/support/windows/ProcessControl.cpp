@@ -12,17 +12,50 @@ extern "C" LONG NTAPI NtResumeProcess(HANDLE process);
 namespace
 {
 
-/// An interrupt goes to the programs of the sender's console: a process of its own changes its console for the other's.
+constexpr DWORD comesUpMs = 1000;
+constexpr DWORD retryMs = 100;
+constexpr int tries = 50;
+
+/// What a program that was just started still has to wait until it listens to interrupts; 0 for others.
+DWORD TimeToComeUp(HANDLE process)
+{
+    FILETIME start{};
+    FILETIME now{};
+    FILETIME unused{};
+    GetProcessTimes(process, &start, &unused, &unused, &unused);
+    GetSystemTimeAsFileTime(&now);
+    const auto ticks = [](const FILETIME& time) {
+        return ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart;
+    };
+    const auto ageMs = (ticks(now) - ticks(start)) / 10'000;
+    return ageMs < comesUpMs ? static_cast<DWORD>(comesUpMs - ageMs) : 0;
+}
+
 /// Wine knows no break.
+bool TryInterrupt(DWORD id)
+{
+    FreeConsole();
+    return AttachConsole(id)
+        && (GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, id) || GenerateConsoleCtrlEvent(CTRL_C_EVENT, id));
+}
+
+/// An interrupt goes to the programs of the sender's console: a process of its own changes its console for the other's.
+/// One that comes before the program listens is lost, and a second one could end it while it winds down. A program that
+/// has ended meanwhile is none that failed.
 const test::ChildRegistration interrupter("interrupt",
     [](const std::vector<std::string>& arguments)
     {
         const auto id = static_cast<DWORD>(std::stoul(arguments[0]));
-        FreeConsole();
-        return AttachConsole(id)
-                && (GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, id) || GenerateConsoleCtrlEvent(CTRL_C_EVENT, id))
-            ? 0
-            : 1;
+        const qpr::OwnedHandle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
+        DWORD error = 0;
+        DWORD waitMs = TimeToComeUp(process.Value());
+        for (int count = 0; count < tries; ++count, waitMs = retryMs)
+        {
+            if (!process.IsValid() || WaitForSingleObject(process.Value(), waitMs) == WAIT_OBJECT_0 || TryInterrupt(id))
+                return 0;
+            error = GetLastError();
+        }
+        return static_cast<int>(error);
     });
 
 } // namespace
