@@ -1,8 +1,8 @@
 #pragma once
 
 #include "bench/Installation.h"
-#include "runtime/ChildProcess.h"
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/processes/ChildProcess.h"
 
 #include <fcntl.h>
 #include <optional>

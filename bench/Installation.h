@@ -6,8 +6,8 @@
 #include "config/Configuration.h"
 #include "config/ConnectorSettings.h"
 #include "config/LocalHost.h"
-#include "runtime/CurrentProcess.h"
-#include "runtime/Utf8.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/text/Utf8.h"
 
 #include <qxmi/IServiceCall.h>
 #include <qxmi/IServiceConnectorW.h>

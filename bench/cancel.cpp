@@ -10,7 +10,7 @@
 #include "bench/Timing.h"
 #include "client/LocalServiceConnector.h"
 #include "client/NetworkServiceConnector.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <qxmi/IServiceConnectionW.h>
 

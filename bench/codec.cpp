@@ -4,8 +4,8 @@
 #include "bench/CompressionData.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "protocol/compression/QuickLzCompressor.h"
-#include "protocol/compression/QuickLzDecompressor.h"
+#include "streams/compression/QuickLzCompressor.h"
+#include "streams/compression/QuickLzDecompressor.h"
 
 #include <functional>
 #include <lz4.h>

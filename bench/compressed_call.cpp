@@ -8,11 +8,9 @@
 #include "bench/Report.h"
 #include "bench/Timing.h"
 #include "client/LocalServiceConnector.h"
-#include "protocol/ByteStreams.h"
-#include "protocol/compression/BlockedQLZ14Reader.h"
-#include "protocol/compression/BlockedQLZ14Writer.h"
-#include "protocol/compression/BlockedRawDeflateReader.h"
-#include "protocol/compression/BlockedRawDeflateWriter.h"
+#include "streams/ByteStreams.h"
+#include "streams/compression/BlockedQLZ14.h"
+#include "streams/compression/BlockedRawDeflate.h"
 
 #include <qxmi/IServiceConnectionW.h>
 

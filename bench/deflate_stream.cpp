@@ -4,9 +4,8 @@
 #include "bench/CompressionData.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "protocol/ByteStreams.h"
-#include "protocol/compression/BlockedRawDeflateReader.h"
-#include "protocol/compression/BlockedRawDeflateWriter.h"
+#include "streams/ByteStreams.h"
+#include "streams/compression/BlockedRawDeflate.h"
 
 #include <ostream>
 #include <zlib.h>

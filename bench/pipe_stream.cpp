@@ -4,10 +4,10 @@
 
 #include "bench/Report.h"
 #include "protocol/GenericServiceConnection.h"
-#include "runtime/Cancellation.h"
-#include "runtime/IRunnable.h"
-#include "runtime/NamedPipe.h"
-#include "runtime/Thread.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <algorithm>
 #include <chrono>

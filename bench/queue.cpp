@@ -6,7 +6,7 @@
 #include "bench/Report.h"
 #include "bench/Timing.h"
 #include "client/LocalServiceConnector.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <qxmi/IServiceConnectionW.h>
 

@@ -4,8 +4,8 @@
 #include "bench/Report.h"
 #include "bench/Timing.h"
 #include "protocol/GenericServiceConnection.h"
-#include "runtime/Cancellation.h"
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/Cancellation.h"
 
 #include <algorithm>
 #include <cstdlib>

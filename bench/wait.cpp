@@ -2,9 +2,9 @@
 // side runs on threads of its own, so that every wait is an interruptible one.
 
 #include "bench/Report.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <algorithm>
 #include <chrono>

@@ -2,7 +2,7 @@
 
 #include "client/HybridServiceConnector.h"
 #include "client/ICallExecutor.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 #include "worktable/WorkSum.h"
 
 #include <string>

@@ -3,7 +3,7 @@
 #include "client/ServiceCallBase.h"
 #include "config/ExpectedUsage.h"
 #include "config/ServiceInfo.h"
-#include "runtime/WaitObject.h"
+#include "runtime/threads/WaitObject.h"
 
 #include <exception>
 #include <optional>

@@ -125,7 +125,7 @@ bool HybridServiceConnector::Leave(ServiceCallBase& call)
     Unlink(call);
     if (wasWaiting)
         EndWaiting();
-    const bool goesBack = wasWaiting && hybrid.HasFailedOnNetwork() && !IsCancelRequested(call);
+    const bool goesBack = wasWaiting && hybrid.HasFailedOnNetwork() && !call.Life().IsCancelRequested();
     if (goesBack)
     {
         hybrid.SetMode(HybridServiceCall::Mode::Local);

@@ -2,7 +2,7 @@
 
 #include "client/HybridServiceCall.h"
 #include "client/LocalExecutionConnector.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/ThreadEvent.h"
 
 namespace QxClient
 {

@@ -2,7 +2,7 @@
 
 #include "config/ExpectedUsage.h"
 #include "config/ServiceInfo.h"
-#include "runtime/WaitObject.h"
+#include "runtime/threads/WaitObject.h"
 
 #include <memory>
 #include <optional>

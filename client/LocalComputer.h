@@ -1,7 +1,6 @@
 #pragma once
 
 #include "client/CallNeeds.h"
-#include "client/LocalAdmission.h"
 #include "config/Configuration.h"
 #include "config/ConnectorSettings.h"
 #include "config/ExpectedUsage.h"
@@ -11,10 +10,25 @@
 #include "worktable/WorkTable.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 namespace QxClient
 {
+
+/// What all client processes of this computer run now.
+struct LocalLoad
+{
+    std::uint32_t calls = 0;
+    float processors = 0;
+    float memoryInMB = 0;
+};
+
+/// The local admission rule. An idle computer takes any call, however large; small calls do not wait for processors
+/// while this connector runs few; otherwise the load with the call must stay within the limits. Equality with a limit
+/// admits.
+bool IsAdmitted(const CallNeeds& needs, const LocalLoad& load, std::size_t ownRunningCalls,
+    const qxm::LocalLimits& limits, const qxm::LocalExecutionSettings& settings) noexcept;
 
 /// This computer as a connector sees it: the services that are offered here, the limits, and the work table in which
 /// all client processes tell each other what they run. Any thread may use it.

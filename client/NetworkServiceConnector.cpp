@@ -1,11 +1,27 @@
 #include "client/NetworkServiceConnector.h"
 
-#include "client/NetworkServiceCall.h"
+#include "client/ICallExecutor.h"
 
 #include <utility>
 
 namespace QxClient
 {
+
+NetworkServiceCall::NetworkServiceCall(
+    NetworkServiceConnector& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
+    : ServiceCallBase(connector, request)
+    , m_connector(connector)
+    , m_executor(executor)
+{
+}
+
+void NetworkServiceCall::CarryOut()
+{
+    const auto execution = m_executor.PrepareNetwork(*this, std::nullopt);
+    execution->WaitUntilReady();
+    m_connector.OnServantAssigned(*this);
+    execution->CarryOut();
+}
 
 NetworkServiceConnector::NetworkServiceConnector(
     const qxm::ServiceConnectorSettings& settings, std::unique_ptr<ICallExecutor> executor)

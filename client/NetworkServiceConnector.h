@@ -1,13 +1,32 @@
 #pragma once
 
 #include "client/ICallExecutor.h"
+#include "client/ServiceCallBase.h"
 #include "client/ServiceConnectorBase.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <memory>
 
 namespace QxClient
 {
+
+class ICallExecutor;
+class NetworkServiceConnector;
+
+/// A call that runs where the distributor finds a servant for it.
+class NetworkServiceCall final : public ServiceCallBase
+{
+public:
+    NetworkServiceCall(NetworkServiceConnector& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor);
+
+    CallNeeds Needs() const override { return {.canRunLocally = false, .mayGoToNetwork = true}; }
+
+private:
+    void CarryOut() override;
+
+    NetworkServiceConnector& m_connector; // kept alive by the base
+    ICallExecutor& m_executor; // the connector's
+};
 
 /// Sends every call to the distributor, in arrival order, one at a time: the next one starts when the one before has
 /// got its servant or has ended.

@@ -1,18 +1,48 @@
 #pragma once
 
-#include "runtime/Cancellation.h"
-#include "runtime/ChildProcess.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Mutex.h"
 #include "runtime/ReferenceCounted.h"
-#include "runtime/Thread.h"
+#include "runtime/processes/ChildProcess.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/Thread.h"
 
-#include <qxmi/IProcessCall.h>
-
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <qxmi/IProcessCall.h>
+#include <qxmi/IProcessRequestW.h>
+#include <string>
+
+namespace QxClient
+{
+
+/// Cuts a process's output into lines for its request; a line longer than 65536 characters comes in pieces. Used by one
+/// thread at a time. What the request throws is ignored.
+class LineLog
+{
+public:
+    explicit LineLog(qxmi::IProcessRequestW& request)
+        : m_request(request)
+    {
+    }
+
+    void Write(const wchar_t* text, std::size_t length);
+    void Flush() noexcept { }
+
+    /// Passes on a last line without its line end.
+    void Finish();
+
+private:
+    void PassOn();
+
+    qxmi::IProcessRequestW& m_request; // not owned
+    std::wstring m_line;
+};
+
+} // namespace QxClient
 
 namespace qxmi
 {

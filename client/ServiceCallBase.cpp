@@ -3,11 +3,10 @@
 #include "client/FrameworkLock.h"
 #include "client/ServiceConnectorBase.h"
 #include "protocol/ServiceRequestAttributes.h"
-#include "runtime/Errors.h"
-
-#include <qxmi/IServiceRequestW.h>
+#include "runtime/text/Errors.h"
 
 #include <cassert>
+#include <qxmi/IServiceRequestW.h>
 #include <utility>
 
 namespace QxClient
@@ -98,7 +97,7 @@ void ServiceCallBase::Run()
     bool interrupted = false;
     try
     {
-        m_cancellation->AdoptCurrentThread();
+        m_life.GetCancellation().AdoptCurrentThread();
         CarryOut();
     }
     catch (const qpr::InterruptException&) // the way out of a cancelled call
@@ -142,13 +141,13 @@ void ServiceCallBase::FlushAndDropLog()
     m_log.reset();
 }
 
-void ServiceCallBase::NotifyRequest(Outcome outcome) noexcept
+void ServiceCallBase::NotifyRequest() noexcept
 {
     const RequestScope scope(*this);
     Quietly([this] { FlushAndDropLog(); });
-    if (outcome == Outcome::Cancelled)
+    if (m_life.GetOutcome() == CallLife::Outcome::Cancelled)
         Quietly([this] { m_request.OnCancelled(); });
-    if (outcome == Outcome::Failed)
+    if (m_life.GetOutcome() == CallLife::Outcome::Failed)
         NotifyRequestOfError();
 }
 
@@ -156,7 +155,7 @@ void ServiceCallBase::NotifyRequestOfError() noexcept
 {
     try
     {
-        std::rethrow_exception(m_error);
+        std::rethrow_exception(m_life.Error());
     }
     catch (const std::exception& error)
     {

@@ -1,39 +1,74 @@
 #pragma once
 
+#include "client/CallLife.h"
 #include "client/CallList.h"
 #include "client/CallNeeds.h"
 #include "client/PendingQueue.h"
-#include "client/RequestLog.h"
 #include "protocol/ICallContext.h"
-#include "runtime/Cancellation.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Mutex.h"
 #include "runtime/ReferenceCounted.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/IRunnable.h"
+#include "streams/ByteStreams.h"
 
-#include <qxmi/IServiceCall.h>
-
+#include <cstddef>
 #include <exception>
 #include <map>
 #include <memory>
+#include <qxmi/IServiceCall.h>
+#include <qxmi/IServiceRequestW.h>
 #include <string>
-
-namespace qxmi
-{
-class IServiceRequestW;
-}
 
 namespace QxClient
 {
 
+/// Hands log characters to a request. What the request throws is ignored: a log never ends a call.
+class ServiceRequestLog
+{
+public:
+    explicit ServiceRequestLog(qxmi::IServiceRequestW& request)
+        : m_request(request)
+    {
+    }
+
+    void Write(const wchar_t* text, std::size_t length) noexcept
+    {
+        try
+        {
+            m_request.WriteLog(text, length);
+        }
+        catch (...) // the application's own failure to keep its log
+        {
+        }
+    }
+    void Flush() noexcept { }
+
+private:
+    qxmi::IServiceRequestW& m_request; // not owned
+};
+
+/// A call's log: a wide text stream whose characters go to the request, 1024 at a time and at each flush. Used by one
+/// thread at a time.
+class RequestLog
+{
+public:
+    explicit RequestLog(qxmi::IServiceRequestW& request)
+        : m_writer(request)
+        , m_stream(m_writer, bufferSize)
+    {
+    }
+
+    std::wostream& Stream() noexcept { return m_stream; }
+
+private:
+    static constexpr std::size_t bufferSize = 1024; // characters
+
+    ServiceRequestLog m_writer;
+    qpr::GenericOutputStream<ServiceRequestLog, wchar_t> m_stream;
+};
+
 class ServiceConnectorBase;
 
-/// What all calls have in common: the reference to their connector, the request, the log, and the way from queued over
-/// started to ended. A call ends in exactly one outcome, chosen under its connector's lock: the first error reported,
-/// or cancelled, or done.
-///
-/// The state is the connector's to change and guarded by the connector's lock; CarryOut and the conversation use the
-/// call on the call's own thread.
+/// What all calls have in common: the reference to their connector, the request, the log and the life, which is the
+/// connector's to change and guarded by its lock. CarryOut and the conversation use the call on the call's own thread.
 class ServiceCallBase : public qxmi::IServiceCall,
                         public qpr::ReferenceCounted,
                         public qpr::IRunnable,
@@ -56,13 +91,24 @@ public:
 
     const std::wstring& ServiceName() const final { return m_serviceName; }
     const std::map<std::wstring, std::wstring>& Attributes() const final { return m_attributes; }
-    const qpr::Cancellation& GetCancellation() const final { return *m_cancellation; }
+    const qpr::Cancellation& GetCancellation() const final { return m_life.GetCancellation(); }
     void Execute(qxmi::IServiceConnectionW& connection) final;
     void ReportError(std::exception_ptr error) noexcept final;
     std::wostream& Log() final;
 
     /// What the rules need to know of the call while it is queued.
     virtual CallNeeds Needs() const = 0;
+
+    // For the connector, under its lock.
+
+    const ServiceConnectorBase& Connector() const noexcept { return m_connector; }
+    CallLife& Life() noexcept { return m_life; }
+    PendingQueue::Place& QueuePlace() noexcept { return m_queuePlace; }
+    CallList::Place& ListPlace() noexcept { return m_listPlace; }
+
+    /// Passes on the rest of the log, then the notification that belongs to the outcome. Also without the lock, on the
+    /// call's own thread.
+    void NotifyRequest() noexcept;
 
 protected:
     /// Carries the call out on the call's thread. Returning is success unless an error was reported.
@@ -72,26 +118,6 @@ protected:
     void FlushAndDropLog();
 
 private:
-    friend class ServiceConnectorBase;
-
-    enum class State
-    {
-        Created,
-        Queued,
-        Started,
-        Ended,
-    };
-
-    enum class Outcome
-    {
-        Open,
-        Done,
-        Failed,
-        Cancelled,
-    };
-
-    /// Passes on the rest of the log, then the notification that belongs to the outcome.
-    void NotifyRequest(Outcome outcome) noexcept;
     void NotifyRequestOfError() noexcept;
 
     ServiceConnectorBase& m_connector; // kept alive by this call's reference
@@ -101,17 +127,9 @@ private:
     std::unique_ptr<RequestLog> m_log;
 
     // Guarded by the connector's lock.
-    State m_state = State::Created;
-    Outcome m_outcome = Outcome::Open;
-    bool m_cancelRequested = false;
-    std::exception_ptr m_error;
+    CallLife m_life;
     PendingQueue::Place m_queuePlace;
     CallList::Place m_listPlace;
-    qpr::ConditionVariable m_endedChanged;
-
-    // While the call runs: one that is queued or has ended holds no handles.
-    std::unique_ptr<qpr::Cancellation> m_cancellation;
-    std::unique_ptr<qpr::Thread> m_thread;
 };
 
 } // namespace QxClient

@@ -1,7 +1,7 @@
 #include "client/ServiceConnectorBase.h"
 
 #include "client/FrameworkLock.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 #include "worktable/WorkSum.h"
 
 #include <iostream>
@@ -9,17 +9,6 @@
 
 namespace QxClient
 {
-
-namespace
-{
-
-/// Where a waiter looks again by itself.
-constexpr std::uint32_t waitSliceMs = 1000;
-
-/// Where a call that waits for another one looks whether it has been cancelled itself.
-constexpr std::uint32_t nestedWaitSliceMs = 50;
-
-} // namespace
 
 ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings)
     : m_settings(settings)
@@ -97,12 +86,9 @@ qxmi::IServiceCall* ServiceConnectorBase::Enqueue(std::unique_ptr<ServiceCallBas
 
 bool ServiceConnectorBase::Start(ServiceCallBase& call)
 {
-    call.m_state = ServiceCallBase::State::Started;
     try
     {
-        call.m_thread.reset(); // of an earlier start, at its very end
-        call.m_cancellation = std::make_unique<qpr::Cancellation>();
-        call.m_thread = std::make_unique<qpr::Thread>(call, "qx call");
+        call.Life().Start(call);
         return true;
     }
     catch (...)
@@ -115,27 +101,32 @@ bool ServiceConnectorBase::Start(ServiceCallBase& call)
 void ServiceConnectorBase::Fail(ServiceCallBase& call, std::exception_ptr error)
 {
     Unlink(call);
-    call.m_error = std::move(error);
-    call.m_outcome = ServiceCallBase::Outcome::Failed;
-    call.NotifyRequest(call.m_outcome);
-    SetEnded(call);
+    call.Life().ReportError(std::move(error));
+    Conclude(call);
+}
+
+void ServiceConnectorBase::Conclude(ServiceCallBase& call)
+{
+    call.Life().Decide();
+    call.NotifyRequest();
+    call.Life().End();
 }
 
 void ServiceConnectorBase::Finish(ServiceCallBase& call, bool interrupted)
 {
-    ServiceCallBase::Outcome outcome{};
     {
         qpr::ScopedLock lock(m_lock);
-        call.m_cancelRequested |= interrupted;
+        if (interrupted)
+            call.Life().Cancel();
         if (!LeaveOrFail(call))
             return;
-        outcome = ChooseOutcome(call);
+        call.Life().Decide();
     }
-    call.NotifyRequest(outcome);
+    call.NotifyRequest();
     std::unique_ptr<qpr::Thread> earlier; // waited for when the lock is free again
     qpr::ScopedLock lock(m_lock);
-    earlier = std::exchange(m_endedThread, std::move(call.m_thread));
-    SetEnded(call);
+    earlier = std::exchange(m_endedThread, call.Life().TakeThread());
+    call.Life().End();
 }
 
 bool ServiceConnectorBase::LeaveOrFail(ServiceCallBase& call)
@@ -146,65 +137,28 @@ bool ServiceConnectorBase::LeaveOrFail(ServiceCallBase& call)
     }
     catch (...) // no memory to queue it again
     {
-        if (call.m_outcome == ServiceCallBase::Outcome::Open)
-        {
-            call.m_outcome = ServiceCallBase::Outcome::Failed;
-            call.m_error = std::current_exception();
-        }
+        call.Life().ReportError(std::current_exception());
         return true;
     }
-}
-
-ServiceCallBase::Outcome ServiceConnectorBase::ChooseOutcome(ServiceCallBase& call)
-{
-    using Outcome = ServiceCallBase::Outcome;
-    if (call.m_outcome == Outcome::Open)
-        call.m_outcome = call.m_cancelRequested ? Outcome::Cancelled : Outcome::Done;
-    return call.m_outcome;
-}
-
-void ServiceConnectorBase::SetEnded(ServiceCallBase& call)
-{
-    call.m_state = ServiceCallBase::State::Ended;
-    call.m_cancellation.reset();
-    call.m_endedChanged.NotifyAll();
 }
 
 void ServiceConnectorBase::ReportError(ServiceCallBase& call, std::exception_ptr error) noexcept
 {
     qpr::ScopedLock lock(m_lock);
-    if (call.m_outcome != ServiceCallBase::Outcome::Open)
-        return;
-    if (call.m_cancelRequested)
-    {
-        call.m_outcome = ServiceCallBase::Outcome::Cancelled;
-        return;
-    }
-    call.m_outcome = ServiceCallBase::Outcome::Failed;
-    call.m_error = std::move(error);
+    call.Life().ReportError(std::move(error));
 }
 
 bool ServiceConnectorBase::CancelLocked(ServiceCallBase& call)
 {
-    if (call.m_state == ServiceCallBase::State::Started)
-    {
-        call.m_cancelRequested = true;
-        call.m_cancellation->Cancel();
-        return false;
-    }
-    if (call.m_state != ServiceCallBase::State::Queued)
+    const CallLife::State state = call.Life().GetState();
+    if (state == CallLife::State::Started)
+        call.Life().Cancel();
+    if (state != CallLife::State::Queued)
         return false;
     Unqueue(call);
-    call.m_outcome = ServiceCallBase::Outcome::Cancelled;
-    call.NotifyRequest(call.m_outcome);
-    SetEnded(call);
+    call.Life().Cancel();
+    Conclude(call);
     return true;
-}
-
-void ServiceConnectorBase::WaitLocked(ServiceCallBase& call)
-{
-    while (call.m_state != ServiceCallBase::State::Ended)
-        call.m_endedChanged.WaitFor(m_lock, waitSliceMs);
 }
 
 void ServiceConnectorBase::Cancel(ServiceCallBase& call)
@@ -216,14 +170,8 @@ void ServiceConnectorBase::Cancel(ServiceCallBase& call)
 
 void ServiceConnectorBase::WaitFor(ServiceCallBase& call)
 {
-    const qpr::Cancellation* const own = qpr::Cancellation::OfCurrentThread();
     qpr::ScopedLock lock(m_lock);
-    while (own && call.m_state != ServiceCallBase::State::Ended)
-    {
-        own->ThrowIfCancelled();
-        call.m_endedChanged.WaitFor(m_lock, nestedWaitSliceMs);
-    }
-    WaitLocked(call);
+    call.Life().WaitForEnd(m_lock, qpr::Cancellation::OfCurrentThread());
 }
 
 void ServiceConnectorBase::CancelServiceCalls(const std::vector<qxmi::IServiceCall*>& calls)
@@ -236,7 +184,7 @@ void ServiceConnectorBase::CancelServiceCalls(const std::vector<qxmi::IServiceCa
     if (queueChanged)
         PublishChangeLater();
     for (ServiceCallBase* call : own)
-        WaitLocked(*call);
+        call->Life().WaitForEnd(m_lock);
 }
 
 std::vector<ServiceCallBase*> ServiceConnectorBase::OwnCalls(const std::vector<qxmi::IServiceCall*>& calls)
@@ -246,7 +194,7 @@ std::vector<ServiceCallBase*> ServiceConnectorBase::OwnCalls(const std::vector<q
     for (qxmi::IServiceCall* call : calls)
     {
         auto* const base = dynamic_cast<ServiceCallBase*>(call);
-        if (!base || &base->m_connector != this)
+        if (!base || &base->Connector() != this)
             throw qpr::RuntimeError(L"Service call was not made by this service connector");
         own.push_back(base);
     }
@@ -259,38 +207,38 @@ void ServiceConnectorBase::Dispose(ServiceCallBase& call)
         qpr::ScopedLock lock(m_lock);
         if (CancelLocked(call))
             PublishChangeLater();
-        WaitLocked(call);
+        call.Life().WaitForEnd(m_lock);
     }
-    call.m_thread.reset(); // of a start that came back to the queue: it ends before the connector can go
+    call.Life().TakeThread().reset(); // of a start that came back to the queue: it ends before the connector can go
     delete &call;
 }
 
 void ServiceConnectorBase::Append(ServiceCallBase& call)
 {
-    m_queue.Append(call, call.Needs(), call.m_queuePlace);
-    call.m_state = ServiceCallBase::State::Queued;
+    m_queue.Append(call, call.Needs(), call.QueuePlace());
+    call.Life().Enqueue();
 }
 
 void ServiceConnectorBase::Unqueue(ServiceCallBase& call)
 {
-    m_queue.Remove(call.m_queuePlace);
-    call.m_state = ServiceCallBase::State::Created;
+    m_queue.Remove(call.QueuePlace());
+    call.Life().Dequeue();
 }
 
 void ServiceConnectorBase::MoveTo(CallList& list, ServiceCallBase& call)
 {
-    CallList::Unlink(call.m_listPlace);
-    list.Append(call, call.m_listPlace);
+    CallList::Unlink(call.ListPlace());
+    list.Append(call, call.ListPlace());
 }
 
 void ServiceConnectorBase::Unlink(ServiceCallBase& call)
 {
-    CallList::Unlink(call.m_listPlace);
+    CallList::Unlink(call.ListPlace());
 }
 
-bool ServiceConnectorBase::IsIn(const CallList& list, const ServiceCallBase& call)
+bool ServiceConnectorBase::IsIn(const CallList& list, ServiceCallBase& call)
 {
-    return list.Holds(call.m_listPlace);
+    return list.Holds(call.ListPlace());
 }
 
 qxm::Work ServiceConnectorBase::SumOf(const CallList& calls)

@@ -4,11 +4,11 @@
 #include "client/PendingQueue.h"
 #include "client/ServiceCallBase.h"
 #include "config/ConnectorSettings.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Mutex.h"
 #include "runtime/ReferenceCounted.h"
-#include "runtime/Thread.h"
-#include "worktable/WorkRecord.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/Thread.h"
+#include "worktable/WorkSum.h"
 
 #include <qxmi/IServiceConnectorW.h>
 
@@ -66,8 +66,7 @@ protected:
     void Unqueue(ServiceCallBase& call) QX_REQUIRES(m_lock);
     static void MoveTo(CallList& list, ServiceCallBase& call);
     static void Unlink(ServiceCallBase& call);
-    static bool IsIn(const CallList& list, const ServiceCallBase& call);
-    static bool IsCancelRequested(const ServiceCallBase& call) { return call.m_cancelRequested; }
+    static bool IsIn(const CallList& list, ServiceCallBase& call);
 
     /// What calls use together, in their order; and what the queued calls that can run on this computer would.
     static qxm::Work SumOf(const CallList& calls);
@@ -101,13 +100,10 @@ protected:
 private:
     /// A queued call leaves the queue; a started one is asked to stop. True when the queue changed.
     bool CancelLocked(ServiceCallBase& call) QX_REQUIRES(m_lock);
-    void WaitLocked(ServiceCallBase& call) QX_REQUIRES(m_lock);
-
     bool LeaveOrFail(ServiceCallBase& call) QX_REQUIRES(m_lock);
 
-    /// The last thing done to a call: its waiters go on and may destroy it once the lock is free.
-    static void SetEnded(ServiceCallBase& call);
-    static ServiceCallBase::Outcome ChooseOutcome(ServiceCallBase& call);
+    /// Ends a call that has no thread.
+    static void Conclude(ServiceCallBase& call);
 
     /// Checks that the calls are this connector's.
     std::vector<ServiceCallBase*> OwnCalls(const std::vector<qxmi::IServiceCall*>& calls);

@@ -17,7 +17,7 @@ if(QX_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${QX_CCACHE})
 endif()
 
-# The folder of runtime/ and worktable/ that holds the system calls.
+# The folders below runtime/ that hold the system calls.
 if(WIN32)
   set(QX_PLATFORM windows)
   add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)

@@ -1,7 +1,7 @@
 #include "config/Arguments.h"
 
-#include "runtime/Errors.h"
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/WhiteSpace.h"
 
 #include <algorithm>
 #include <utility>

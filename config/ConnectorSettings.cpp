@@ -1,8 +1,8 @@
 #include "config/ConnectorSettings.h"
 
 #include "config/XmlDocument.h"
-#include "runtime/Errors.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 
 #include <sstream>
 

@@ -1,8 +1,8 @@
 #include "config/HostDescription.h"
 
 #include "config/Arguments.h"
-#include "runtime/Errors.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 
 #include <algorithm>
 #include <locale>
@@ -164,6 +164,20 @@ HostDescription HostDescription::Read(std::wstring_view line, const std::wstring
             throw qpr::RuntimeError(L"Error parsing '" + key + L"=" + text + L"'");
         }
     }
+    return host;
+}
+
+HostDescription HostDescriptionMemo::Read(std::wstring_view line)
+{
+    {
+        const qpr::ScopedLock lock(m_lock);
+        if (line == m_line)
+            return m_host;
+    }
+    HostDescription host = HostDescription::Read(line, m_role);
+    const qpr::ScopedLock lock(m_lock);
+    m_line = line;
+    m_host = host;
     return host;
 }
 

@@ -1,8 +1,8 @@
 #include "config/HostTypes.h"
 
 #include "config/Arguments.h"
-#include "runtime/Errors.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "config/LocalHost.h"
 
-#include "runtime/ComputerFacts.h"
-#include "runtime/CurrentProcess.h"
+#include "runtime/computer/ComputerFacts.h"
+#include "runtime/processes/CurrentProcess.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 #include "config/ServantsReader.h"
 
 #include "config/HostRequirements.h"
-#include "runtime/Errors.h"
-#include "runtime/FilePath.h"
-#include "runtime/TextValues.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 
 namespace qxm
 {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "config/Version.h"
-#include "runtime/Mutex.h"
 #include "runtime/Nullable.h"
 #include "runtime/ReferenceCounted.h"
+#include "runtime/threads/Mutex.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "config/UsageModel.h"
 
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
 
 #include <locale>
 #include <sstream>

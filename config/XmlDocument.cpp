@@ -1,7 +1,7 @@
 #include "config/XmlDocument.h"
 
 #include "config/XmlReader.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <functional>
 #include <istream>

@@ -3,8 +3,8 @@
 
 #include "config/XmlReader.h"
 
-#include "runtime/Utf8.h"
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/text/WhiteSpace.h"
 
 #include <expat.h>
 

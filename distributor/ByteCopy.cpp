@@ -1,6 +1,7 @@
 #include "distributor/ByteCopy.h"
 
-#include "runtime/Errors.h"
+#include "distributor/IServantStarter.h"
+#include "runtime/text/Errors.h"
 
 #include <exception>
 #include <memory>
@@ -46,6 +47,21 @@ void DiscardBytes(qpr::IReader& source)
     catch (const std::exception&)
     {
     }
+}
+
+InputCopier::InputCopier(qpr::Socket& client, IServant& servant, const qpr::Cancellation& cancellation)
+    : m_reader(client, cancellation)
+    , m_servant(servant)
+    , m_thread(*this, "qx input")
+{
+}
+
+void InputCopier::Run()
+{
+    const CopyEnd end = CopyBytes(m_reader, m_servant.Input());
+    m_servant.CloseInput();
+    if (end.kind == CopyEnd::Kind_TargetFailed)
+        DiscardBytes(m_reader);
 }
 
 } // namespace qxd

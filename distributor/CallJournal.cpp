@@ -1,7 +1,7 @@
 #include "distributor/CallJournal.h"
 
-#include "runtime/PrintableText.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/PrintableText.h"
+#include "runtime/text/Utf8.h"
 
 #include <array>
 #include <exception>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "runtime/IRunnable.h"
-#include "runtime/IWriter.h"
-#include "runtime/Mutex.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/channels/IWriter.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <cstddef>
 #include <deque>

@@ -2,8 +2,8 @@
 
 #include "distributor/ByteCopy.h"
 #include "protocol/LineConversation.h"
-#include "runtime/Errors.h"
-#include "runtime/PrintableText.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/PrintableText.h"
 
 #include <algorithm>
 #include <utility>

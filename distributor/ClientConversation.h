@@ -1,8 +1,8 @@
 #pragma once
 
-#include "config/HostDescriptionMemo.h"
-#include "protocol/SocketStreams.h"
-#include "protocol/Utf8Streams.h"
+#include "config/HostDescription.h"
+#include "streams/SocketStreams.h"
+#include "streams/Utf8Streams.h"
 
 #include <string>
 #include <string_view>

@@ -7,7 +7,7 @@
 #include "distributor/Reception.h"
 #include "protocol/DistributorConversation.h"
 #include "protocol/LogConnection.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <chrono>
 #include <iomanip>

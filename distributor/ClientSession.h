@@ -1,11 +1,11 @@
 #pragma once
 
-#include "distributor/CallOrder.h"
+#include "distributor/Reception.h"
 #include "distributor/SessionSurroundings.h"
 #include "distributor/SlotQueue.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Socket.h"
-#include "runtime/Thread.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <atomic>
 #include <functional>

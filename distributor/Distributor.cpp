@@ -3,9 +3,9 @@
 #include "distributor/ClientConversation.h"
 #include "protocol/DistributorConversation.h"
 #include "protocol/GraceTime.h"
-#include "runtime/Deadline.h"
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/Deadline.h"
 
 #include <algorithm>
 #include <utility>

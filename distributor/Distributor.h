@@ -4,7 +4,7 @@
 #include "distributor/SessionList.h"
 #include "distributor/SessionSurroundings.h"
 #include "distributor/SlotQueue.h"
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
 
 #include <cstdint>
 #include <string>

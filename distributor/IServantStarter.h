@@ -1,10 +1,10 @@
 #pragma once
 
-#include "runtime/Cancellation.h"
-#include "runtime/IReader.h"
-#include "runtime/IWriter.h"
-#include "runtime/ProcessFigures.h"
-#include "runtime/Wait.h"
+#include "runtime/channels/IReader.h"
+#include "runtime/channels/IWriter.h"
+#include "runtime/processes/ProcessFigures.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Wait.h"
 
 #include <cstdint>
 #include <memory>

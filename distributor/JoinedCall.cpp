@@ -4,8 +4,8 @@
 #include "distributor/ClientConversation.h"
 #include "protocol/ExecutionInfoRecord.h"
 #include "protocol/NetworkLog.h"
-#include "runtime/Errors.h"
-#include "runtime/SystemErrors.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/SystemErrors.h"
 
 #include <utility>
 

@@ -1,17 +1,54 @@
 #pragma once
 
-#include "distributor/CallOrder.h"
+#include "distributor/ByteCopy.h"
 #include "distributor/IServantStarter.h"
-#include "distributor/InputCopier.h"
-#include "distributor/LogChannel.h"
-#include "protocol/ByteStreams.h"
-#include "protocol/Utf8Streams.h"
+#include "distributor/Reception.h"
+#include "runtime/channels/IWriter.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/ThreadEvent.h"
+#include "streams/ByteStreams.h"
+#include "streams/Utf8Streams.h"
 
 #include <memory>
 #include <optional>
 
 namespace qxd
 {
+
+/// The way of a servant's log to its client. It can be written to before the client has connected: a write then waits
+/// for that. Used by one thread at a time, but for Connected.
+class LogChannel final : public qpr::IWriter
+{
+public:
+    /// Neither is owned; both outlive the channel. The socket is not touched before Connected.
+    LogChannel(qpr::Socket& socket, const qpr::Cancellation& cancellation)
+        : m_wait(cancellation)
+        , m_writer(socket, cancellation)
+    {
+    }
+
+    /// The socket is connected from now on. Any thread may call.
+    void Connected() { m_connected.Signal(); }
+
+    void Write(const void* buffer, std::size_t size) override
+    {
+        m_wait.For(m_connected.Object(), L"qxd::LogChannel::Write");
+        m_writer.Write(buffer, size);
+        if (size != 0)
+            m_isInLine = static_cast<const char*>(buffer)[size - 1] != '\n';
+    }
+    void Flush() override { }
+
+    /// Whether what has been written ends in the middle of a line.
+    bool IsInLine() const noexcept { return m_isInLine; }
+
+private:
+    const qpr::Wait m_wait;
+    qpr::SocketWriter m_writer;
+    bool m_isInLine = false;
+    qpr::ThreadEvent m_connected{qpr::ThreadEvent::Kind_ManualReset};
+};
 
 /// A running call: a servant whose input and output are joined with its client's main connection and whose log goes to
 /// the log connection. Used by the client's session thread; another copies the input. The destructor ends what is left

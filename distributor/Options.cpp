@@ -1,7 +1,7 @@
 #include "distributor/Options.h"
 
 #include "config/Version.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <CLI/CLI.hpp>
 

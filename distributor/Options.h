@@ -1,7 +1,7 @@
 #pragma once
 
 #include "runtime/Nullable.h"
-#include "runtime/SocketAddress.h"
+#include "runtime/channels/SocketAddress.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "distributor/ProcessStarter.h"
 
 #include "protocol/ServantProcess.h"
-#include "runtime/CommandLineText.h"
-#include "runtime/Errors.h"
+#include "runtime/text/CommandLineText.h"
+#include "runtime/text/Errors.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #include "distributor/ServiceCatalogue.h"
 
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 namespace qxd
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "distributor/ClientSession.h"
-#include "runtime/Mutex.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <list>
 #include <memory>

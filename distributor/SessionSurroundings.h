@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/HostDescriptionMemo.h"
+#include "config/HostDescription.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/Mutex.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <cstdint>
 #include <list>

@@ -4,11 +4,11 @@
 #include "distributor/Options.h"
 #include "distributor/ProcessStarter.h"
 #include "distributor/ServiceCatalogue.h"
-#include "runtime/CurrentProcess.h"
-#include "runtime/Errors.h"
-#include "runtime/InterruptSignal.h"
-#include "runtime/ProgramArguments.h"
-#include "runtime/StandardStreams.h"
+#include "runtime/channels/StandardStreams.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/processes/InterruptSignal.h"
+#include "runtime/processes/ProgramArguments.h"
+#include "runtime/text/Errors.h"
 
 #include <algorithm>
 #include <iostream>

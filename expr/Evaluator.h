@@ -3,7 +3,7 @@
 #include "expr/Expression.h"
 #include "expr/Parser.h"
 #include "expr/Value.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <string>
 #include <string_view>

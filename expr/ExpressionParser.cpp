@@ -1,12 +1,11 @@
 #include "expr/ExpressionParser.h"
 
-#include "expr/BinaryOperation.h"
 #include "expr/Constant.h"
 #include "expr/Functions.h"
 #include "expr/IfThenElse.h"
 #include "expr/InfixExpressionContext.h"
 #include "expr/Nesting.h"
-#include "expr/UnaryOperation.h"
+#include "expr/Operations.h"
 
 namespace qexpr
 {

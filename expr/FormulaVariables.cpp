@@ -1,6 +1,6 @@
 #include "expr/FormulaVariables.h"
 
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <stdexcept>
 

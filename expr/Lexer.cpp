@@ -1,6 +1,6 @@
 #include "expr/Lexer.h"
 
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/WhiteSpace.h"
 
 #include <charconv>
 #include <locale>

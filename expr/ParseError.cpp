@@ -1,6 +1,6 @@
 #include "expr/ParseError.h"
 
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/WhiteSpace.h"
 
 namespace qexpr
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #include "expr/Value.h"
 
-#include "runtime/Errors.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 
 #include <cwchar>
 #include <iterator>

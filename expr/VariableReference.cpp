@@ -1,7 +1,7 @@
 #include "expr/VariableReference.h"
 
 #include "expr/Constant.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <ostream>
 #include <stdexcept>

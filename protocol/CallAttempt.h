@@ -1,7 +1,7 @@
 #pragma once
 
 #include "protocol/ICallContext.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/Thread.h"
 
 #include <exception>
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include "protocol/ByteStreams.h"
 #include "protocol/GenericServiceConnection.h"
-#include "protocol/compression/BlockedQLZ14Reader.h"
-#include "protocol/compression/BlockedQLZ14Writer.h"
-#include "protocol/compression/BlockedRawDeflateReader.h"
-#include "protocol/compression/BlockedRawDeflateWriter.h"
+#include "streams/ByteStreams.h"
+#include "streams/compression/BlockedQLZ14.h"
+#include "streams/compression/BlockedRawDeflate.h"
 
 #include <qxmi/internal/IServiceConnectionExW.h>
 

@@ -2,11 +2,10 @@
 
 #include "config/Arguments.h"
 #include "protocol/LineConversation.h"
-#include "protocol/PeekingInputStream.h"
-#include "protocol/SocketStreams.h"
-#include "protocol/Utf8Streams.h"
-#include "runtime/Errors.h"
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/WhiteSpace.h"
+#include "streams/SocketStreams.h"
+#include "streams/Utf8Streams.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "config/HostDescriptionMemo.h"
+#include "config/HostDescription.h"
 #include "protocol/ServiceRequestAttributes.h"
-#include "runtime/Socket.h"
-#include "runtime/SocketAddress.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/channels/SocketAddress.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "protocol/DistributorRequest.h"
 
 #include "protocol/LogConnection.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "protocol/ExecutionInfoRecord.h"
 
-#include "runtime/ProcessFigures.h"
+#include "runtime/processes/ProcessFigures.h"
 
 #include <string_view>
 

@@ -4,7 +4,7 @@
 #include "config/HostDescription.h"
 #include "config/ServiceInfo.h"
 #include "protocol/ServiceRequestAttributes.h"
-#include "runtime/ProcessFigures.h"
+#include "runtime/processes/ProcessFigures.h"
 
 #include <ostream>
 #include <string>

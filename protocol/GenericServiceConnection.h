@@ -1,7 +1,7 @@
 #pragma once
 
-#include "protocol/ByteStreams.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
+#include "streams/ByteStreams.h"
 
 #include <qxmi/internal/IServiceConnectionExW.h>
 

@@ -1,7 +1,7 @@
 #include "protocol/GraceTime.h"
 
-#include "runtime/Cancellation.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Thread.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/WaitObject.h"
+#include "runtime/threads/WaitObject.h"
 
 #include <atomic>
 #include <chrono>

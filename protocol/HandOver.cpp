@@ -2,8 +2,8 @@
 
 #include "protocol/CallAttempt.h"
 #include "protocol/CompressedServiceConnection.h"
-#include "protocol/StreamFailure.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
+#include "streams/StreamFailure.h"
 
 #include <qxmi/internal/IServiceConnectionExW.h>
 

@@ -6,7 +6,7 @@
 #include "protocol/ServantCommandLine.h"
 #include "protocol/ServantConversation.h"
 #include "protocol/ServantProcess.h"
-#include "runtime/Cancellation.h"
+#include "runtime/threads/Cancellation.h"
 
 namespace qxm
 {

@@ -2,9 +2,9 @@
 
 #include "protocol/DistributorConversation.h"
 #include "protocol/LineConversation.h"
-#include "protocol/PeekingInputStream.h"
-#include "protocol/Utf8Streams.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
+#include "streams/SocketStreams.h"
+#include "streams/Utf8Streams.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,9 @@
 #include "protocol/LogForwarder.h"
 
 #include "protocol/GraceTime.h"
-#include "runtime/Cancellation.h"
-#include "runtime/IReader.h"
-#include "runtime/Utf8LossyDecoder.h"
+#include "runtime/channels/IReader.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/Cancellation.h"
 
 #include <array>
 #include <string>

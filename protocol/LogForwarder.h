@@ -1,9 +1,9 @@
 #pragma once
 
 #include "protocol/GraceTime.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <functional>
 #include <ostream>

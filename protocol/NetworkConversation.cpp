@@ -4,11 +4,11 @@
 #include "protocol/HandOver.h"
 #include "protocol/LogForwarder.h"
 #include "protocol/NetworkLog.h"
-#include "protocol/PeekingInputStream.h"
 #include "protocol/ServantAnswer.h"
 #include "protocol/ServantConversation.h"
-#include "runtime/Cancellation.h"
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/Cancellation.h"
+#include "streams/SocketStreams.h"
 
 #include <functional>
 

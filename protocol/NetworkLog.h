@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/Cancellation.h"
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/Cancellation.h"
 
 #include <qxmi/IServiceConnectionW.h>
 

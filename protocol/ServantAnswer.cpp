@@ -2,8 +2,8 @@
 
 #include "config/Arguments.h"
 #include "protocol/LineConversation.h"
-#include "protocol/Utf8Streams.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
+#include "streams/Utf8Streams.h"
 
 namespace qxm
 {

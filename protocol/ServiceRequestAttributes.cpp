@@ -1,9 +1,9 @@
 #include "protocol/ServiceRequestAttributes.h"
 
 #include "protocol/LineConversation.h"
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
-#include "runtime/WhiteSpace.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/text/WhiteSpace.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,8 +1,8 @@
 #include "protocol/SupervisedProcess.h"
 
-#include "runtime/Cancellation.h"
-#include "runtime/Errors.h"
-#include "runtime/Thread.h"
+#include "runtime/text/Errors.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Thread.h"
 
 #include <utility>
 

@@ -2,8 +2,8 @@
 
 #include "protocol/GraceTime.h"
 #include "protocol/LogForwarder.h"
-#include "runtime/ChildProcess.h"
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/processes/ChildProcess.h"
 
 #include <functional>
 #include <optional>

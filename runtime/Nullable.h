@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Panic.h"
+#include "runtime/text/Panic.h"
 
 namespace qpr
 {

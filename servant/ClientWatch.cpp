@@ -1,7 +1,7 @@
 #include "servant/ClientWatch.h"
 
-#include "runtime/StandardStreams.h"
-#include "runtime/WaitObject.h"
+#include "runtime/channels/StandardStreams.h"
+#include "runtime/threads/WaitObject.h"
 
 #include <array>
 #include <cstdlib>

@@ -2,11 +2,11 @@
 
 #include "protocol/CompressedServiceConnection.h"
 #include "protocol/GenericServiceConnection.h"
-#include "runtime/CurrentProcess.h"
-#include "runtime/Errors.h"
-#include "runtime/ProgramArguments.h"
-#include "runtime/StandardStreams.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/StandardStreams.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/processes/ProgramArguments.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
 #include "servant/ClientWatch.h"
 #include "servant/ServantCommand.h"
 

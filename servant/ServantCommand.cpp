@@ -2,7 +2,7 @@
 
 #include "protocol/CompressionMode.h"
 #include "protocol/ServantAnswer.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/TextValues.h"
 
 #include <utility>
 

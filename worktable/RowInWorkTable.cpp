@@ -1,6 +1,6 @@
 #include "worktable/RowInWorkTable.h"
 
-#include "runtime/Panic.h"
+#include "runtime/text/Panic.h"
 #include "worktable/WorkSum.h"
 
 #include <string>

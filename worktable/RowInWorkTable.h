@@ -1,10 +1,10 @@
 #pragma once
 
-#include "runtime/CurrentProcess.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Mutex.h"
-#include "runtime/Thread.h"
-#include "worktable/WorkRecord.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/Thread.h"
+#include "worktable/WorkSum.h"
 #include "worktable/WorkTable.h"
 
 #include <cstddef>

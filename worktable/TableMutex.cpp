@@ -1,6 +1,6 @@
 #include "worktable/TableMutex.h"
 
-#include "runtime/Deadline.h"
+#include "runtime/threads/Deadline.h"
 
 namespace qxm
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "worktable/ProcessMutex.h"
+#include "runtime/named/ProcessMutex.h"
 
 #include <cstdint>
 

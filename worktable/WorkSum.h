@@ -1,6 +1,5 @@
 #pragma once
 
-#include "worktable/WorkRecord.h"
 #include "worktable/WorkTableLayout.h"
 
 #include <algorithm>
@@ -9,6 +8,25 @@
 
 namespace qxm
 {
+
+/// A number of calls and what they use together.
+struct Work
+{
+    std::uint32_t jobs = 0;
+    float processors = 0;
+    float memoryInMB = 0;
+
+    friend bool operator==(const Work&, const Work&) = default;
+};
+
+/// What a job manager tells the others about itself.
+struct WorkRecord
+{
+    Work active; ///< the calls it runs
+    Work pending; ///< the calls that wait for admission
+
+    friend bool operator==(const WorkRecord&, const WorkRecord&) = default;
+};
 
 /// An amount as it counts: what nobody can need (negative, not a number) is nothing, and infinity is more than any
 /// limit but still a number, so that sums of it can be compared and subtracted from.

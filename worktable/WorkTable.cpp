@@ -1,10 +1,10 @@
 #include "worktable/WorkTable.h"
 
-#include "runtime/Deadline.h"
-#include "runtime/Environment.h"
-#include "runtime/Errors.h"
-#include "runtime/Panic.h"
-#include "worktable/NamedObject.h"
+#include "runtime/named/NamedObject.h"
+#include "runtime/processes/Environment.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Panic.h"
+#include "runtime/threads/Deadline.h"
 #include "worktable/TableMutex.h"
 #include "worktable/WorkTableTrace.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "runtime/Mutex.h"
-#include "worktable/ProcessEvent.h"
-#include "worktable/ProcessMutex.h"
-#include "worktable/SharedMemorySegment.h"
+#include "runtime/named/ProcessEvent.h"
+#include "runtime/named/ProcessMutex.h"
+#include "runtime/named/SharedMemorySegment.h"
+#include "runtime/threads/Mutex.h"
 #include "worktable/WorkTableLayout.h"
 #include "worktable/WorkTableNames.h"
 

@@ -1,8 +1,8 @@
 #include "worktable/WorkTableTrace.h"
 
-#include "runtime/CurrentProcess.h"
-#include "runtime/TimeFormat.h"
-#include "runtime/Utf8.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/text/TimeFormat.h"
+#include "runtime/text/Utf8.h"
 
 #include <array>
 #include <bit>

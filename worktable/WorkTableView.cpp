@@ -1,7 +1,7 @@
 #include "worktable/WorkTableView.h"
 
-#include "runtime/Errors.h"
-#include "worktable/NamedObject.h"
+#include "runtime/named/NamedObject.h"
+#include "runtime/text/Errors.h"
 #include "worktable/TableMutex.h"
 #include "worktable/WorkSum.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "worktable/WorkRecord.h"
+#include "worktable/WorkSum.h"
 #include "worktable/WorkTable.h"
 
 #include <cstddef>

@@ -56,7 +56,7 @@ protected:
     RecordingRequest& LastRequest() { return m_requests.back(); }
     RecordingRequest& Request(std::size_t index) { return m_requests[index]; }
 
-    qxm::WorkTableOptions TableOptions() const { return m_tableName.Options(); }
+    qxm::WorkTableOptions TableOptions() const { return test::OptionsOf(m_tableName); }
 
     static qxm::HostDescription Host()
     {

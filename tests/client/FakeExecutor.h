@@ -2,10 +2,10 @@
 
 #include "client/ICallExecutor.h"
 #include "protocol/ICallContext.h"
-#include "runtime/Cancellation.h"
-#include "runtime/Errors.h"
-#include "runtime/ThreadEvent.h"
-#include "runtime/Wait.h"
+#include "runtime/text/Errors.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/ThreadEvent.h"
+#include "runtime/threads/Wait.h"
 
 #include <condition_variable>
 #include <map>

@@ -1,6 +1,6 @@
 #include "client/OpenHandles.h"
 
-#include "runtime/windows/SystemHeaders.h"
+#include "runtime/text/windows/SystemHeaders.h"
 
 std::ptrdiff_t test::CountOpenHandles()
 {

@@ -1,6 +1,6 @@
 #include "client/PendingQueue.h"
 
-#include "client/LocalAdmission.h"
+#include "client/LocalComputer.h"
 
 #include <gtest/gtest.h>
 

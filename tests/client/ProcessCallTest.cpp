@@ -1,7 +1,7 @@
 #include "client/ProcessCall.h"
 
 #include "client/RecordingProcessRequest.h"
-#include "runtime/Environment.h"
+#include "runtime/processes/Environment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/ThreadEvent.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/ThreadEvent.h"
 #include "support/ChildMain.h"
 
 #include <qxmi/IProcessRequestW.h>

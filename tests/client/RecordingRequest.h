@@ -2,7 +2,7 @@
 
 #include <qxmi/IServiceRequestW.h>
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <algorithm>
 #include <map>

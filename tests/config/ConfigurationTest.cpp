@@ -1,7 +1,7 @@
 #include "config/Configuration.h"
 
 #include "config/TemporaryDirectory.h"
-#include "runtime/FilePath.h"
+#include "runtime/channels/FilePath.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/CurrentProcess.h"
-#include "runtime/Utf8.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/text/Utf8.h"
 
 #include <atomic>
 #include <filesystem>

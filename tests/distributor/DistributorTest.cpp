@@ -1,7 +1,7 @@
 #include "distributor/Distributor.h"
 
 #include "distributor/RunningDistributor.h"
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 #include "support/ErrorOf.h"
 #include "support/ProcessControl.h"
 #include "support/ScriptedDistributor.h"

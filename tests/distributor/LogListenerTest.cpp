@@ -1,6 +1,6 @@
 #include "distributor/LogListener.h"
 
-#include "runtime/Cancellation.h"
+#include "runtime/threads/Cancellation.h"
 
 #include <gtest/gtest.h>
 

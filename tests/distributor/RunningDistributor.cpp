@@ -1,7 +1,7 @@
 #include "distributor/RunningDistributor.h"
 
 #include "config/LocalHost.h"
-#include "runtime/CurrentProcess.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "support/ChildMain.h"
 
 #include <gtest/gtest.h>

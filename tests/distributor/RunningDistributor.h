@@ -5,9 +5,9 @@
 #include "distributor/ProcessStarter.h"
 #include "distributor/ServiceCatalogue.h"
 #include "protocol/DistributorRequest.h"
-#include "runtime/IRunnable.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 #include "support/SocketText.h"
 
 #include <condition_variable>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/Utf8.h"
-#include "worktable/SharedMemorySegment.h"
+#include "runtime/named/SharedMemorySegment.h"
+#include "runtime/text/Utf8.h"
 #include "worktable/TableMutex.h"
 #include "worktable/TestTable.h"
 

@@ -1,8 +1,7 @@
-#include "expr/BinaryOperation.h"
 #include "expr/Constant.h"
 #include "expr/Functions.h"
 #include "expr/IfThenElse.h"
-#include "expr/UnaryOperation.h"
+#include "expr/Operations.h"
 #include "expr/VariableReference.h"
 #include "tests/expr/Outcomes.h"
 

@@ -1,7 +1,7 @@
-#include "protocol/ByteStreams.h"
-#include "protocol/compression/CompressedBlockReader.h"
+#include "streams/ByteStreams.h"
+#include "streams/compression/CompressedBlocks.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/protocol/PieceReader.h"
+#include "tests/streams/PieceReader.h"
 
 #include <vector>
 

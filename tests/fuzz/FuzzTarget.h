@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/protocol/PacketCodec.h"
-#include "tests/protocol/ReferenceUnpacker.h"
+#include "tests/streams/PacketCodec.h"
+#include "tests/streams/ReferenceUnpacker.h"
 
 namespace
 {

@@ -1,8 +1,7 @@
-#include "protocol/ByteStreams.h"
-#include "protocol/compression/BlockedRawDeflateReader.h"
-#include "protocol/compression/BlockedRawDeflateWriter.h"
+#include "streams/ByteStreams.h"
+#include "streams/compression/BlockedRawDeflate.h"
 #include "tests/fuzz/FuzzTarget.h"
-#include "tests/protocol/PieceReader.h"
+#include "tests/streams/PieceReader.h"
 
 #include <sstream>
 

@@ -2,7 +2,7 @@
 
 #include "config/Arguments.h"
 #include "config/HostDescription.h"
-#include "runtime/TextValues.h"
+#include "runtime/text/TextValues.h"
 #include "tests/fuzz/FuzzTarget.h"
 
 namespace

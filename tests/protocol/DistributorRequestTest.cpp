@@ -1,9 +1,9 @@
 #include "protocol/DistributorRequest.h"
 
-#include "runtime/Cancellation.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 #include "support/ErrorOf.h"
 #include "support/ScriptedDistributor.h"
 #include "support/SocketText.h"

@@ -1,6 +1,6 @@
 #include "protocol/ServiceRequestAttributes.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "ToolFixture.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <fstream>
 #include <set>

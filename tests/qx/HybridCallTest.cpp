@@ -1,8 +1,8 @@
 #include "ToolFixture.h"
 
 #include "config/LocalHost.h"
-#include "runtime/ThreadEvent.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/ThreadEvent.h"
 #include "support/DistributorProgram.h"
 #include "support/ScriptedDistributor.h"
 

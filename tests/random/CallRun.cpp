@@ -1,7 +1,7 @@
 #include "random/CallRun.h"
 
 #include "config/LocalHost.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "support/ChildMain.h"
 #include "support/DistributorProgram.h"
 #include "support/ProcessControl.h"

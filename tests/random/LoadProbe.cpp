@@ -1,7 +1,7 @@
 #include "random/LoadProbe.h"
 
 #include "random/Payload.h"
-#include "runtime/StandardStreams.h"
+#include "runtime/channels/StandardStreams.h"
 #include "support/ChildMain.h"
 
 #include <algorithm>

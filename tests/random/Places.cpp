@@ -1,7 +1,7 @@
 #include "random/Places.h"
 
-#include "runtime/CurrentProcess.h"
-#include "runtime/Environment.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/processes/Environment.h"
 
 #include <fstream>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "runtime/CheckedIntCast.h"
+#include "runtime/text/CheckedIntCast.h"
 
 #include "runtime/Nullable.h"
 

@@ -1,7 +1,7 @@
-#include "runtime/ChildProcess.h"
+#include "runtime/processes/ChildProcess.h"
 
-#include "runtime/NamedPipe.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/text/Utf8.h"
 #include "support/ChildMain.h"
 #include "support/ErrorOf.h"
 #include "support/PipedChild.h"

@@ -1,6 +1,6 @@
-#include "runtime/CommandLineText.h"
+#include "runtime/text/CommandLineText.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

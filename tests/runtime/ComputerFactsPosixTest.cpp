@@ -1,4 +1,4 @@
-#include "runtime/ComputerFacts.h"
+#include "runtime/computer/ComputerFacts.h"
 
 #include <gtest/gtest.h>
 

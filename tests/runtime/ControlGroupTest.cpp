@@ -1,6 +1,6 @@
-#include "runtime/ControlGroup.h"
+#include "runtime/computer/ControlGroup.h"
 
-#include "runtime/CurrentProcess.h"
+#include "runtime/processes/CurrentProcess.h"
 
 #include <gtest/gtest.h>
 

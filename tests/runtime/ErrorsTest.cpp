@@ -1,7 +1,7 @@
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 
-#include "runtime/SystemErrors.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/SystemErrors.h"
+#include "runtime/text/Utf8.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "runtime/FilePath.h"
+#include "runtime/channels/FilePath.h"
 
 #include <gtest/gtest.h>
 

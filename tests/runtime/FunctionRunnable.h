@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/IRunnable.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
-#include "runtime/InterruptSignal.h"
+#include "runtime/processes/InterruptSignal.h"
 
-#include "runtime/Thread.h"
+#include "runtime/threads/Thread.h"
 
 #include <gtest/gtest.h>
 

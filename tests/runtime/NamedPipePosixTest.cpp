@@ -1,4 +1,4 @@
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
 
 #include "support/ErrorOf.h"
 

@@ -1,8 +1,8 @@
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
 
-#include "runtime/Cancellation.h"
 #include "runtime/FunctionRunnable.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Thread.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

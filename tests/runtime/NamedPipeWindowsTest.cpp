@@ -1,7 +1,7 @@
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
 
-#include "runtime/ThreadEvent.h"
-#include "runtime/windows/Handle.h"
+#include "runtime/threads/ThreadEvent.h"
+#include "runtime/threads/windows/Handle.h"
 #include "support/ErrorOf.h"
 
 #include <gmock/gmock.h>

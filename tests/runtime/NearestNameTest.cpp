@@ -1,4 +1,4 @@
-#include "runtime/NearestName.h"
+#include "runtime/text/NearestName.h"
 
 #include <gtest/gtest.h>
 

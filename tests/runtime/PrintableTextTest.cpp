@@ -1,6 +1,6 @@
-#include "runtime/PrintableText.h"
+#include "runtime/text/PrintableText.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "runtime/ProcessFigures.h"
+#include "runtime/processes/ProcessFigures.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "runtime/SocketAddress.h"
+#include "runtime/channels/SocketAddress.h"
 
 #include "support/ErrorOf.h"
 

@@ -1,8 +1,8 @@
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
 
-#include "runtime/Cancellation.h"
 #include "runtime/FunctionRunnable.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/Thread.h"
 #include "support/ErrorOf.h"
 #include "support/SocketPair.h"
 #include "support/SocketText.h"

@@ -1,6 +1,6 @@
-#include "runtime/TextValues.h"
+#include "runtime/text/TextValues.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include "runtime/FunctionRunnable.h"
 #include "support/ErrorOf.h"

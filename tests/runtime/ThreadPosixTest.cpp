@@ -1,6 +1,6 @@
 #include "FunctionRunnable.h"
-#include "runtime/Thread.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "runtime/Thread.h"
+#include "runtime/threads/Thread.h"
 
-#include "runtime/Cancellation.h"
-#include "runtime/Errors.h"
 #include "runtime/FunctionRunnable.h"
-#include "runtime/ThreadEvent.h"
-#include "runtime/Wait.h"
+#include "runtime/text/Errors.h"
+#include "runtime/threads/Cancellation.h"
+#include "runtime/threads/ThreadEvent.h"
+#include "runtime/threads/Wait.h"
 #include "support/ErrorOf.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "runtime/TimeFormat.h"
+#include "runtime/text/TimeFormat.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,4 @@
-#include "runtime/Utf8.h"
-
-#include "runtime/Utf8LossyDecoder.h"
+#include "runtime/text/Utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "support/PipedChild.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "support/ChildMain.h"
 
 #include <filesystem>

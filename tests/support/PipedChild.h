@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/ChildProcess.h"
-#include "runtime/NamedPipe.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/processes/ChildProcess.h"
 
 #include <optional>
 #include <string>

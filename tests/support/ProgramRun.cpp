@@ -1,8 +1,8 @@
 #include "support/ProgramRun.h"
 
-#include "runtime/ChildProcess.h"
-#include "runtime/NamedPipe.h"
-#include "runtime/Thread.h"
+#include "runtime/channels/NamedPipe.h"
+#include "runtime/processes/ChildProcess.h"
+#include "runtime/threads/Thread.h"
 #include "support/ChildMain.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "support/ScriptedDistributor.h"
 
-#include "runtime/Errors.h"
+#include "runtime/text/Errors.h"
 #include "support/SocketText.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runtime/IRunnable.h"
-#include "runtime/Socket.h"
-#include "runtime/Thread.h"
+#include "runtime/channels/Socket.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <functional>
 #include <string>

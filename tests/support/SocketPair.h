@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Socket.h"
+#include "runtime/channels/Socket.h"
 
 namespace test
 {

@@ -1,5 +1,5 @@
-#include "runtime/ProgramArguments.h"
-#include "runtime/StandardStreams.h"
+#include "runtime/channels/StandardStreams.h"
+#include "runtime/processes/ProgramArguments.h"
 #include "support/ChildMain.h"
 
 #include <gmock/gmock.h>

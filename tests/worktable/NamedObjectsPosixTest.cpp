@@ -39,7 +39,7 @@ constexpr uid_t otherUser = 12345;
 
 std::unique_ptr<WorkTable> MakeGlobal(const test::UniqueName& name)
 {
-    return std::make_unique<WorkTable>(WorkTable::ScopeMode_CreateGlobal, name.Options());
+    return std::make_unique<WorkTable>(WorkTable::ScopeMode_CreateGlobal, test::OptionsOf(name));
 }
 
 qxm::WorkTableOptions OptionsNamed(const std::string& name)
@@ -115,15 +115,15 @@ TEST(GlobalTable, IsRootsAloneToMakeAndEveryonesToUse)
     const mode_t narrow = umask(077);
     EXPECT_TRUE(MakeGlobal(name)->IsGlobal());
     umask(narrow);
-    EXPECT_TRUE(WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, name.Options()).IsGlobal());
-    EXPECT_TRUE(qxm::LookAtWorkTable(name.Options()).isGlobal);
+    EXPECT_TRUE(WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, test::OptionsOf(name)).IsGlobal());
+    EXPECT_TRUE(qxm::LookAtWorkTable(test::OptionsOf(name)).isGlobal);
     EXPECT_EQ(42u, name.Files().size()); // the memory, the mutex, the triggers
     for (const std::filesystem::path& path : name.Files())
     {
         EXPECT_EQ(0666u, static_cast<unsigned>(std::filesystem::status(path).permissions())) << path;
         ASSERT_EQ(0, chown(path.c_str(), otherUser, otherUser)); // nobody's table from now on
     }
-    EXPECT_FALSE(WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, name.Options()).IsGlobal());
+    EXPECT_FALSE(WorkTable(WorkTable::ScopeMode_PreferExistingGlobal, test::OptionsOf(name)).IsGlobal());
     EXPECT_THAT(ErrorOf([&] { MakeGlobal(name); }),
         EndsWith(" ('/dev/shm/Global_" + qpr::ToUtf8(name.Text()) + "' of user 12345 has to be removed)"));
 }
@@ -133,7 +133,7 @@ TEST(GlobalTable, StandsWhatItsOtherUsersDoToIt)
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can be two users";
     const test::UniqueName name;
-    qxm::WorkTableOptions options = name.Options();
+    qxm::WorkTableOptions options = test::OptionsOf(name);
     options.lockTimeoutMs = 100;
     WorkTable table(WorkTable::ScopeMode_CreateGlobal, options);
     auto own = std::make_unique<Row>(table);
@@ -179,11 +179,11 @@ TEST(LocalTable, RefusesWhatAnotherUserPutThereAndSaysWhatToDo)
         const std::string error = ErrorOf(
             [&]
             {
-                WorkTable table(WorkTable::ScopeMode_PreferExistingGlobal, name.Options());
+                WorkTable table(WorkTable::ScopeMode_PreferExistingGlobal, test::OptionsOf(name));
                 const Row row(table);
             });
         EXPECT_THAT(error, testing::HasSubstr(" ('" + paths[0] + "' of user 12345 ")) << suffix;
-        EXPECT_THAT(qxm::LocateWorkTable(name.Options()).obstacles,
+        EXPECT_THAT(qxm::LocateWorkTable(test::OptionsOf(name)).obstacles,
             testing::Contains(
                 L"'" + qpr::FromUtf8(paths[0]) + L"' of user 12345 is in the way: that user or root has to remove it"));
     }

@@ -9,7 +9,7 @@ using namespace qxm;
 TEST(WorkTableView, ShowsAnEmptyTableWhereThereIsNoneAndMakesNone)
 {
     const test::UniqueName name;
-    const WorkTableView view = LookAtWorkTable(name.Options());
+    const WorkTableView view = LookAtWorkTable(test::OptionsOf(name));
     EXPECT_FALSE(view.isGlobal);
     EXPECT_TRUE(view.rows.empty());
     EXPECT_EQ(Work(), view.total);

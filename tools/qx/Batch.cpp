@@ -1,6 +1,6 @@
 #include "tools/qx/Batch.h"
 
-#include "runtime/InterruptSignal.h"
+#include "runtime/processes/InterruptSignal.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"
 #include "tools/qx/RoomHolders.h"

@@ -2,11 +2,10 @@
 
 #include "tools/qx/BatchPlan.h"
 #include "tools/qx/ByteFile.h"
-#include "tools/qx/CallWaiter.h"
+#include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/Exchange.h"
 #include "tools/qx/Explanation.h"
 #include "tools/qx/JobLog.h"
-#include "tools/qx/LibraryObject.h"
 #include "tools/qx/ServiceRequest.h"
 
 #include <qxmi/IServiceCall.h>

@@ -1,10 +1,9 @@
 #include "tools/qx/Commands.h"
 
-#include "runtime/FilePath.h"
-#include "runtime/InterruptSignal.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/processes/InterruptSignal.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/Batch.h"
-#include "tools/qx/Connector.h"
 #include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"

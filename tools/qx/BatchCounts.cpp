@@ -1,6 +1,5 @@
 #include "tools/qx/BatchCounts.h"
 
-#include "tools/qx/Bar.h"
 #include "tools/qx/Table.h"
 
 #include <cmath>

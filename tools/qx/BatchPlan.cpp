@@ -1,6 +1,6 @@
 #include "tools/qx/BatchPlan.h"
 
-#include "runtime/FilePath.h"
+#include "runtime/channels/FilePath.h"
 #include "tools/qx/ByteFile.h"
 #include "tools/qx/ExitCode.h"
 

@@ -1,9 +1,9 @@
 #include "tools/qx/ByteFile.h"
 
-#include "runtime/ComputerFacts.h"
-#include "runtime/CurrentProcess.h"
-#include "runtime/FilePath.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/computer/ComputerFacts.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/TextArgument.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "runtime/IReader.h"
-#include "runtime/IWriter.h"
+#include "runtime/channels/IReader.h"
+#include "runtime/channels/IWriter.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,7 +1,7 @@
 #include "tools/qx/CallLog.h"
 
-#include "runtime/FilePath.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/StandardError.h"
 
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "tools/qx/Commands.h"
 
-#include "runtime/Errors.h"
-#include "runtime/PrintableText.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/PrintableText.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ConfigurationCheck.h"
 #include "tools/qx/ConfigurationReport.h"
 #include "tools/qx/ConnectorOptions.h"

@@ -9,10 +9,10 @@
 #include "config/LocalHost.h"
 #include "config/ServantsReader.h"
 #include "config/UsageModel.h"
-#include "runtime/FilePath.h"
-#include "runtime/NearestName.h"
-#include "runtime/TextValues.h"
-#include "runtime/WhiteSpace.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/NearestName.h"
+#include "runtime/text/TextValues.h"
+#include "runtime/text/WhiteSpace.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "tools/qx/ConfigurationReport.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/Table.h"
 
 #include <iostream>

@@ -1,9 +1,10 @@
 #include "tools/qx/ConnectorOptions.h"
 
+#include "client/ConnectorFactory.h"
 #include "config/LocalHost.h"
-#include "runtime/Environment.h"
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
+#include "runtime/processes/Environment.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/Explanation.h"
 #include "tools/qx/TextArgument.h"
 
@@ -61,3 +62,12 @@ void ThrowNamingFile(const qxm::ConnectorConfiguration& connector, const std::ex
 }
 
 } // namespace qx
+
+qx::LibraryObject<qxmi::IServiceConnectorW> qx::CreateConnector(const ConnectorOptions& options, Situation& situation)
+{
+    situation.connector = options.Connector();
+    situation.configuration = ReadConfigurationOf(situation.connector);
+    auto connector = QxClient::MakeConnector(situation.connector);
+    connector->AddRef();
+    return LibraryObject<qxmi::IServiceConnectorW>(connector.release());
+}

@@ -2,14 +2,29 @@
 
 #include "config/Configuration.h"
 #include "config/ConnectorSettings.h"
+#include "tools/qx/Explanation.h"
 
 #include <CLI/CLI.hpp>
-
+#include <memory>
 #include <optional>
+#include <qxmi/IServiceConnectorW.h>
 #include <string>
 
 namespace qx
 {
+
+struct ReleaseReference
+{
+    template <class T>
+    void operator()(T* object) const
+    {
+        object->Release();
+    }
+};
+
+/// Holds one reference to an object of the library and gives it back.
+template <class T>
+using LibraryObject = std::unique_ptr<T, ReleaseReference>;
 
 /// The options that say which connector, and with which configuration file. The file is the one that --config names,
 /// else the connector's own, else the one that QX_CONFIGURATION names, else the library's default.
@@ -48,5 +63,11 @@ auto NamingConfigurationFile(const qxm::ConnectorConfiguration& connector, Actio
         ThrowNamingFile(connector, error);
     }
 }
+
+class ConnectorOptions;
+
+/// Creates the connector that the options describe. Its configuration file is read first, so that every error about it
+/// names the file; what was read goes into the situation, for errors of the connector's calls.
+LibraryObject<qxmi::IServiceConnectorW> CreateConnector(const ConnectorOptions& options, Situation& situation);
 
 } // namespace qx

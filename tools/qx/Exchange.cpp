@@ -1,7 +1,7 @@
 #include "tools/qx/Exchange.h"
 
-#include "runtime/IRunnable.h"
-#include "runtime/Thread.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <qxmi/internal/IServiceConnectionExW.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "runtime/IReader.h"
-#include "runtime/IWriter.h"
-#include "runtime/ThreadEvent.h"
+#include "runtime/channels/IReader.h"
+#include "runtime/channels/IWriter.h"
+#include "runtime/threads/ThreadEvent.h"
 
 #include <atomic>
 #include <cstdint>

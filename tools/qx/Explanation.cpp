@@ -1,10 +1,10 @@
 #include "tools/qx/Explanation.h"
 
-#include "runtime/FilePath.h"
-#include "runtime/NearestName.h"
-#include "runtime/PrintableText.h"
-#include "runtime/SystemErrors.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/NearestName.h"
+#include "runtime/text/PrintableText.h"
+#include "runtime/text/SystemErrors.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/Exchange.h"
 
 #include <qxmi/IServiceConnectionW.h>

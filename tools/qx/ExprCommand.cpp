@@ -1,7 +1,7 @@
 #include "tools/qx/Commands.h"
 
 #include "expr/Evaluator.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Explanation.h"
 #include "tools/qx/Json.h"

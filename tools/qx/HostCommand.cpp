@@ -1,7 +1,7 @@
 #include "tools/qx/Commands.h"
 
 #include "config/LocalHost.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Json.h"
 #include "tools/qx/Program.h"

@@ -1,8 +1,8 @@
 #include "tools/qx/JobLog.h"
 
-#include "runtime/FilePath.h"
-#include "runtime/TimeFormat.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/TimeFormat.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/TextArgument.h"
 

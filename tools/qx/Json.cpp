@@ -1,6 +1,6 @@
 #include "tools/qx/Json.h"
 
-#include "runtime/Utf8.h"
+#include "runtime/text/Utf8.h"
 
 #include <charconv>
 #include <cmath>

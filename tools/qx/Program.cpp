@@ -1,10 +1,10 @@
 #include "tools/qx/Program.h"
 
 #include "config/Version.h"
-#include "runtime/Errors.h"
-#include "runtime/Terminal.h"
-#include "runtime/Thread.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/Terminal.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/Thread.h"
 #include "tools/qx/FormulaPointer.h"
 
 #include <algorithm>

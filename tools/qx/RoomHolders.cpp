@@ -1,6 +1,6 @@
 #include "tools/qx/RoomHolders.h"
 
-#include "runtime/CurrentProcess.h"
+#include "runtime/processes/CurrentProcess.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "tools/qx/Screen.h"
 
-#include "runtime/Terminal.h"
+#include "runtime/channels/Terminal.h"
 
 #include <iostream>
 

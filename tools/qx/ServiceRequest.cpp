@@ -1,5 +1,7 @@
 #include "tools/qx/ServiceRequest.h"
 
+#include <qxmi/IServiceCall.h>
+
 namespace qx
 {
 
@@ -19,6 +21,24 @@ void ServiceRequest::Fail(std::string errorText)
 {
     m_errorText = std::move(errorText);
     m_outcome = Outcome::Failed;
+}
+
+CallWaiter::CallWaiter(qxmi::IServiceCall& call, std::function<void()> onEnded)
+    : m_call(call)
+    , m_onEnded(std::move(onEnded))
+    , m_thread(*this, "qx wait")
+{
+}
+
+CallWaiter::~CallWaiter()
+{
+    m_call.Cancel();
+}
+
+void CallWaiter::Run()
+{
+    m_call.Wait();
+    m_onEnded();
 }
 
 } // namespace qx

@@ -1,9 +1,12 @@
 #pragma once
 
-#include <qxmi/IServiceRequestW.h>
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
 
 #include <atomic>
+#include <functional>
 #include <map>
+#include <qxmi/IServiceRequestW.h>
 #include <string>
 
 namespace qx
@@ -47,6 +50,34 @@ private:
     const Attributes m_attributes;
     std::atomic<Outcome> m_outcome = Outcome::Done;
     std::string m_errorText;
+};
+
+} // namespace qx
+
+namespace qxmi
+{
+class IServiceCall;
+}
+
+namespace qx
+{
+
+/// Waits for a call on a thread of its own, so that the program can wait for other things at the same time. The call
+/// outlives it; the destructor cancels one that still runs and waits for its end.
+class CallWaiter final : public qpr::IRunnable
+{
+public:
+    /// The callback comes on that thread, once the call has ended; it must not throw.
+    CallWaiter(qxmi::IServiceCall& call, std::function<void()> onEnded);
+    ~CallWaiter() override;
+
+private:
+    void Run() override;
+    void HandleError(const std::exception&) override { m_onEnded(); }
+
+    qxmi::IServiceCall& m_call;
+    std::function<void()> m_onEnded;
+    qpr::Thread m_thread;
 };
 
 } // namespace qx

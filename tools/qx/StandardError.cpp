@@ -1,8 +1,8 @@
 #include "tools/qx/StandardError.h"
 
-#include "runtime/PrintableText.h"
-#include "runtime/Terminal.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/Terminal.h"
+#include "runtime/text/PrintableText.h"
+#include "runtime/text/Utf8.h"
 
 #include <iostream>
 #include <limits>

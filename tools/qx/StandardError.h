@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/Mutex.h"
+#include "runtime/threads/Mutex.h"
 
 #include <string>
 #include <string_view>

@@ -1,12 +1,20 @@
 #include "tools/qx/Table.h"
 
-#include "runtime/PrintableText.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/PrintableText.h"
+#include "runtime/text/Utf8.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <iostream>
 #include <limits>
+
+std::string qx::Bar(double fraction, unsigned width)
+{
+    const double bounded = std::isnan(fraction) ? 0 : std::clamp(fraction, 0.0, 1.0);
+    const auto filled = static_cast<unsigned>(std::lround(bounded * width));
+    return '[' + std::string(filled, '#') + std::string(width - filled, '-') + ']';
+}
 
 namespace qx
 {

@@ -7,6 +7,9 @@
 namespace qx
 {
 
+/// "[#####-----]" for a fraction, which is taken within 0 and 1; one that is no number counts as 0.
+std::string Bar(double fraction, unsigned width);
+
 /// A number with at most this many decimals, without trailing zeros.
 std::string FormatNumber(double number, int decimals = 2);
 

@@ -1,11 +1,11 @@
 #include "tools/qx/Commands.h"
 
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
+#include "runtime/named/NamedObject.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Json.h"
 #include "tools/qx/Program.h"
-#include "worktable/NamedObject.h"
 #include "worktable/WorkTableView.h"
 
 #include <iostream>

@@ -1,7 +1,7 @@
 #include "tools/qx/TextArgument.h"
 
-#include "runtime/FilePath.h"
-#include "runtime/Utf8.h"
+#include "runtime/channels/FilePath.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ByteFile.h"
 #include "tools/qx/ExitCode.h"
 

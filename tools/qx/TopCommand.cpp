@@ -1,8 +1,8 @@
 #include "tools/qx/Commands.h"
 
 #include "config/LocalHost.h"
-#include "runtime/InterruptSignal.h"
-#include "runtime/Terminal.h"
+#include "runtime/channels/Terminal.h"
+#include "runtime/processes/InterruptSignal.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"
 #include "tools/qx/Screen.h"

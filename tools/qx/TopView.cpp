@@ -1,6 +1,5 @@
 #include "tools/qx/TopView.h"
 
-#include "tools/qx/Bar.h"
 #include "tools/qx/Table.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 
 #include "config/ExpectedUsage.h"
 #include "config/LocalHost.h"
-#include "runtime/Errors.h"
-#include "runtime/Utf8.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Explanation.h"

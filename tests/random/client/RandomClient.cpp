@@ -1,8 +1,8 @@
 #include "random/Places.h"
-#include "runtime/CurrentProcess.h"
-#include "runtime/ProgramArguments.h"
-#include "runtime/Thread.h"
-#include "runtime/Utf8.h"
+#include "runtime/processes/CurrentProcess.h"
+#include "runtime/processes/ProgramArguments.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/Thread.h"
 #include "support/ProcessTable.h"
 
 #include <qxmi/QxClient.h>

@@ -1,7 +1,7 @@
 #include "random/servant/OutputPlan.h"
 
-#include "protocol/compression/QuickLzCompressor.h"
 #include "random/Random.h"
+#include "streams/compression/QuickLzCompressor.h"
 
 #include <zlib.h>
 

@@ -1,6 +1,6 @@
 #include "support/ProcessActs.h"
 
-#include "runtime/windows/SystemHeaders.h"
+#include "runtime/text/windows/SystemHeaders.h"
 
 namespace test
 {

@@ -1,6 +1,6 @@
 #include "support/ProcessControl.h"
 
-#include "runtime/windows/Handle.h"
+#include "runtime/threads/windows/Handle.h"
 #include "support/ChildMain.h"
 #include "support/PipedChild.h"
 

@@ -1,0 +1,160 @@
+#include "runtime/channels/NamedPipe.h"
+
+#include "runtime/channels/posix/SigPipeBlock.h"
+#include "runtime/text/CheckedIntCast.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Panic.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/posix/Descriptor.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+// An overlapped end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
+// between two tries only when the pipe is empty or full.
+namespace qpr
+{
+
+namespace
+{
+
+/// What the system closed counts as closed, also when a signal came in between.
+bool CloseDescriptor(NativeHandle handle) noexcept
+{
+    return close(DescriptorOf(handle)) == 0 || errno == EINTR;
+}
+
+bool StopBlocking(NativeHandle handle) noexcept
+{
+    return fcntl(DescriptorOf(handle), F_SETFL, O_NONBLOCK) == 0;
+}
+
+} // namespace
+
+PipeEnd::~PipeEnd()
+{
+    if (IsOpen() && !CloseDescriptor(m_handle))
+        Panic("CloseHandle(m_handle)", "qpr::PipeEnd::~PipeEnd");
+}
+
+void PipeEnd::Close()
+{
+    if (!CloseDescriptor(std::exchange(m_handle, {})))
+        ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
+}
+
+PipePair::PipePair(bool serverEndOverlapped, bool clientEndOverlapped)
+{
+    int descriptors[2];
+    if (pipe2(descriptors, O_CLOEXEC) != 0)
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    server = PipeEnd(HandleOf(descriptors[0]));
+    client = PipeEnd(HandleOf(descriptors[1]));
+    if ((serverEndOverlapped && !StopBlocking(server.Handle()))
+        || (clientEndOverlapped && !StopBlocking(client.Handle())))
+    {
+        ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
+    }
+}
+
+struct IOReader::Overlapped
+{
+};
+
+IOReader::IOReader(NativeHandle handle, Wait wait)
+    : m_handle(handle)
+    , m_wait(std::move(wait))
+{
+}
+
+IOReader::~IOReader() = default;
+
+std::size_t IOReader::Read(void* buffer, std::size_t size)
+{
+    m_wait.Check();
+    for (;;)
+    {
+        const ssize_t count = read(DescriptorOf(m_handle), buffer, size);
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno == EAGAIN)
+            m_wait.For({m_handle, WaitObject::Kind_Readable}, L"qpr::IOReader::Read");
+        else if (errno != EINTR)
+            ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
+    }
+}
+
+bool PipeReader::InputPending()
+{
+    CheckWait();
+    pollfd entry{DescriptorOf(m_handle), POLLIN, 0};
+    if (poll(&entry, 1, 0) < 0 && errno != EINTR)
+        ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);
+    if (entry.revents & POLLNVAL)
+        ThrowSystemErrorWithNumber(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", EBADF, 265);
+    return entry.revents != 0;
+}
+
+namespace
+{
+
+[[noreturn]] void ThrowWriteError(std::uint32_t error)
+{
+    const wchar_t* const text = L"WriteFile/GetOverlappedResult() failed";
+    if (error == EPIPE)
+        throw PeerClosedError(SystemErrorMessage(text, L"qpr::IOWriter::Write", 65, error));
+    ThrowSystemErrorWithNumber(text, L"qpr::IOWriter::Write", error, 65);
+}
+
+} // namespace
+
+std::size_t PipeReader::Available() const noexcept
+{
+    int count = 0;
+    return ioctl(DescriptorOf(m_handle), FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
+}
+
+struct IOWriter::Overlapped
+{
+};
+
+IOWriter::IOWriter(NativeHandle handle, Wait wait)
+    : m_handle(handle)
+    , m_wait(std::move(wait))
+{
+}
+
+IOWriter::~IOWriter() = default;
+
+void IOWriter::Write(const void* buffer, std::size_t size)
+{
+    std::size_t left = CheckedIntCast<std::uint32_t>(size);
+    const auto* next = static_cast<const char*>(buffer);
+    m_wait.Check();
+    const SigPipeBlock block;
+    for (;;)
+    {
+        const ssize_t count = write(DescriptorOf(m_handle), next, left);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && errno != EAGAIN)
+        {
+            block.Consume();
+            ThrowWriteError(static_cast<std::uint32_t>(errno));
+        }
+        const auto written = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        next += written;
+        left -= written;
+        if (left == 0)
+            break;
+        m_wait.For({m_handle, WaitObject::Kind_Writable}, L"qpr::IOWriter::Write");
+    }
+    Thread::CheckInterrupt();
+}
+
+} // namespace qpr

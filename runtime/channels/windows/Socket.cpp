@@ -1,0 +1,367 @@
+#include "runtime/channels/Socket.h"
+
+#include "runtime/channels/windows/NativeAddress.h"
+#include "runtime/channels/windows/OverlappedOperation.h"
+#include "runtime/text/CheckedIntCast.h"
+#include "runtime/text/Errors.h"
+#include "runtime/text/Panic.h"
+#include "runtime/threads/Mutex.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/windows/ChannelEvent.h"
+
+#include <mstcpip.h>
+
+#include <utility>
+
+// Reads and writes are overlapped, so that two threads can wait for the same socket at once; waits for input alone and
+// connecting go through the network events, of which a socket has one set.
+namespace qpr
+{
+namespace
+{
+
+SOCKET SystemSocket(NativeHandle handle) noexcept
+{
+    return static_cast<SOCKET>(handle.Value());
+}
+
+/// The library counts its users; Wine's does so without a lock and would close the sockets of those it forgot.
+Mutex userCount;
+
+void StartLibrary()
+{
+    const ScopedLock lock(userCount);
+    WSADATA data;
+    const int error = WSAStartup(MAKEWORD(2, 2), &data);
+    if (error != 0)
+        ThrowSocketErrorWithNumber(
+            L"WSAStartup() failed", L"qpr::Socket::LibraryUser::LibraryUser", static_cast<std::uint32_t>(error));
+}
+
+void LeaveLibrary() noexcept
+{
+    const ScopedLock lock(userCount);
+    if (WSACleanup() != 0)
+        Panic("WSACleanup() == 0", "qpr::Socket::LibraryUser::~LibraryUser");
+}
+
+/// Servants that are started later are not to hold the socket.
+void MakeNonInheritable(NativeHandle handle)
+{
+    if (!SetHandleInformation(SystemHandleOf(handle), HANDLE_FLAG_INHERIT, 0))
+        ThrowSystemError(L"SetHandleInformation() failed", L"qpr::`anonymous-namespace'::MakeNonInheritable");
+}
+
+void SetOption(NativeHandle handle, int level, int option, int value)
+{
+    if (setsockopt(SystemSocket(handle), level, option, reinterpret_cast<const char*>(&value), sizeof value) != 0)
+        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
+}
+
+void SetNonBlocking(NativeHandle handle)
+{
+    u_long isNonBlocking = 1;
+    if (ioctlsocket(SystemSocket(handle), FIONBIO, &isNonBlocking) != 0)
+        ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetNonBlocking");
+}
+
+void SetBlocking(NativeHandle handle)
+{
+    u_long isNonBlocking = 0;
+    if (ioctlsocket(SystemSocket(handle), FIONBIO, &isNonBlocking) != 0)
+        ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetBlocking");
+}
+
+void EventSelect(NativeHandle handle, HANDLE event, long events)
+{
+    if (WSAEventSelect(SystemSocket(handle), event, events) != 0)
+        ThrowSocketError(L"WSAEventSelect() failed", L"qpr::Socket::EventSelect");
+}
+
+/// Selects the completion of a connect while it lives.
+class ConnectSelection
+{
+public:
+    explicit ConnectSelection(NativeHandle handle)
+        : m_handle(handle)
+        , m_event(ThreadEvent::Kind_ManualReset)
+    {
+        EventSelect(handle, SystemHandleOf(m_event.Object().Handle()), FD_CONNECT);
+    }
+    ~ConnectSelection() { WSAEventSelect(SystemSocket(m_handle), nullptr, 0); }
+    ConnectSelection(const ConnectSelection&) = delete;
+    ConnectSelection& operator=(const ConnectSelection&) = delete;
+
+    /// The socket error that the connect ended with, or 0.
+    std::uint32_t WaitForEnd(const Wait& wait)
+    {
+        wait.For(m_event.Object(), L"qpr::Socket::Connect");
+        WSANETWORKEVENTS events{};
+        if (WSAEnumNetworkEvents(SystemSocket(m_handle), SystemHandleOf(m_event.Object().Handle()), &events) != 0)
+            ThrowSocketError(L"WSAEnumNetworkEvents() failed", L"qpr::Socket::EnumNetworkEvents");
+        return static_cast<std::uint32_t>(events.iErrorCode[FD_CONNECT_BIT]);
+    }
+
+private:
+    NativeHandle m_handle;
+    ThreadEvent m_event;
+};
+
+} // namespace
+
+Socket::LibraryUser::LibraryUser()
+{
+    StartLibrary();
+}
+
+Socket::LibraryUser::~LibraryUser()
+{
+    LeaveLibrary();
+}
+
+Socket::Socket(Socket&& other) noexcept
+    : m_handle(std::exchange(other.m_handle, NativeHandle()))
+    , m_hasEndedSending(other.m_hasEndedSending)
+{
+}
+
+Socket& Socket::operator=(Socket&& other) noexcept
+{
+    Socket taken(std::move(other));
+    std::swap(m_handle, taken.m_handle);
+    m_hasEndedSending = taken.m_hasEndedSending;
+    return *this;
+}
+
+Socket::~Socket()
+{
+    if (!m_handle.IsValid())
+        return;
+    if (closesocket(SystemSocket(m_handle)) != 0)
+        Panic("closesocket(m_handle) == 0", "qpr::Socket::~Socket");
+    LeaveLibrary();
+}
+
+Socket Socket::Create(SocketAddress::Family family)
+{
+    StartLibrary();
+    const SOCKET created = WSASocketW(NativeFamily(family), SOCK_STREAM, IPPROTO_TCP, nullptr, 0, WSA_FLAG_OVERLAPPED);
+    if (created == INVALID_SOCKET)
+    {
+        const std::uint32_t error = LastSocketError();
+        LeaveLibrary();
+        ThrowSocketErrorWithNumber(L"WSASocket() failed", L"qpr::Socket::Create", error);
+    }
+    Socket socket(NativeHandle(static_cast<std::intptr_t>(created)));
+    MakeNonInheritable(socket.m_handle);
+    return socket;
+}
+
+Socket Socket::Listen(const SocketAddress& address, int backlog)
+{
+    Socket socket = Create(address.GetFamily());
+    SetNonBlocking(socket.m_handle);
+    SetOption(socket.m_handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // or another program could listen there too
+    const NativeAddress native(address);
+    if (bind(SystemSocket(socket.m_handle), native.Get(), native.size) != 0)
+        ThrowSocketError(L"bind() failed", L"qpr::Socket::Listen");
+    if (listen(SystemSocket(socket.m_handle), backlog) != 0)
+        ThrowSocketError(L"listen() failed", L"qpr::Socket::Listen");
+    return socket;
+}
+
+std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
+{
+    NativeAddress native;
+    const SOCKET accepted = accept(SystemSocket(Handle()), native.Get(), &native.size);
+    if (accepted != INVALID_SOCKET)
+    {
+        StartLibrary();
+        Socket socket(NativeHandle(static_cast<std::intptr_t>(accepted)));
+        MakeNonInheritable(socket.Handle());
+        EventSelect(socket.Handle(), nullptr, 0); // it has the listener's
+        SetBlocking(socket.Handle());
+        if (remoteAddress)
+            *remoteAddress = native.ToSocketAddress();
+        return socket;
+    }
+    switch (WSAGetLastError())
+    {
+    case WSAEMFILE:
+    case WSAENOBUFS:
+    case WSAEINVAL:
+    case WSAENOTSOCK:
+    case WSAEOPNOTSUPP:
+    case WSANOTINITIALISED:
+        ThrowSocketError(L"accept() failed", L"qpr::Socket::TryAccept");
+    default:
+        return std::nullopt; // nobody there, or somebody who has gone again
+    }
+}
+
+void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
+{
+    wait.Check();
+    const NativeAddress native(address);
+    SetNonBlocking(Handle());
+    if (WSAConnect(SystemSocket(Handle()), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
+    {
+        std::uint32_t error = LastSocketError();
+        if (error == WSAEWOULDBLOCK)
+            error = ConnectSelection(Handle()).WaitForEnd(wait);
+        if (error != 0)
+            ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", error);
+    }
+    SetBlocking(Handle());
+}
+
+SocketAddress Socket::GetLocalAddress() const
+{
+    NativeAddress native;
+    if (getsockname(SystemSocket(Handle()), native.Get(), &native.size) != 0)
+        ThrowSocketError(L"getsockname() failed", L"qpr::Socket::GetLocalAddress");
+    return native.ToSocketAddress();
+}
+
+SocketAddress Socket::GetRemoteAddress() const
+{
+    NativeAddress native;
+    if (getpeername(SystemSocket(Handle()), native.Get(), &native.size) != 0)
+        ThrowSocketError(L"getpeername() failed", L"qpr::Socket::GetRemoteAddress");
+    return native.ToSocketAddress();
+}
+
+void Socket::SetReceiveBufferSize(std::uint32_t bytes)
+{
+    SetOption(Handle(), SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
+}
+
+void Socket::SetSendBufferSize(std::uint32_t bytes)
+{
+    SetOption(Handle(), SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
+}
+
+void Socket::EnableKeepAlive()
+{
+    tcp_keepalive times{1, 60'000, 10'000}; // in milliseconds: until the first probe, and between two
+    DWORD size = 0;
+    if (WSAIoctl(SystemSocket(Handle()), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &size, nullptr, nullptr)
+        != 0)
+        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
+}
+
+void Socket::SendWithoutDelay()
+{
+    SetOption(Handle(), IPPROTO_TCP, TCP_NODELAY, 1);
+}
+
+void Socket::SetResetOnClose(bool reset)
+{
+    const linger option{static_cast<u_short>(reset ? 1 : 0), 0};
+    if (setsockopt(SystemSocket(Handle()), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&option), sizeof option)
+        != 0)
+        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
+}
+
+bool Socket::IsConnected() const noexcept
+{
+    NativeAddress native;
+    return getpeername(SystemSocket(m_handle), native.Get(), &native.size) == 0 || WSAGetLastError() != WSAENOTCONN;
+}
+
+bool Socket::ShutDown(Direction direction) noexcept
+{
+    const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
+    return shutdown(SystemSocket(m_handle), how) == 0;
+}
+
+void Socket::Close()
+{
+    const NativeHandle handle = std::exchange(m_handle, NativeHandle());
+    if (!handle.IsValid())
+        return;
+    if (closesocket(SystemSocket(handle)) != 0)
+        ThrowSocketError(L"closesocket() failed", L"qpr::Socket::Close");
+    LeaveLibrary();
+}
+
+std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
+{
+    if (CountReadySockets(SystemSocket(Handle()), WaitObject::Kind_Readable) <= 0)
+        return std::nullopt;
+    const int count = recv(SystemSocket(Handle()), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
+    if (count >= 0)
+        return static_cast<std::size_t>(count);
+    const int error = WSAGetLastError();
+    if (error == WSAEMSGSIZE) // there is more than was asked for
+        return size;
+    if (error != WSAEWOULDBLOCK)
+        ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::Socket::TryPeek", static_cast<std::uint32_t>(error));
+    return std::nullopt;
+}
+
+namespace
+{
+
+/// Carries one operation, which start begins, to its end; how many bytes it has moved. Throws "<call>() failed".
+template <class Start>
+DWORD Complete(const Socket& socket, const Wait& wait, Start start, const wchar_t* callFailed, const wchar_t* function,
+    const char* panicFunction)
+{
+    const HANDLE handle = SystemHandleOf(socket.Handle());
+    OverlappedOperation operation;
+    DWORD count = 0;
+    if (start(SystemSocket(socket.Handle()), &count, operation.Begin()) == 0)
+        return count;
+    if (WSAGetLastError() != WSA_IO_PENDING)
+        ThrowSocketError(callFailed, function);
+    operation.WaitForEnd(
+        handle, [&] { wait.For(operation.Object(), function); }, panicFunction, __LINE__);
+    DWORD flags = 0;
+    if (!WSAGetOverlappedResult(SystemSocket(socket.Handle()), operation.Record(), &count, FALSE, &flags))
+        ThrowSocketError(callFailed, function);
+    return count;
+}
+
+} // namespace
+
+std::size_t SocketReader::Read(void* buffer, std::size_t size)
+{
+    m_wait.Check();
+    WSABUF piece{PieceSize(size), static_cast<char*>(buffer)};
+    DWORD flags = 0;
+    const auto receive = [&](SOCKET socket, DWORD* count, OVERLAPPED* record)
+    { return WSARecv(socket, &piece, 1, count, &flags, record, nullptr); };
+    const DWORD count =
+        Complete(m_socket, m_wait, receive, L"WSARecv() failed", L"qpr::SocketReader::Read", "qpr::SocketReader::Read");
+    if (count == 0 && m_socket.HasBroken())
+        ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::SocketReader::Read", WSAECONNRESET);
+    return count;
+}
+
+bool SocketReader::InputPending()
+{
+    m_wait.Check();
+    const int count = CountReadySockets(SystemSocket(m_socket.Handle()), WaitObject::Kind_Readable);
+    if (count == SOCKET_ERROR)
+        ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
+    return count > 0;
+}
+
+void SocketWriter::Write(const void* buffer, std::size_t size)
+{
+    auto* next = const_cast<char*>(static_cast<const char*>(buffer)); // the system takes it so and only reads
+    for (std::size_t left = size; left > 0;)
+    {
+        m_wait.Check();
+        WSABUF piece{PieceSize(left), next};
+        const auto send = [&](SOCKET socket, DWORD* count, OVERLAPPED* record)
+        { return WSASend(socket, &piece, 1, count, 0, record, nullptr); };
+        const DWORD count = Complete(
+            m_socket, m_wait, send, L"WSASend() failed", L"qpr::SocketWriter::Write", "qpr::SocketWriter::Write");
+        next += count;
+        left -= count;
+    }
+}
+
+} // namespace qpr

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "runtime/named/SecurityDescriptor.h"
+
+namespace qpr
+{
+
+struct SecurityDescriptor::Buffer
+{
+    bool grantsAllAccess = false;
+};
+
+} // namespace qpr

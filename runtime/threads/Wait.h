@@ -1,0 +1,80 @@
+#pragma once
+
+#include "runtime/threads/Deadline.h"
+#include "runtime/threads/WaitObject.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+namespace qpr
+{
+
+class Cancellation;
+
+/// How an operation that may block waits: until when, what else is watched meanwhile, and what each of these means. A
+/// small value, made once and copied into readers and writers; a const one may be used by several threads. Whatever
+/// ends a wait early does so by an exception. An interrupt of the calling thread always counts.
+///
+///     Wait wait(cancellation);
+///     wait.Until(Deadline(5000), L"The client took too long").Or(stop.Object(), [] { throw Stopped(); });
+///     SocketReader reader(socket, wait);
+class Wait
+{
+public:
+    /// Without limit.
+    Wait() noexcept = default;
+
+    /// Also ended by a cancel, as Cancellation::ThrowIfCancelled says. Not owned; outlives the wait.
+    Wait(const Cancellation& cancellation) noexcept // NOLINT(google-explicit-constructor): the usual one
+        : m_cancellation(&cancellation)
+    {
+    }
+
+    /// Ends with a RuntimeError of this text (a literal) at that moment: all operations together are bounded, however
+    /// slowly they go on. Without a text it ends with a TimeoutException.
+    Wait& Until(const Deadline& deadline, const wchar_t* error = nullptr) noexcept;
+
+    /// What it means that a further object is signalled. Throws to end the wait; what it returns is for how many
+    /// milliseconds the wait may go on without that object, after which it is asked again. May be asked by any thread
+    /// that waits.
+    using Meaning = std::function<std::uint32_t()>;
+
+    /// Watches a further object, up to three. It outlives the wait and is one that a wait does not take the signal of.
+    Wait& Or(const WaitObject& object, Meaning meaning);
+
+    /// Looks for a few dozen microseconds before it sleeps. For the lines of a conversation: a peer on the same
+    /// computer answers sooner than a sleeping thread is woken. Other threads that want the processor get it meanwhile.
+    Wait& LookFirst() noexcept;
+
+    /// Throws when the wait is over, also when the operation would not block. To be asked before each one.
+    void Check() const;
+
+    /// Returns once the object is signalled, throws when something else ended the wait before. The location names the
+    /// operation in messages.
+    void For(const WaitObject& object, const wchar_t* location, int line = __builtin_LINE()) const;
+
+private:
+    static constexpr std::size_t maxFurtherCount = 3;
+
+    struct Further
+    {
+        WaitObject object;
+        Meaning meaning;
+    };
+
+    struct Watch;
+
+    Watch Begin(const WaitObject& object, const wchar_t* location) const;
+    Watch AskAll(Watch watch, const wchar_t* location) const;
+
+    const Cancellation* m_cancellation = nullptr; // not owned
+    Deadline m_deadline{Infinite};
+    const wchar_t* m_lateError = nullptr;
+    bool m_looksFirst = false;
+    std::size_t m_furtherCount = 0;
+    std::array<Further, maxFurtherCount> m_further;
+};
+
+} // namespace qpr

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "runtime/threads/NativeHandle.h"
+
+namespace qpr
+{
+
+constexpr int DescriptorOf(NativeHandle handle) noexcept
+{
+    return static_cast<int>(handle.Value());
+}
+
+constexpr NativeHandle HandleOf(int descriptor) noexcept
+{
+    return NativeHandle(descriptor);
+}
+
+} // namespace qpr

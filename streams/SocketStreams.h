@@ -1,0 +1,52 @@
+#pragma once
+
+#include "runtime/channels/Socket.h"
+#include "streams/ByteStreams.h"
+
+#include <array>
+#include <istream>
+#include <streambuf>
+#include <utility>
+
+namespace qpr
+{
+
+using SocketInputStream = GenericInputStream<SocketReader>;
+using SocketOutputStream = GenericOutputStream<SocketWriter>;
+
+/// Looks at what has come over a connection in large pieces, but takes from the socket no more than what has been read.
+class PeekingInputStreamBuffer final : public std::streambuf
+{
+public:
+    /// The socket is not owned and outlives the buffer.
+    PeekingInputStreamBuffer(Socket& socket, Wait wait)
+        : m_socket(socket)
+        , m_wait(std::move(wait))
+    {
+    }
+
+    /// Takes from the socket what has been read. Until then another reader would read it again.
+    void Settle();
+
+protected:
+    int_type underflow() override;
+
+private:
+    Socket& m_socket; // not owned
+    const Wait m_wait;
+    std::array<char, 512> m_bytes; ///< a copy of the socket's first bytes
+};
+
+/// Reads a connection that is to be handed on in the middle of its data, which begins after Settle.
+class PeekingInputStream final : public std::istream
+{
+public:
+    PeekingInputStream(Socket& socket, Wait wait);
+
+    void Settle() { m_buffer.Settle(); }
+
+private:
+    PeekingInputStreamBuffer m_buffer;
+};
+
+} // namespace qpr

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "runtime/channels/IReader.h"
+#include "runtime/channels/IWriter.h"
+#include "streams/MemoryBuffer.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <ostream>
+#include <span>
+#include <streambuf>
+#include <string>
+
+namespace qpr
+{
+
+/// Takes frames, "[<length>|<payload>]", off a byte stream; a derived class unpacks their payloads. What arrives is
+/// hostile: every malformed frame is a RuntimeError, and reading on after one fails again.
+///
+/// Whether bytes are there without waiting is what the byte stream's buffer answers (in_avail).
+class CompressedBlockReader : public IReader
+{
+protected:
+    enum class Wait
+    {
+        Yes,
+        OnceArriving, ///< only when something of it is there
+        No, ///< take only what is there
+    };
+
+    enum class FrameState
+    {
+        Complete, ///< the payload is there
+        Incomplete, ///< not all of it has arrived; never with Wait::Yes
+        End, ///< the data ended before another frame
+    };
+
+    /// The byte stream is not owned and outlives the reader.
+    explicit CompressedBlockReader(std::istream& input)
+        : m_input(*input.rdbuf())
+    {
+    }
+
+    /// Brings in the next frame, or goes on with one that was incomplete. The payload stays until the next call.
+    FrameState ReadFrame(Wait wait);
+
+    std::span<const std::uint8_t> Payload() const;
+
+    /// True when the byte stream has bytes, or its end, to give at once.
+    bool InputAvailable() { return m_input.in_avail() != 0; }
+
+private:
+    enum class Step
+    {
+        Start,
+        Length,
+        Payload,
+        End,
+    };
+
+    bool AtEnd();
+    int PeekByte();
+    void ExpectDelimiter(char expected, const wchar_t* context);
+    void TakeByte(Step next);
+    void TakeLengthDigit();
+    void TakePayload(Wait wait);
+
+    std::streambuf& m_input; // not owned
+    MemoryBuffer m_payload;
+    Step m_step = Step::Start;
+    std::string m_length;
+    std::size_t m_payloadSize = 0;
+    std::size_t m_payloadRead = 0;
+};
+
+/// The most bytes that one frame holds, and that one packet may become when it is unpacked.
+inline constexpr std::size_t MaxCompressedBlockSize = 0xA00000;
+
+/// Writes compressed bytes as frames, "[<length>|<payload>]". A derived class compresses into the payload room and
+/// sends it; a frame goes to the byte stream in one write. Nothing is written in destructors.
+class CompressedBlockWriter : public IWriter
+{
+protected:
+    /// The byte stream is not owned and outlives the writer. Its buffer is used without it: a write that throws leaves
+    /// the stream as it was.
+    explicit CompressedBlockWriter(std::ostream& output)
+        : m_output(*output.rdbuf())
+    {
+    }
+
+    /// Room for at least so many bytes of payload. Its contents survive until the next call with a larger size.
+    std::uint8_t* PayloadRoom(std::size_t size);
+
+    /// Sends the first size bytes of the payload room, 1 to MaxCompressedBlockSize, as one frame.
+    void SendFrame(std::size_t size);
+
+    void FlushOutput();
+
+private:
+    std::streambuf& m_output; // not owned
+    MemoryBuffer m_frame; ///< room for the longest frame head, the payload, the end delimiter
+};
+
+} // namespace qpr
