@@ -1,6 +1,6 @@
 #include "runtime/channels/Socket.h"
 
-#include "runtime/channels/windows/NativeAddress.h"
+#include "runtime/channels/NativeAddress.h"
 #include "runtime/channels/windows/OverlappedOperation.h"
 #include "runtime/text/CheckedIntCast.h"
 #include "runtime/text/Errors.h"
@@ -19,11 +19,6 @@ namespace qpr
 {
 namespace
 {
-
-SOCKET SystemSocket(NativeHandle handle) noexcept
-{
-    return static_cast<SOCKET>(handle.Value());
-}
 
 /// The library counts its users; Wine's does so without a lock and would close the sockets of those it forgot.
 Mutex userCount;
@@ -52,29 +47,23 @@ void MakeNonInheritable(NativeHandle handle)
         ThrowSystemError(L"SetHandleInformation() failed", L"qpr::`anonymous-namespace'::MakeNonInheritable");
 }
 
-void SetOption(NativeHandle handle, int level, int option, int value)
-{
-    if (setsockopt(SystemSocket(handle), level, option, reinterpret_cast<const char*>(&value), sizeof value) != 0)
-        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
-}
-
 void SetNonBlocking(NativeHandle handle)
 {
     u_long isNonBlocking = 1;
-    if (ioctlsocket(SystemSocket(handle), FIONBIO, &isNonBlocking) != 0)
+    if (ioctlsocket(SystemSocketOf(handle), FIONBIO, &isNonBlocking) != 0)
         ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetNonBlocking");
 }
 
 void SetBlocking(NativeHandle handle)
 {
     u_long isNonBlocking = 0;
-    if (ioctlsocket(SystemSocket(handle), FIONBIO, &isNonBlocking) != 0)
+    if (ioctlsocket(SystemSocketOf(handle), FIONBIO, &isNonBlocking) != 0)
         ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetBlocking");
 }
 
 void EventSelect(NativeHandle handle, HANDLE event, long events)
 {
-    if (WSAEventSelect(SystemSocket(handle), event, events) != 0)
+    if (WSAEventSelect(SystemSocketOf(handle), event, events) != 0)
         ThrowSocketError(L"WSAEventSelect() failed", L"qpr::Socket::EventSelect");
 }
 
@@ -88,7 +77,7 @@ public:
     {
         EventSelect(handle, SystemHandleOf(m_event.Object().Handle()), FD_CONNECT);
     }
-    ~ConnectSelection() { WSAEventSelect(SystemSocket(m_handle), nullptr, 0); }
+    ~ConnectSelection() { WSAEventSelect(SystemSocketOf(m_handle), nullptr, 0); }
     ConnectSelection(const ConnectSelection&) = delete;
     ConnectSelection& operator=(const ConnectSelection&) = delete;
 
@@ -97,7 +86,7 @@ public:
     {
         wait.For(m_event.Object(), L"qpr::Socket::Connect");
         WSANETWORKEVENTS events{};
-        if (WSAEnumNetworkEvents(SystemSocket(m_handle), SystemHandleOf(m_event.Object().Handle()), &events) != 0)
+        if (WSAEnumNetworkEvents(SystemSocketOf(m_handle), SystemHandleOf(m_event.Object().Handle()), &events) != 0)
             ThrowSocketError(L"WSAEnumNetworkEvents() failed", L"qpr::Socket::EnumNetworkEvents");
         return static_cast<std::uint32_t>(events.iErrorCode[FD_CONNECT_BIT]);
     }
@@ -119,27 +108,18 @@ Socket::LibraryUser::~LibraryUser()
     LeaveLibrary();
 }
 
-Socket::Socket(Socket&& other) noexcept
-    : m_handle(std::exchange(other.m_handle, NativeHandle()))
-    , m_hasEndedSending(other.m_hasEndedSending)
+bool CloseSystemSocket(NativeHandle handle) noexcept
 {
-}
-
-Socket& Socket::operator=(Socket&& other) noexcept
-{
-    Socket taken(std::move(other));
-    std::swap(m_handle, taken.m_handle);
-    m_hasEndedSending = taken.m_hasEndedSending;
-    return *this;
-}
-
-Socket::~Socket()
-{
-    if (!m_handle.IsValid())
-        return;
-    if (closesocket(SystemSocket(m_handle)) != 0)
-        Panic("closesocket(m_handle) == 0", "qpr::Socket::~Socket");
+    if (closesocket(SystemSocketOf(handle)) != 0)
+        return false;
     LeaveLibrary();
+    return true;
+}
+
+void PrepareToListen(NativeHandle handle)
+{
+    SetNonBlocking(handle);
+    SetSocketOption(handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // or another program could listen there too
 }
 
 Socket Socket::Create(SocketAddress::Family family)
@@ -157,23 +137,10 @@ Socket Socket::Create(SocketAddress::Family family)
     return socket;
 }
 
-Socket Socket::Listen(const SocketAddress& address, int backlog)
-{
-    Socket socket = Create(address.GetFamily());
-    SetNonBlocking(socket.m_handle);
-    SetOption(socket.m_handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // or another program could listen there too
-    const NativeAddress native(address);
-    if (bind(SystemSocket(socket.m_handle), native.Get(), native.size) != 0)
-        ThrowSocketError(L"bind() failed", L"qpr::Socket::Listen");
-    if (listen(SystemSocket(socket.m_handle), backlog) != 0)
-        ThrowSocketError(L"listen() failed", L"qpr::Socket::Listen");
-    return socket;
-}
-
 std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
 {
     NativeAddress native;
-    const SOCKET accepted = accept(SystemSocket(Handle()), native.Get(), &native.size);
+    const SOCKET accepted = accept(SystemSocketOf(Handle()), native.Get(), &native.size);
     if (accepted != INVALID_SOCKET)
     {
         StartLibrary();
@@ -204,7 +171,7 @@ void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
     wait.Check();
     const NativeAddress native(address);
     SetNonBlocking(Handle());
-    if (WSAConnect(SystemSocket(Handle()), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
+    if (WSAConnect(SystemSocketOf(Handle()), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
     {
         std::uint32_t error = LastSocketError();
         if (error == WSAEWOULDBLOCK)
@@ -215,81 +182,21 @@ void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
     SetBlocking(Handle());
 }
 
-SocketAddress Socket::GetLocalAddress() const
-{
-    NativeAddress native;
-    if (getsockname(SystemSocket(Handle()), native.Get(), &native.size) != 0)
-        ThrowSocketError(L"getsockname() failed", L"qpr::Socket::GetLocalAddress");
-    return native.ToSocketAddress();
-}
-
-SocketAddress Socket::GetRemoteAddress() const
-{
-    NativeAddress native;
-    if (getpeername(SystemSocket(Handle()), native.Get(), &native.size) != 0)
-        ThrowSocketError(L"getpeername() failed", L"qpr::Socket::GetRemoteAddress");
-    return native.ToSocketAddress();
-}
-
-void Socket::SetReceiveBufferSize(std::uint32_t bytes)
-{
-    SetOption(Handle(), SOL_SOCKET, SO_RCVBUF, static_cast<int>(bytes));
-}
-
-void Socket::SetSendBufferSize(std::uint32_t bytes)
-{
-    SetOption(Handle(), SOL_SOCKET, SO_SNDBUF, static_cast<int>(bytes));
-}
-
 void Socket::EnableKeepAlive()
 {
     tcp_keepalive times{1, 60'000, 10'000}; // in milliseconds: until the first probe, and between two
     DWORD size = 0;
-    if (WSAIoctl(SystemSocket(Handle()), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &size, nullptr, nullptr)
+    if (WSAIoctl(
+            SystemSocketOf(Handle()), SIO_KEEPALIVE_VALS, &times, sizeof times, nullptr, 0, &size, nullptr, nullptr)
         != 0)
         ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
-}
-
-void Socket::SendWithoutDelay()
-{
-    SetOption(Handle(), IPPROTO_TCP, TCP_NODELAY, 1);
-}
-
-void Socket::SetResetOnClose(bool reset)
-{
-    const linger option{static_cast<u_short>(reset ? 1 : 0), 0};
-    if (setsockopt(SystemSocket(Handle()), SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&option), sizeof option)
-        != 0)
-        ThrowSocketError(L"setsockopt() failed", L"qpr::Socket::SetOption");
-}
-
-bool Socket::IsConnected() const noexcept
-{
-    NativeAddress native;
-    return getpeername(SystemSocket(m_handle), native.Get(), &native.size) == 0 || WSAGetLastError() != WSAENOTCONN;
-}
-
-bool Socket::ShutDown(Direction direction) noexcept
-{
-    const int how = direction == Direction::Receive ? SD_RECEIVE : direction == Direction::Send ? SD_SEND : SD_BOTH;
-    return shutdown(SystemSocket(m_handle), how) == 0;
-}
-
-void Socket::Close()
-{
-    const NativeHandle handle = std::exchange(m_handle, NativeHandle());
-    if (!handle.IsValid())
-        return;
-    if (closesocket(SystemSocket(handle)) != 0)
-        ThrowSocketError(L"closesocket() failed", L"qpr::Socket::Close");
-    LeaveLibrary();
 }
 
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
-    if (CountReadySockets(SystemSocket(Handle()), WaitObject::Kind_Readable) <= 0)
+    if (CountReadySockets(SystemSocketOf(Handle()), WaitObject::Kind_Readable) <= 0)
         return std::nullopt;
-    const int count = recv(SystemSocket(Handle()), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
+    const int count = recv(SystemSocketOf(Handle()), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
     if (count >= 0)
         return static_cast<std::size_t>(count);
     const int error = WSAGetLastError();
@@ -311,14 +218,14 @@ DWORD Complete(const Socket& socket, const Wait& wait, Start start, const wchar_
     const HANDLE handle = SystemHandleOf(socket.Handle());
     OverlappedOperation operation;
     DWORD count = 0;
-    if (start(SystemSocket(socket.Handle()), &count, operation.Begin()) == 0)
+    if (start(SystemSocketOf(socket.Handle()), &count, operation.Begin()) == 0)
         return count;
     if (WSAGetLastError() != WSA_IO_PENDING)
         ThrowSocketError(callFailed, function);
     operation.WaitForEnd(
         handle, [&] { wait.For(operation.Object(), function); }, panicFunction, __LINE__);
     DWORD flags = 0;
-    if (!WSAGetOverlappedResult(SystemSocket(socket.Handle()), operation.Record(), &count, FALSE, &flags))
+    if (!WSAGetOverlappedResult(SystemSocketOf(socket.Handle()), operation.Record(), &count, FALSE, &flags))
         ThrowSocketError(callFailed, function);
     return count;
 }
@@ -342,7 +249,7 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
 bool SocketReader::InputPending()
 {
     m_wait.Check();
-    const int count = CountReadySockets(SystemSocket(m_socket.Handle()), WaitObject::Kind_Readable);
+    const int count = CountReadySockets(SystemSocketOf(m_socket.Handle()), WaitObject::Kind_Readable);
     if (count == SOCKET_ERROR)
         ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
     return count > 0;
