@@ -18,9 +18,8 @@ public:
     /// Stands for another computer when it gets a host name.
     DistributorProcess(const Installation& installation, int slots, const std::wstring& hostName = L"")
     {
-        constexpr bool ours = true;
-        qpr::PipePair input(false, ours);
-        qpr::PipePair output(ours, false);
+        qpr::PipePair input = qpr::PipePair::ToChild();
+        qpr::PipePair output = qpr::PipePair::FromChild();
         // Room for all that it says, which nobody reads.
         fcntl(static_cast<int>(output.server.Handle().Value()), F_SETPIPE_SZ, 1 << 20);
         qpr::ProcessStart start;

@@ -148,10 +148,11 @@ public:
     BareEnd& Far() { return m_far; }
 
 private:
-    static constexpr bool isOverlapped = std::is_same_v<NearEnd, ConnectionEnd>;
+    using End = qpr::PipePair::End;
+    static constexpr End nearEnd = std::is_same_v<NearEnd, ConnectionEnd> ? End::Ours : End::Child;
 
-    qpr::PipePair m_toFar{false, isOverlapped};
-    qpr::PipePair m_toNear{isOverlapped, false};
+    qpr::PipePair m_toFar{End::Child, nearEnd};
+    qpr::PipePair m_toNear{nearEnd, End::Child};
     NearEnd m_near{m_toNear.server.Handle(), m_toFar.client.Handle()};
     BareEnd m_far{m_toFar.server.Handle(), m_toNear.client.Handle()};
 };

@@ -140,9 +140,9 @@ void ProcessCall::Run()
 
 std::optional<std::uint32_t> ProcessCall::Follow()
 {
-    constexpr bool ours = true; // the end whose reads can be interrupted
-    qpr::PipePair input(false, false);
-    qpr::PipePair output(ours, false);
+    using End = qpr::PipePair::End;
+    qpr::PipePair input(End::Child, End::Child);
+    qpr::PipePair output = qpr::PipePair::FromChild();
     input.client.Close();
     m_start.standardInput = input.server.Handle();
     m_start.standardOutput = output.client.Handle();

@@ -85,20 +85,12 @@ void ServantOutput::DrawLine()
         m_left = m_reader.Available();
 }
 
-namespace
-{
-
-constexpr bool ours = true; // the end whose reads and writes can be interrupted
-constexpr bool childs = false;
-
-} // namespace
-
 ServantProcess::ServantProcess(const std::vector<std::wstring>& commandLine, std::wostream& log)
     : m_path(commandLine.front())
 {
-    qpr::PipePair commandPipe(childs, ours);
-    qpr::PipePair answerPipe(ours, childs);
-    qpr::PipePair logPipe(ours, childs);
+    qpr::PipePair commandPipe = qpr::PipePair::ToChild();
+    qpr::PipePair answerPipe = qpr::PipePair::FromChild();
+    qpr::PipePair logPipe = qpr::PipePair::FromChild();
 
     qpr::ProcessStart start;
     start.executablePath = m_path;

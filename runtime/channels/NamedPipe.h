@@ -42,11 +42,20 @@ private:
 };
 
 /// A one-way pipe: what is written to the client end is read from the server end. Neither end is passed on to programs
-/// that are started without it, but for what ProcessStart says of Windows; a fork that does not exec keeps both. An
-/// overlapped end is one whose reads and writes can be interrupted: ours; the end for a child is a plain one.
+/// that are started without it, but for what ProcessStart says of Windows; a fork that does not exec keeps both.
 struct PipePair
 {
-    PipePair(bool serverEndOverlapped, bool clientEndOverlapped);
+    /// Whose an end is. Reads and writes of our own can be interrupted; a child expects a plain one.
+    enum class End
+    {
+        Ours,
+        Child,
+    };
+
+    PipePair(End serverEnd, End clientEnd);
+
+    static PipePair ToChild() { return {End::Child, End::Ours}; }
+    static PipePair FromChild() { return {End::Ours, End::Child}; }
 
     PipeEnd server; ///< reads
     PipeEnd client; ///< writes

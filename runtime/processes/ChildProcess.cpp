@@ -2,6 +2,7 @@
 
 #include "SystemProcess.h" // of posix/ or windows/
 
+#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 
@@ -9,6 +10,14 @@ namespace qpr
 {
 
 using Clock = std::chrono::system_clock;
+
+bool ProcessStart::HasZeroCharacter() const noexcept
+{
+    const auto hasZero = [](const std::wstring& text) { return text.find(L'\0') != std::wstring::npos; };
+    return hasZero(executablePath) || hasZero(workingDirectory) || std::ranges::any_of(arguments, hasZero)
+        || std::ranges::any_of(environment,
+            [&](const auto& variable) { return hasZero(variable.first) || hasZero(variable.second); });
+}
 
 struct ChildProcess::State
 {

@@ -27,6 +27,9 @@ struct ProcessStart
     NativeHandle standardInput;
     NativeHandle standardOutput;
     NativeHandle standardError;
+
+    /// Whether a text has a zero inside: it would reach the child cut short, and is refused.
+    bool HasZeroCharacter() const noexcept;
 };
 
 /// The scale of a process's priority, as its numbers stand in the interface.

@@ -160,7 +160,7 @@ struct Client
         return process->CollectExitStatus().exitCode;
     }
 
-    qpr::PipePair input{false, true};
+    qpr::PipePair input = qpr::PipePair::ToChild();
     std::optional<qpr::ChildProcess> process;
 };
 
@@ -238,7 +238,7 @@ std::string Told(const char* what, int number)
 TEST(SharedComputer, ProcessesStartEveryCallThatFitsAndNeverOneMoreAlsoWhenSomeAreKilled)
 {
     const test::UniqueName tableName;
-    qpr::PipePair events{true, false};
+    qpr::PipePair events = qpr::PipePair::FromChild();
     std::deque<Client> clients;
     Computer computer;
     for (int i = 0; i < processCount; ++i)

@@ -85,7 +85,8 @@ TEST(ChildProcess, GetsNothingElseOfTheClients)
 TEST(ChildProcess, GetsHandlesThatAreStandardNumbersThemselvesInAnyOrder)
 {
     const int saved[] = {dup(0), dup(1), dup(2)};
-    qpr::PipePair input(false, true), output(true, false), error(true, false);
+    qpr::PipePair input = qpr::PipePair::ToChild(), output = qpr::PipePair::FromChild(),
+                  error = qpr::PipePair::FromChild();
     dup2(static_cast<int>(error.client.Handle().Value()), 0);
     dup2(static_cast<int>(input.server.Handle().Value()), 1);
     dup2(static_cast<int>(output.client.Handle().Value()), 2);
@@ -141,7 +142,8 @@ TEST(ChildProcess, NamesWhatCannotBeStarted)
 TEST(ChildProcess, LeavesNothingBehindWhenDescriptorsRunOut)
 {
     qpr::ProcessStart start = test::StartOfChild("EchoUntilTheEnd");
-    qpr::PipePair input(false, true), output(true, false), error(true, false);
+    qpr::PipePair input = qpr::PipePair::ToChild(), output = qpr::PipePair::FromChild(),
+                  error = qpr::PipePair::FromChild();
     start.standardInput = input.server.Handle();
     start.standardOutput = output.client.Handle();
     start.standardError = error.client.Handle();

@@ -17,7 +17,7 @@ TEST(NamedPipePosix, ABrokenPipeIsAnErrorAndNoSignal)
         sigemptyset(&sigPipe);
         sigaddset(&sigPipe, SIGPIPE);
         pthread_sigmask(isBlockedByTheApplication ? SIG_BLOCK : SIG_UNBLOCK, &sigPipe, &before);
-        PipePair pipe(true, true);
+        PipePair pipe(PipePair::End::Ours, PipePair::End::Ours);
         pipe.server.Close();
         EXPECT_EQ(ErrorOf([&] { qpr::IOWriter(pipe.client.Handle()).Write("abc", 3); }),
             "WriteFile/GetOverlappedResult() failed in qpr::IOWriter::Write.65, error number = 0x20: Broken pipe");
@@ -31,7 +31,7 @@ TEST(NamedPipePosix, ABrokenPipeIsAnErrorAndNoSignal)
 
 TEST(NamedPipePosix, ReportsOperationsOnAClosedEnd)
 {
-    PipePair pipe(true, true);
+    PipePair pipe(PipePair::End::Ours, PipePair::End::Ours);
     qpr::PipeReader reader(pipe.server.Handle());
     pipe.server.Close();
     EXPECT_EQ(ErrorOf([&] { reader.InputPending(); }),

@@ -24,7 +24,7 @@ const std::string tooMuch(1 << 20, 'x');
 
 TEST(NamedPipe, TellsPendingInputAndTheEndOfTheData)
 {
-    PipePair pipe(true, false);
+    PipePair pipe = qpr::PipePair::FromChild();
     qpr::PipeReader reader(pipe.server.Handle());
     EXPECT_FALSE(reader.InputPending());
     std::thread sender( // a pipe need not hold anything: the write may last until the read
@@ -45,8 +45,8 @@ TEST(NamedPipe, TellsPendingInputAndTheEndOfTheData)
 
 TEST(NamedPipe, AnInterruptAndACancelEndABlockedWriterAndABlockedReader)
 {
-    PipePair full(true, true);
-    PipePair empty(true, true);
+    PipePair full(PipePair::End::Ours, PipePair::End::Ours);
+    PipePair empty(PipePair::End::Ours, PipePair::End::Ours);
     qpr::Cancellation cancellation;
     qpr::IOWriter writer(full.client.Handle(), cancellation);
     qpr::PipeReader reader(empty.server.Handle(), cancellation);
@@ -76,7 +76,7 @@ TEST(NamedPipe, AnInterruptAndACancelEndABlockedWriterAndABlockedReader)
 
 TEST(NamedPipe, FailsAtOnceAfterACancelEvenWithDataAndRoom)
 {
-    PipePair pipe(true, true);
+    PipePair pipe(PipePair::End::Ours, PipePair::End::Ours);
     qpr::Cancellation cancellation;
     qpr::IOWriter writer(pipe.client.Handle(), cancellation);
     qpr::PipeReader reader(pipe.server.Handle(), cancellation);

@@ -27,7 +27,7 @@ std::wstring NameOf(const qpr::PipeEnd& end)
 
 TEST(NamedPipeWindows, HasANameOfItsOwn)
 {
-    const PipePair pipes[] = {{true, false}, {false, true}};
+    const PipePair pipes[] = {PipePair::FromChild(), PipePair::ToChild()};
     for (const PipePair& pipe : pipes)
     {
         wchar_t name[100];
@@ -40,7 +40,7 @@ TEST(NamedPipeWindows, HasANameOfItsOwn)
 
 TEST(NamedPipeWindows, ReportsABrokenPipe)
 {
-    PipePair pipe(true, true);
+    PipePair pipe(PipePair::End::Ours, PipePair::End::Ours);
     pipe.server.Close();
     EXPECT_THAT(ErrorOf([&] { qpr::IOWriter(pipe.client.Handle()).Write("abc", 3); }),
         testing::StartsWith(

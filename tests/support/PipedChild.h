@@ -36,9 +36,9 @@ public:
 private:
     static std::string ReadAll(qpr::PipePair& pipe);
 
-    qpr::PipePair m_input{false, true};
-    qpr::PipePair m_output{true, false};
-    qpr::PipePair m_error{true, false};
+    qpr::PipePair m_input = qpr::PipePair::ToChild();
+    qpr::PipePair m_output = qpr::PipePair::FromChild();
+    qpr::PipePair m_error = qpr::PipePair::FromChild();
 };
 
 } // namespace test

@@ -163,9 +163,9 @@ std::ostream& operator<<(std::ostream& stream, const ProgramEnd& end)
 /// The pipes are where they were made, and so keep their names from being given again, until the program is done with.
 struct RunningProgram::State
 {
-    qpr::PipePair inputPipe{false, true};
-    qpr::PipePair outputPipe{true, false};
-    qpr::PipePair errorsPipe{true, false};
+    qpr::PipePair inputPipe = qpr::PipePair::ToChild();
+    qpr::PipePair outputPipe = qpr::PipePair::FromChild();
+    qpr::PipePair errorsPipe = qpr::PipePair::FromChild();
     std::unique_ptr<qpr::ChildProcess> process;
     std::unique_ptr<Feeder> input;
     std::unique_ptr<Collector> output;

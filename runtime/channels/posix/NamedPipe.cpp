@@ -15,7 +15,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-// An overlapped end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
+// Our end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
 // between two tries only when the pipe is empty or full.
 namespace qpr
 {
@@ -48,15 +48,15 @@ void PipeEnd::Close()
         ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
 }
 
-PipePair::PipePair(bool serverEndOverlapped, bool clientEndOverlapped)
+PipePair::PipePair(End serverEnd, End clientEnd)
 {
     int descriptors[2];
     if (pipe2(descriptors, O_CLOEXEC) != 0)
         ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
     server = PipeEnd(HandleOf(descriptors[0]));
     client = PipeEnd(HandleOf(descriptors[1]));
-    if ((serverEndOverlapped && !StopBlocking(server.Handle()))
-        || (clientEndOverlapped && !StopBlocking(client.Handle())))
+    if ((serverEnd == End::Ours && !StopBlocking(server.Handle()))
+        || (clientEnd == End::Ours && !StopBlocking(client.Handle())))
     {
         ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
     }

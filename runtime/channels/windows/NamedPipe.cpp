@@ -28,19 +28,24 @@ std::wstring PipeName(const PipePair* pair)
     return name;
 }
 
-PipeEnd CreateServerEnd(const std::wstring& name, bool overlapped)
+DWORD ModeOf(PipePair::End end) noexcept
 {
-    const HANDLE handle = CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | (overlapped ? FILE_FLAG_OVERLAPPED : 0),
-        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, nullptr);
+    return end == PipePair::End::Ours ? FILE_FLAG_OVERLAPPED : 0;
+}
+
+PipeEnd CreateServerEnd(const std::wstring& name, DWORD mode)
+{
+    const HANDLE handle = CreateNamedPipeW(
+        name.c_str(), PIPE_ACCESS_INBOUND | mode, PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
     return PipeEnd(NativeHandleOf(handle));
 }
 
-PipeEnd OpenClientEnd(const std::wstring& name, bool overlapped)
+PipeEnd OpenClientEnd(const std::wstring& name, DWORD mode)
 {
-    const HANDLE handle = CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, OPEN_EXISTING,
-        overlapped ? FILE_FLAG_OVERLAPPED : 0, nullptr);
+    const HANDLE handle =
+        CreateFileW(name.c_str(), GENERIC_WRITE | FILE_READ_ATTRIBUTES, 0, nullptr, OPEN_EXISTING, mode, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         ThrowSystemError(L"CreateFile('" + name + L"') failed", L"qpr::ClientPipeEnd::ClientPipeEnd", 209);
     return PipeEnd(NativeHandleOf(handle));
@@ -69,11 +74,11 @@ void PipeEnd::Close()
         ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
 }
 
-PipePair::PipePair(bool serverEndOverlapped, bool clientEndOverlapped)
+PipePair::PipePair(End serverEnd, End clientEnd)
 {
     const std::wstring name = PipeName(this);
-    server = CreateServerEnd(name, serverEndOverlapped);
-    client = OpenClientEnd(name, clientEndOverlapped);
+    server = CreateServerEnd(name, ModeOf(serverEnd));
+    client = OpenClientEnd(name, ModeOf(clientEnd));
 }
 
 struct IOReader::Overlapped

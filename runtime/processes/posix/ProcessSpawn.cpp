@@ -174,19 +174,6 @@ private:
     posix_spawn_file_actions_t m_actions;
 };
 
-/// A text with a zero inside would reach the child cut short.
-void RefuseZeroCharacters(const ProcessStart& start)
-{
-    const auto hasZero = [](const std::wstring& text) { return text.find(L'\0') != std::wstring::npos; };
-    bool isRefused = hasZero(start.executablePath) || hasZero(start.workingDirectory);
-    for (const std::wstring& argument : start.arguments)
-        isRefused = isRefused || hasZero(argument);
-    for (const auto& [name, value] : start.environment)
-        isRefused = isRefused || hasZero(name) || hasZero(value);
-    if (isRefused)
-        ThrowStartError(start, EINVAL);
-}
-
 /// A relative path is relative to this process's working directory, whatever the child's will be.
 std::string ExecutablePath(const ProcessStart& start)
 {
@@ -220,7 +207,8 @@ void ThrowIfNoDirectory(const std::wstring& directory)
 
 pid_t SpawnProcess(const ProcessStart& start)
 {
-    RefuseZeroCharacters(start);
+    if (start.HasZeroCharacter())
+        ThrowStartError(start, EINVAL);
     const std::string path = ExecutablePath(start);
     TextBlock arguments;
     for (const std::wstring& argument : start.arguments)

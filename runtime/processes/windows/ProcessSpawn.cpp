@@ -123,19 +123,6 @@ private:
     std::vector<char> m_buffer;
 };
 
-/// A text with a zero inside would reach the child cut short.
-void RefuseZeroCharacters(const ProcessStart& start)
-{
-    const auto hasZero = [](const std::wstring& text) { return text.find(L'\0') != std::wstring::npos; };
-    bool isRefused = hasZero(start.executablePath) || hasZero(start.workingDirectory);
-    for (const std::wstring& argument : start.arguments)
-        isRefused = isRefused || hasZero(argument);
-    for (const auto& [name, value] : start.environment)
-        isRefused = isRefused || hasZero(name) || hasZero(value);
-    if (isRefused)
-        ThrowStartError(start, ERROR_INVALID_PARAMETER);
-}
-
 /// A bare name is looked for in the system's directories and on the path.
 std::wstring ExecutablePath(const ProcessStart& start)
 {
@@ -179,7 +166,8 @@ void Release(const ProcessStart& start, ProcessGroup& group, HANDLE process, HAN
 
 SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
 {
-    RefuseZeroCharacters(start);
+    if (start.HasZeroCharacter())
+        ThrowStartError(start, ERROR_INVALID_PARAMETER);
     const std::wstring path = ExecutablePath(start);
     if (IsBatchFile(path))
         CheckBatchArguments(path, start.arguments);
