@@ -1,6 +1,5 @@
 #include "client/ProcessCall.h"
 
-#include "client/FrameworkLock.h"
 #include "protocol/SupervisedProcess.h"
 #include "runtime/text/Errors.h"
 #include "streams/ByteStreams.h"
@@ -80,19 +79,8 @@ ProcessCall::ProcessCall(qxmi::IProcessRequestW& request)
     m_thread = std::make_unique<qpr::Thread>(*this, "qx process");
 }
 
-void ProcessCall::AddRef()
+void ProcessCall::Destroy()
 {
-    qpr::ScopedLock lock(FrameworkLock());
-    AddReference();
-}
-
-void ProcessCall::Release()
-{
-    {
-        qpr::ScopedLock lock(FrameworkLock());
-        if (!DropReferenceOnly())
-            return;
-    }
     m_cancellation.Cancel();
     Wait();
     m_thread.reset();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ReferenceCounted.h"
+#include "client/InterfaceObject.h"
 #include "runtime/processes/ChildProcess.h"
 #include "runtime/threads/Cancellation.h"
 #include "runtime/threads/IRunnable.h"
@@ -54,19 +54,18 @@ namespace QxClient
 
 /// One external process, followed on a thread of its own: its standard input is empty, its two output streams go to the
 /// request line by line.
-class ProcessCall final : public qxmi::IProcessCall, public qpr::ReferenceCounted, public qpr::IRunnable
+class ProcessCall final : public InterfaceObject<qxmi::IProcessCall>, public qpr::IRunnable
 {
 public:
     /// Asks the request what to start and starts the thread. Throws "Missing executable path in process request", and
     /// what the request throws.
     explicit ProcessCall(qxmi::IProcessRequestW& request);
 
-    void AddRef() override;
-    void Release() override;
     void Cancel() override;
     void Wait() override;
 
 private:
+    void Destroy() override;
     void Run() override;
     void HandleError(const std::exception&) override { }
 

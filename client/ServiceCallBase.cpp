@@ -1,6 +1,5 @@
 #include "client/ServiceCallBase.h"
 
-#include "client/FrameworkLock.h"
 #include "client/ServiceConnectorBase.h"
 #include "protocol/ServiceRequestAttributes.h"
 #include "runtime/text/Errors.h"
@@ -64,19 +63,8 @@ ServiceCallBase::~ServiceCallBase()
     m_connector.Release();
 }
 
-void ServiceCallBase::AddRef()
+void ServiceCallBase::Destroy()
 {
-    qpr::ScopedLock lock(FrameworkLock());
-    AddReference();
-}
-
-void ServiceCallBase::Release()
-{
-    {
-        qpr::ScopedLock lock(FrameworkLock());
-        if (!DropReferenceOnly())
-            return;
-    }
     assert(calledBack != this && "a call cannot be destroyed by its own request, which it would wait for");
     m_connector.Dispose(*this);
 }

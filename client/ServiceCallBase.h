@@ -3,9 +3,9 @@
 #include "client/CallLife.h"
 #include "client/CallList.h"
 #include "client/CallNeeds.h"
+#include "client/InterfaceObject.h"
 #include "client/PendingQueue.h"
 #include "protocol/ICallContext.h"
-#include "runtime/ReferenceCounted.h"
 #include "runtime/threads/IRunnable.h"
 #include "streams/ByteStreams.h"
 
@@ -69,10 +69,7 @@ class ServiceConnectorBase;
 
 /// What all calls have in common: the reference to their connector, the request, the log and the life, which is the
 /// connector's to change and guarded by its lock. CarryOut and the conversation use the call on the call's own thread.
-class ServiceCallBase : public qxmi::IServiceCall,
-                        public qpr::ReferenceCounted,
-                        public qpr::IRunnable,
-                        public qxm::ICallContext
+class ServiceCallBase : public InterfaceObject<qxmi::IServiceCall>, public qpr::IRunnable, public qxm::ICallContext
 {
 public:
     /// Takes a reference to the connector and asks the request for its service name and attributes; what they throw
@@ -80,8 +77,6 @@ public:
     ServiceCallBase(ServiceConnectorBase& connector, qxmi::IServiceRequestW& request);
     ~ServiceCallBase() override;
 
-    void AddRef() final;
-    void Release() final;
     void Cancel() final;
     void Wait() final;
 
@@ -118,6 +113,7 @@ protected:
     void FlushAndDropLog();
 
 private:
+    void Destroy() final;
     void NotifyRequestOfError() noexcept;
 
     ServiceConnectorBase& m_connector; // kept alive by this call's reference

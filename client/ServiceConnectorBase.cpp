@@ -1,6 +1,5 @@
 #include "client/ServiceConnectorBase.h"
 
-#include "client/FrameworkLock.h"
 #include "runtime/text/Errors.h"
 #include "worktable/WorkSum.h"
 
@@ -16,22 +15,6 @@ ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& 
 }
 
 ServiceConnectorBase::~ServiceConnectorBase() = default;
-
-void ServiceConnectorBase::AddRef()
-{
-    qpr::ScopedLock lock(FrameworkLock());
-    AddReference();
-}
-
-void ServiceConnectorBase::Release()
-{
-    {
-        qpr::ScopedLock lock(FrameworkLock());
-        if (!DropReferenceOnly())
-            return;
-    }
-    delete this;
-}
 
 void ServiceConnectorBase::StartStarter()
 {

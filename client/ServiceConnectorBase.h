@@ -1,10 +1,10 @@
 #pragma once
 
 #include "client/CallList.h"
+#include "client/InterfaceObject.h"
 #include "client/PendingQueue.h"
 #include "client/ServiceCallBase.h"
 #include "config/ConnectorSettings.h"
-#include "runtime/ReferenceCounted.h"
 #include "runtime/threads/IRunnable.h"
 #include "runtime/threads/Mutex.h"
 #include "runtime/threads/Thread.h"
@@ -22,14 +22,12 @@ namespace QxClient
 /// What the three connectors have in common: the queue, the lock, the starter thread, the running-call limit, and the
 /// ways in which calls are started, cancelled, waited for and ended. A connector class adds its rule: which queued call
 /// to start where, and whom to tell when its lists change.
-class ServiceConnectorBase : public qxmi::IServiceConnectorW, public qpr::ReferenceCounted, public qpr::IRunnable
+class ServiceConnectorBase : public InterfaceObject<qxmi::IServiceConnectorW>, public qpr::IRunnable
 {
 public:
     explicit ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings);
     ~ServiceConnectorBase() override;
 
-    void AddRef() final;
-    void Release() final;
     void CancelServiceCalls(const std::vector<qxmi::IServiceCall*>& calls) final;
 
     /// The starter thread's body: waits for the starter event and makes one pass each time, for the connector's life.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 #include <utility>
 
@@ -14,19 +15,23 @@ public:
     ReferenceCounted() = default;
     ReferenceCounted(const ReferenceCounted&) = delete;
     ReferenceCounted& operator=(const ReferenceCounted&) = delete;
-    virtual ~ReferenceCounted() = default;
+    virtual ~ReferenceCounted() { assert(m_referenceCount == 0 && "destroyed while somebody holds it"); }
 
     void AddReference() const noexcept { ++m_referenceCount; }
 
     /// Destroys the object when the count reaches 0.
     void DropReference() const
     {
-        if (--m_referenceCount == 0)
+        if (DropReferenceOnly())
             delete this;
     }
 
     /// Lowers the count and answers whether it reached 0; the caller then destroys the object, outside its lock.
-    bool DropReferenceOnly() const noexcept { return --m_referenceCount == 0; }
+    bool DropReferenceOnly() const noexcept
+    {
+        assert(m_referenceCount != 0 && "dropped more references than were taken");
+        return --m_referenceCount == 0;
+    }
 
 private:
     mutable std::uint32_t m_referenceCount = 0;

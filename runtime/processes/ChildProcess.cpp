@@ -15,8 +15,8 @@ bool ProcessStart::HasZeroCharacter() const noexcept
 {
     const auto hasZero = [](const std::wstring& text) { return text.find(L'\0') != std::wstring::npos; };
     return hasZero(executablePath) || hasZero(workingDirectory) || std::ranges::any_of(arguments, hasZero)
-        || std::ranges::any_of(environment,
-            [&](const auto& variable) { return hasZero(variable.first) || hasZero(variable.second); });
+        || std::ranges::any_of(
+            environment, [&](const auto& variable) { return hasZero(variable.first) || hasZero(variable.second); });
 }
 
 struct ChildProcess::State

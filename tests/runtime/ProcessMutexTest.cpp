@@ -1,6 +1,7 @@
 #include "runtime/named/ProcessMutex.h"
 
 #include "FunctionRunnable.h"
+#include "runtime/threads/ThreadEvent.h"
 #include "support/ChildMain.h"
 #include "support/ErrorOf.h"
 #include "support/PipedChild.h"
