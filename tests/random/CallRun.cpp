@@ -25,6 +25,8 @@ using Clock = std::chrono::steady_clock;
 using Client = ClientPlan::Program;
 using Intervention = ClientPlan::Intervention;
 
+constexpr std::uint32_t lookMs = 100; // for what is left: each look reads the table of all processes
+
 std::uint32_t MsSince(Clock::time_point start)
 {
     return static_cast<std::uint32_t>(
@@ -279,7 +281,7 @@ private:
                 return;
             if (!slack && MsSince(start) >= m_expected.remainsMs)
                 slack.emplace(m_surroundings.probe, m_surroundings.slackMs / (m_expected.remainsMs == 0 ? 2 : 1));
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            std::this_thread::sleep_for(std::chrono::milliseconds(lookMs));
         }
     }
 

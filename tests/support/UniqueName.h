@@ -2,6 +2,7 @@
 
 #include "runtime/named/SecurityDescriptor.h"
 #include "runtime/processes/CurrentProcess.h"
+#include "runtime/text/Utf8.h"
 
 #include <atomic>
 #include <filesystem>

@@ -38,8 +38,11 @@ std::vector<SeenProcess> FindProcesses(const std::string& argument)
         const std::string name = entry.path().filename().string();
         if (!std::ranges::all_of(name, [](char digit) { return digit >= '0' && digit <= '9'; }))
             continue;
+        const std::string content = Content(entry.path() / "cmdline"); // empty for one that has ended
+        if (content.find(argument) == std::string::npos)
+            continue;
         SeenProcess process{static_cast<std::uint32_t>(std::stoul(name)), {}};
-        std::istringstream line(Content(entry.path() / "cmdline")); // empty for one that has ended
+        std::istringstream line(content);
         for (std::string word; std::getline(line, word, '\0');)
             process.arguments.push_back(word);
         if (std::ranges::count(process.arguments, argument) != 0)
