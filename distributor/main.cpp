@@ -65,7 +65,7 @@ std::uint32_t Slots(const qxd::Options& options, std::uint64_t processors, std::
 
 void Serve(const qxd::Options& options)
 {
-    const qpr::InterruptSignal interrupt;
+    const auto& interrupt = qpr::InterruptSignal::UntilExit();
     const std::size_t descriptors = qpr::CurrentProcess::RaiseDescriptorLimit();
     const qxm::HostDescription host = DescribeHost(options);
     const std::uint32_t slots = Slots(options, host.cpuCount, descriptors);

@@ -21,6 +21,14 @@ public:
     InterruptSignal(const InterruptSignal&) = delete;
     InterruptSignal& operator=(const InterruptSignal&) = delete;
 
+    /// The one of a program that listens from now on to the very end of its process: a further interrupt, while it
+    /// winds down, cannot end it in another way.
+    static const InterruptSignal& UntilExit()
+    {
+        static const auto* const signal = new InterruptSignal;
+        return *signal;
+    }
+
     WaitObject Object() const noexcept;
 };
 

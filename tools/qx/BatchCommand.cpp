@@ -62,7 +62,7 @@ int RunBatch(const BatchOptions& options, qx::Program& program)
     std::vector<qx::BatchItem> items = qx::PlanBatch(
         qx::ExpandFileArguments(options.files, options.namesEndInNull ? '\0' : '\n'), directory, options.suffix);
     const auto connector = qx::CreateConnector(options.connector, situation);
-    const qpr::InterruptSignal interrupt;
+    const auto& interrupt = qpr::InterruptSignal::UntilExit();
     MakeDirectory(directory);
     qx::RemoveAbandonedParts(directory);
     qx::JobLog jobLog = OpenJobLog(options);

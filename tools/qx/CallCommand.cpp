@@ -173,7 +173,7 @@ int Call(const CallOptions& options, qx::Program& program)
     const auto timeoutMs = options.timeout ? static_cast<std::uint32_t>(*options.timeout * 1000) : qpr::Infinite;
     qx::Situation situation{qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes)};
     qx::StandardError& errors = program.Errors();
-    const qpr::InterruptSignal interrupt;
+    const auto& interrupt = qpr::InterruptSignal::UntilExit();
     qx::CallLog log(options.logFile, errors);
     CallRequest request(situation, log, errors);
     const auto connector = qx::CreateConnector(options.connector, situation);

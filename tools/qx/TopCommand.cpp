@@ -90,7 +90,7 @@ unsigned BarWidth(unsigned columns)
 
 int ShowLive()
 {
-    const qpr::InterruptSignal interrupt;
+    const auto& interrupt = qpr::InterruptSignal::UntilExit();
     const qx::HostCapacity host = ThisComputer();
     qx::TopOrder order = qx::TopOrder::Row;
     qpr::TerminalKeys keys;
