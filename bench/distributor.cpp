@@ -1,5 +1,5 @@
-// How many calls a second qx-distributor serves to 1, 10 and 100 clients at once, each making one call after the other,
-// and what a client that waits for a slot costs it: memory and descriptors. Argument: rounds.
+// How many calls per second qx-distributor serves to 1, 10 and 100 clients at once, each making one call after the
+// other, and what a client that waits for a slot costs it: memory and descriptors. Argument: rounds.
 
 #include "bench/DistributorProcess.h"
 #include "bench/Installation.h"

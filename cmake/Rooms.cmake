@@ -14,8 +14,8 @@ function(qx_room name)
   endif()
 endfunction()
 
-# qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program and one CTest entry a case; one entry a
-# program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp,
+# qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program with one CTest entry for each case; one
+# entry for the program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp,
 # ...PosixTest.cpp and so on are of that platform.
 function(qx_test room)
   cmake_parse_arguments(TEST "" "" "LINKS" ${ARGN})

@@ -189,17 +189,17 @@ int main(int argc, char** argv)
         std::thread([] {}).join(); // beside the first one the thread sanitizer starts one of its own
         const auto before = test::CountResources(qpr::CurrentProcess::GetId());
         const int exitCode = MakeCalls(words.at(1), words.at(2), words.at(3));
-        auto after = before;
-        for (int look = 0; look < 100; ++look) // an ended thread is counted for a moment
+        const auto isMore = [&before](const test::ResourceCount& now)
+        { return now.handles > before.handles || now.threads > before.threads || now.children > before.children; };
+        auto after = test::CountResources(qpr::CurrentProcess::GetId());
+        for (int look = 0; look < 100 && isMore(after); ++look) // an ended thread is counted for a moment
         {
-            after = test::CountResources(qpr::CurrentProcess::GetId());
-            if (before == after)
-                break;
             qpr::Thread::Sleep(10);
+            after = test::CountResources(qpr::CurrentProcess::GetId());
         }
-        if (before != after)
-            std::printf("left: %zu handles, %zu threads, %zu children\n", after.handles - before.handles,
-                after.threads - before.threads, after.children - before.children);
+        if (isMore(after))
+            std::printf("left: handles %zu -> %zu, threads %zu -> %zu, children %zu -> %zu\n", before.handles,
+                after.handles, before.threads, after.threads, before.children, after.children);
         return exitCode;
     }
     catch (const std::exception& error)
