@@ -10,7 +10,6 @@
 namespace QxClient
 {
 
-class ICallExecutor;
 class NetworkServiceConnector;
 
 /// A call that runs where the distributor finds a servant for it.

@@ -1,6 +1,6 @@
 #include "runtime/channels/Socket.h"
 
-#include "runtime/channels/NativeAddress.h"
+#include "runtime/channels/NativeSocket.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Thread.h"

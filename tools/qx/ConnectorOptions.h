@@ -64,8 +64,6 @@ auto NamingConfigurationFile(const qxm::ConnectorConfiguration& connector, Actio
     }
 }
 
-class ConnectorOptions;
-
 /// Creates the connector that the options describe. Its configuration file is read first, so that every error about it
 /// names the file; what was read goes into the situation, for errors of the connector's calls.
 LibraryObject<qxmi::IServiceConnectorW> CreateConnector(const ConnectorOptions& options, Situation& situation);

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <qxmi/IServiceCall.h>
 #include <qxmi/IServiceRequestW.h>
 #include <string>
 
@@ -51,16 +52,6 @@ private:
     std::atomic<Outcome> m_outcome = Outcome::Done;
     std::string m_errorText;
 };
-
-} // namespace qx
-
-namespace qxmi
-{
-class IServiceCall;
-}
-
-namespace qx
-{
 
 /// Waits for a call on a thread of its own, so that the program can wait for other things at the same time. The call
 /// outlives it; the destructor cancels one that still runs and waits for its end.

@@ -1,6 +1,6 @@
 #include "runtime/channels/AddressLookup.h"
 
-#include "runtime/channels/NativeAddress.h"
+#include "runtime/channels/NativeSocket.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Utf8.h"
 #include "runtime/text/posix/SocketErrors.h"

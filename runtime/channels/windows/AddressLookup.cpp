@@ -1,5 +1,5 @@
 #include "runtime/channels/AddressLookup.h"
-#include "runtime/channels/NativeAddress.h"
+#include "runtime/channels/NativeSocket.h"
 #include "runtime/channels/Socket.h"
 #include "runtime/text/Errors.h"
 

@@ -1,6 +1,6 @@
 #include "runtime/channels/Socket.h"
 
-#include "runtime/channels/NativeAddress.h"
+#include "runtime/channels/NativeSocket.h"
 #include "runtime/channels/windows/OverlappedOperation.h"
 #include "runtime/text/CheckedIntCast.h"
 #include "runtime/text/Errors.h"

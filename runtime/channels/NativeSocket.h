@@ -2,6 +2,7 @@
 
 #include "SystemSocket.h" // of posix/ or windows/
 #include "runtime/channels/SocketAddress.h"
+#include "runtime/threads/NativeHandle.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,6 +29,20 @@ struct NativeAddress
 };
 
 int NativeFamily(SocketAddress::Family family) noexcept;
+
+inline SystemSocket SystemSocketOf(NativeHandle handle) noexcept
+{
+    return static_cast<SystemSocket>(handle.Value());
+}
+
+/// False when the system refuses.
+bool CloseSystemSocket(NativeHandle handle) noexcept;
+
+/// Before a new socket is bound: accepting is never to block, and the address is to be this listener's alone.
+void PrepareToListen(NativeHandle handle);
+
+/// Throws "setsockopt() failed".
+void SetSocketOption(NativeHandle handle, int level, int option, int value);
 
 /// The addresses that the system's resolver found, a linked list, but those of families that SocketAddress does not
 /// know.

@@ -1,4 +1,4 @@
-#include "runtime/channels/NativeAddress.h"
+#include "runtime/channels/NativeSocket.h"
 
 namespace qpr
 {
