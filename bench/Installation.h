@@ -2,7 +2,7 @@
 
 #include "client/ConversationExecutor.h"
 #include "client/LocalComputer.h"
-#include "client/NetworkServiceConnector.h"
+#include "client/ServiceConnectors.h"
 #include "config/Configuration.h"
 #include "config/ConnectorSettings.h"
 #include "config/LocalHost.h"

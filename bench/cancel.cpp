@@ -8,8 +8,7 @@
 #include "bench/Installation.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "client/LocalServiceConnector.h"
-#include "client/NetworkServiceConnector.h"
+#include "client/ServiceConnectors.h"
 #include "runtime/threads/ThreadEvent.h"
 
 #include <qxmi/IServiceConnectionW.h>

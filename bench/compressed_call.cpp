@@ -7,7 +7,7 @@
 #include "bench/Installation.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "client/LocalServiceConnector.h"
+#include "client/ServiceConnectors.h"
 #include "streams/ByteStreams.h"
 #include "streams/compression/BlockedQLZ14.h"
 #include "streams/compression/BlockedRawDeflate.h"

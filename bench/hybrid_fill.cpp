@@ -5,9 +5,7 @@
 #include "bench/Installation.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "client/HybridServiceConnector.h"
-#include "client/LocalServiceConnector.h"
-#include "client/NetworkServiceConnector.h"
+#include "client/ServiceConnectors.h"
 
 #include <qxmi/IServiceConnectionW.h>
 

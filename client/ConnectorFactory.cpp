@@ -1,10 +1,8 @@
 #include "client/ConnectorFactory.h"
 
 #include "client/ConversationExecutor.h"
-#include "client/HybridServiceConnector.h"
 #include "client/LocalComputer.h"
-#include "client/LocalServiceConnector.h"
-#include "client/NetworkServiceConnector.h"
+#include "client/ServiceConnectors.h"
 #include "config/Configuration.h"
 #include "config/LocalHost.h"
 

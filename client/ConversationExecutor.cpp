@@ -9,35 +9,6 @@
 namespace QxClient
 {
 
-namespace
-{
-
-class DistributorExecution final : public INetworkExecution
-{
-public:
-    DistributorExecution(qxm::ICallContext& call, const qxm::DistributorSettings& distributor,
-        qxm::Introductions& introductions, const qxm::ConversationSettings& settings,
-        std::optional<qpr::WaitObject> giveUpObject)
-        : m_call(call)
-        , m_settings(settings)
-        , m_request(distributor.host, distributor.clientPort,
-              {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), settings.logServiceExecutionInfo},
-              introductions, call.GetCancellation(), giveUpObject)
-    {
-    }
-
-    bool WaitUntilReady() override { return m_request.WaitUntilReady(); }
-
-    void CarryOut() override { RunNetworkConversation(m_call, m_request, m_settings); }
-
-private:
-    qxm::ICallContext& m_call; // not owned
-    qxm::ConversationSettings m_settings;
-    qxm::DistributorRequest m_request;
-};
-
-} // namespace
-
 ConversationExecutor::ConversationExecutor(
     qxm::HostDescription client, bool logServiceExecutionInfo, qxm::DistributorSettings distributor)
     : m_client(std::move(client))
@@ -53,11 +24,17 @@ void ConversationExecutor::RunLocally(
     RunLocalConversation(call, service, usage, {m_client, m_logServiceExecutionInfo});
 }
 
-std::unique_ptr<INetworkExecution> ConversationExecutor::PrepareNetwork(
-    qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject)
+bool ConversationExecutor::RunOnNetwork(qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject,
+    const std::function<void()>& onServantAssigned)
 {
-    return std::make_unique<DistributorExecution>(call, m_distributor, m_introductions,
-        qxm::ConversationSettings{m_client, m_logServiceExecutionInfo}, giveUpObject);
+    qxm::DistributorRequest request(m_distributor.host, m_distributor.clientPort,
+        {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), m_logServiceExecutionInfo}, m_introductions,
+        call.GetCancellation(), giveUpObject);
+    if (!request.WaitUntilReady())
+        return false;
+    onServantAssigned();
+    RunNetworkConversation(call, request, {m_client, m_logServiceExecutionInfo});
+    return true;
 }
 
 } // namespace QxClient

@@ -16,8 +16,8 @@ public:
 
     void RunLocally(
         qxm::ICallContext& call, const qxm::LocalServiceInfo& service, const qxm::ExpectedUsage& usage) override;
-    std::unique_ptr<INetworkExecution> PrepareNetwork(
-        qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject) override;
+    bool RunOnNetwork(qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject,
+        const std::function<void()>& onServantAssigned) override;
 
 private:
     const qxm::HostDescription m_client;

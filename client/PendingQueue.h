@@ -13,8 +13,8 @@ namespace QxClient
 class ServiceCallBase;
 
 /// The queued calls of a connector, in arrival order: the leaves of a binary tree whose nodes know the least that any
-/// call below them needs, and what those calls need together. A walk asks about a node before it looks below it, so
-/// that 100,000 calls that are refused, alike or all different, mostly cost one question.
+/// call below them needs, and what those calls need together. A search asks about a node before it looks below it, so
+/// that refusing 100,000 calls, alike or all different, mostly costs one question.
 ///
 /// Not thread safe; the caller holds the connector's lock. Owns no call.
 class PendingQueue
@@ -40,7 +40,7 @@ public:
         std::size_t m_leaf = 0;
     };
 
-    /// Appends the call at the tail. The place stays the call's and must not move. Ends all walks.
+    /// Appends the call at the tail. The place stays the call's and must not move.
     void Append(ServiceCallBase& call, const CallNeeds& needs, Place& place);
 
     /// Does nothing for a call that is not queued.
@@ -49,50 +49,36 @@ public:
     bool IsEmpty() const noexcept { return m_nodes[root].count == 0; }
     const LocalSum& SumOfLocal() const noexcept { return m_nodes[root].localSum; }
 
-    /// A walk from the head: each Next names the first call, not before the last one named, whose needs the predicate
-    /// admits; null at the end. A predicate that admits some needs admits lesser ones too. It may look at the amounts
-    /// of calls that can run locally. Calls may be removed between two steps.
-    class Walk
+    /// The first call whose needs the predicate admits; null when there is none. A predicate that admits some needs
+    /// admits lesser ones too. It may look at the amounts of calls that can run locally.
+    template <class Predicate>
+    ServiceCallBase* FindFirst(Predicate admits) const
     {
-    public:
-        explicit Walk(const PendingQueue& queue)
-            : m_queue(queue)
+        std::size_t i = root;
+        while (i != end)
         {
+            const Node& node = m_nodes[i];
+            if (node.count == 0 || !admits(node.least))
+                i = NextAfter(i);
+            else if (i < m_leaves.size())
+                i *= 2;
+            else
+                return m_leaves[i - m_leaves.size()].call;
         }
-
-        template <class Predicate>
-        ServiceCallBase* Next(Predicate admits)
-        {
-            while (m_node != end)
-            {
-                const Node& node = m_queue.m_nodes[m_node];
-                if (node.count == 0 || !admits(node.least))
-                    m_node = NextAfter(m_node);
-                else if (m_node < m_queue.m_leaves.size())
-                    m_node *= 2;
-                else
-                    return m_queue.m_leaves[m_node - m_queue.m_leaves.size()].call;
-            }
-            return nullptr;
-        }
-
-    private:
-        static constexpr std::size_t end = 0;
-
-        /// The node right of this one and of all below it.
-        static std::size_t NextAfter(std::size_t node) noexcept
-        {
-            while (node % 2 == 1)
-                node /= 2;
-            return node == end ? end : node + 1;
-        }
-
-        const PendingQueue& m_queue;
-        std::size_t m_node = root;
-    };
+        return nullptr;
+    }
 
 private:
     static constexpr std::size_t root = 1;
+    static constexpr std::size_t end = 0;
+
+    /// The node right of this one and of all below it.
+    static std::size_t NextAfter(std::size_t node) noexcept
+    {
+        while (node % 2 == 1)
+            node /= 2;
+        return node == end ? end : node + 1;
+    }
 
     struct Node
     {

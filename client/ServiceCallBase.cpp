@@ -86,7 +86,7 @@ void ServiceCallBase::Run()
     try
     {
         m_life.GetCancellation().AdoptCurrentThread();
-        CarryOut();
+        CarryOut(m_place);
     }
     catch (const qpr::InterruptException&) // the way out of a cancelled call
     {

@@ -67,6 +67,13 @@ private:
 
 class ServiceConnectorBase;
 
+/// Where a call is carried out.
+enum class CallPlace
+{
+    Here, ///< on this computer
+    Network,
+};
+
 /// What all calls have in common: the reference to their connector, the request, the log and the life, which is the
 /// connector's to change and guarded by its lock. CarryOut and the conversation use the call on the call's own thread.
 class ServiceCallBase : public InterfaceObject<qxmi::IServiceCall>, public qpr::IRunnable, public qxm::ICallContext
@@ -91,10 +98,13 @@ public:
     void ReportError(std::exception_ptr error) noexcept final;
     std::wostream& Log() final;
 
-    /// What the rules need to know of the call while it is queued.
+    // For the connector, under its lock.
+
+    /// What the scheduler has to know of the call. It does not change while the call is queued.
     virtual CallNeeds Needs() const = 0;
 
-    // For the connector, under its lock.
+    /// To be given before the call is started.
+    void SetPlace(CallPlace place) noexcept { m_place = place; }
 
     const ServiceConnectorBase& Connector() const noexcept { return m_connector; }
     CallLife& Life() noexcept { return m_life; }
@@ -107,7 +117,7 @@ public:
 
 protected:
     /// Carries the call out on the call's thread. Returning is success unless an error was reported.
-    virtual void CarryOut() = 0;
+    virtual void CarryOut(CallPlace place) = 0;
 
     /// Passes on what the log holds and lets go of its buffer.
     void FlushAndDropLog();
@@ -124,6 +134,7 @@ private:
 
     // Guarded by the connector's lock.
     CallLife m_life;
+    CallPlace m_place = CallPlace::Here; // unchanged while the call is started
     PendingQueue::Place m_queuePlace;
     CallList::Place m_listPlace;
 };

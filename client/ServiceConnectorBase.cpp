@@ -1,7 +1,7 @@
 #include "client/ServiceConnectorBase.h"
 
 #include "runtime/text/Errors.h"
-#include "worktable/WorkSum.h"
+#include "worktable/RowInWorkTable.h"
 
 #include <iostream>
 #include <utility>
@@ -9,38 +9,46 @@
 namespace QxClient
 {
 
-ServiceConnectorBase::ServiceConnectorBase(const qxm::ServiceConnectorSettings& settings)
-    : m_settings(settings)
+ServiceConnectorBase::ServiceConnectorBase(const char* name, const qxm::ServiceConnectorSettings& settings,
+    std::unique_ptr<LocalComputer> computer, std::unique_ptr<ICallExecutor> executor)
+    : m_name(name)
+    , m_executor(std::move(executor))
+    , m_computer(std::move(computer))
+    , m_starterEvent(qpr::ThreadEvent::Kind_AutoReset)
+    , m_scheduler(m_computer.get(), m_starterEvent, settings.maxRunningCalls)
+    , m_switchObject(m_scheduler.SwitchObject())
+    , m_starter(*this)
+    , m_starterThread(m_starter, "qx starter")
 {
 }
 
 ServiceConnectorBase::~ServiceConnectorBase() = default;
 
-void ServiceConnectorBase::StartStarter()
-{
-    m_starter = std::make_unique<qpr::Thread>(*this, "qx starter");
-}
-
-void ServiceConnectorBase::StopStarter()
-{
-    m_starter.reset();
-}
-
-void ServiceConnectorBase::Run()
+void ServiceConnectorBase::Starter::Run()
 {
     for (;;)
     {
-        WaitForStarterEvent();
-        qpr::ScopedLock lock(m_lock);
-        StartPendingCalls();
+        m_connector.WaitForChange();
+        qpr::ScopedLock lock(m_connector.m_lock);
+        try
+        {
+            m_connector.MakePass();
+        }
+        catch (const qxm::WorkTableCorruption&)
+        {
+            throw;
+        }
+        catch (const std::exception&) // the table is not to be had: while calls wait there is another pass in a second
+        {
+        }
     }
 }
 
-void ServiceConnectorBase::ReportStarterDeath(std::string_view connector, const std::exception& error) noexcept
+void ServiceConnectorBase::Starter::HandleError(const std::exception& error)
 {
     try
     {
-        std::cerr << "[QxClient::" << connector
+        std::cerr << "[QxClient::" << m_connector.m_name
                   << "::HandleError] Pending call starter thread terminated prematurely: " << error.what() << std::endl;
     }
     catch (...) // there is nobody else to tell
@@ -48,18 +56,42 @@ void ServiceConnectorBase::ReportStarterDeath(std::string_view connector, const 
     }
 }
 
+void ServiceConnectorBase::WaitForChange()
+{
+    if (m_computer)
+        m_computer->WaitForChange();
+    else
+        m_starterEvent.Wait();
+}
+
+void ServiceConnectorBase::MakePass()
+{
+    while (const std::optional<CallScheduler::Admission> admitted = m_scheduler.AdmitNext())
+    {
+        if (admitted->error)
+        {
+            Fail(*admitted->call, admitted->error);
+            std::rethrow_exception(admitted->error);
+        }
+        if (Start(*admitted->call, admitted->place))
+            return;
+        m_scheduler.PublishLater();
+    }
+    m_scheduler.SwitchWaitingCallIfAdmitted();
+}
+
 qxmi::IServiceCall* ServiceConnectorBase::Enqueue(std::unique_ptr<ServiceCallBase> call)
 {
     {
         qpr::ScopedLock lock(m_lock);
-        Append(*call);
+        m_scheduler.Append(*call);
         try
         {
-            PublishChange();
+            m_scheduler.Publish();
         }
         catch (...)
         {
-            Unqueue(*call);
+            m_scheduler.Unqueue(*call);
             throw;
         }
     }
@@ -67,10 +99,11 @@ qxmi::IServiceCall* ServiceConnectorBase::Enqueue(std::unique_ptr<ServiceCallBas
     return call.release();
 }
 
-bool ServiceConnectorBase::Start(ServiceCallBase& call)
+bool ServiceConnectorBase::Start(ServiceCallBase& call, CallPlace place)
 {
     try
     {
+        call.SetPlace(place);
         call.Life().Start(call);
         return true;
     }
@@ -83,7 +116,7 @@ bool ServiceConnectorBase::Start(ServiceCallBase& call)
 
 void ServiceConnectorBase::Fail(ServiceCallBase& call, std::exception_ptr error)
 {
-    Unlink(call);
+    m_scheduler.Remove(call);
     call.Life().ReportError(std::move(error));
     Conclude(call);
 }
@@ -101,7 +134,7 @@ void ServiceConnectorBase::Finish(ServiceCallBase& call, bool interrupted)
         qpr::ScopedLock lock(m_lock);
         if (interrupted)
             call.Life().Cancel();
-        if (!LeaveOrFail(call))
+        if (!Leave(call))
             return;
         call.Life().Decide();
     }
@@ -112,17 +145,34 @@ void ServiceConnectorBase::Finish(ServiceCallBase& call, bool interrupted)
     call.Life().End();
 }
 
-bool ServiceConnectorBase::LeaveOrFail(ServiceCallBase& call)
+bool ServiceConnectorBase::Leave(ServiceCallBase& call)
 {
+    const bool wasWaiting = m_scheduler.Remove(call);
+    bool goesBack = wasWaiting && !call.Needs().mayGoToNetwork && !call.Life().IsCancelRequested();
     try
     {
-        return Leave(call);
+        if (goesBack)
+            m_scheduler.Append(call);
     }
     catch (...) // no memory to queue it again
     {
         call.Life().ReportError(std::current_exception());
-        return true;
+        goesBack = false;
     }
+    m_scheduler.PublishLater();
+    return !goesBack;
+}
+
+void ServiceConnectorBase::OnServantAssigned(ServiceCallBase& call)
+{
+    qpr::ScopedLock lock(m_lock);
+    m_scheduler.OnServantAssigned(call);
+}
+
+void ServiceConnectorBase::OnSwitched()
+{
+    qpr::ScopedLock lock(m_lock);
+    m_scheduler.OnSwitched();
 }
 
 void ServiceConnectorBase::ReportError(ServiceCallBase& call, std::exception_ptr error) noexcept
@@ -138,7 +188,7 @@ bool ServiceConnectorBase::CancelLocked(ServiceCallBase& call)
         call.Life().Cancel();
     if (state != CallLife::State::Queued)
         return false;
-    Unqueue(call);
+    m_scheduler.Unqueue(call);
     call.Life().Cancel();
     Conclude(call);
     return true;
@@ -148,7 +198,7 @@ void ServiceConnectorBase::Cancel(ServiceCallBase& call)
 {
     qpr::ScopedLock lock(m_lock);
     if (CancelLocked(call))
-        PublishChangeLater();
+        m_scheduler.PublishLater();
 }
 
 void ServiceConnectorBase::WaitFor(ServiceCallBase& call)
@@ -165,7 +215,7 @@ void ServiceConnectorBase::CancelServiceCalls(const std::vector<qxmi::IServiceCa
     for (ServiceCallBase* call : own)
         queueChanged |= CancelLocked(*call);
     if (queueChanged)
-        PublishChangeLater();
+        m_scheduler.PublishLater();
     for (ServiceCallBase* call : own)
         call->Life().WaitForEnd(m_lock);
 }
@@ -189,63 +239,11 @@ void ServiceConnectorBase::Dispose(ServiceCallBase& call)
     {
         qpr::ScopedLock lock(m_lock);
         if (CancelLocked(call))
-            PublishChangeLater();
+            m_scheduler.PublishLater();
         call.Life().WaitForEnd(m_lock);
     }
     call.Life().TakeThread().reset(); // of a start that came back to the queue: it ends before the connector can go
     delete &call;
-}
-
-void ServiceConnectorBase::Append(ServiceCallBase& call)
-{
-    m_queue.Append(call, call.Needs(), call.QueuePlace());
-    call.Life().Enqueue();
-}
-
-void ServiceConnectorBase::Unqueue(ServiceCallBase& call)
-{
-    m_queue.Remove(call.QueuePlace());
-    call.Life().Dequeue();
-}
-
-void ServiceConnectorBase::MoveTo(CallList& list, ServiceCallBase& call)
-{
-    CallList::Unlink(call.ListPlace());
-    list.Append(call, call.ListPlace());
-}
-
-void ServiceConnectorBase::Unlink(ServiceCallBase& call)
-{
-    CallList::Unlink(call.ListPlace());
-}
-
-bool ServiceConnectorBase::IsIn(const CallList& list, ServiceCallBase& call)
-{
-    return list.Holds(call.ListPlace());
-}
-
-qxm::Work ServiceConnectorBase::SumOf(const CallList& calls)
-{
-    qxm::Work sum;
-    for (const ServiceCallBase* call : calls)
-    {
-        const CallNeeds needs = call->Needs();
-        ++sum.jobs;
-        sum.processors = qxm::SaneAmount(sum.processors + needs.processors);
-        sum.memoryInMB = qxm::SaneAmount(sum.memoryInMB + needs.memoryInMB);
-    }
-    return sum;
-}
-
-qxm::Work ServiceConnectorBase::PendingWork() const
-{
-    const PendingQueue::LocalSum& sum = m_queue.SumOfLocal();
-    return {sum.calls, qxm::SaneAmount(sum.processors), qxm::SaneAmount(sum.memoryInMB)};
-}
-
-bool ServiceConnectorBase::IsRunningLimitReached(std::size_t running) const noexcept
-{
-    return !m_settings.maxRunningCalls.IsNull() && running >= m_settings.maxRunningCalls.Value();
 }
 
 } // namespace QxClient

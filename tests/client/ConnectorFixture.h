@@ -1,11 +1,9 @@
 #pragma once
 
 #include "client/FakeExecutor.h"
-#include "client/HybridServiceConnector.h"
 #include "client/LocalComputer.h"
-#include "client/LocalServiceConnector.h"
-#include "client/NetworkServiceConnector.h"
 #include "client/RecordingRequest.h"
+#include "client/ServiceConnectors.h"
 #include "worktable/TestTable.h"
 
 #include <gtest/gtest.h>

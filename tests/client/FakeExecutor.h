@@ -54,53 +54,28 @@ public:
         WaitStep(call);
     }
 
-    std::unique_ptr<QxClient::INetworkExecution> PrepareNetwork(
-        qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject) override
+    bool RunOnNetwork(qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject,
+        const std::function<void()>& onServantAssigned) override
     {
-        return std::make_unique<Execution>(*this, call, giveUpObject);
+        Tell("network", call);
+        std::vector<qpr::WaitObject> objects{call.GetCancellation().Object(), EventOf(IdOf(call)).Object()};
+        if (giveUpObject)
+            objects.push_back(*giveUpObject);
+        const int index = qpr::Thread::WaitForAnyObject(objects, L"test::FakeExecutor");
+        call.GetCancellation().ThrowIfCancelled();
+        if (index == 2)
+        {
+            Tell("given up", call);
+            return false;
+        }
+        ThrowFailure(call);
+        onServantAssigned();
+        Tell("ready", call);
+        WaitStep(call);
+        return true;
     }
 
 private:
-    class Execution final : public QxClient::INetworkExecution
-    {
-    public:
-        Execution(FakeExecutor& executor, qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject)
-            : m_executor(executor)
-            , m_call(call)
-            , m_giveUpObject(giveUpObject)
-        {
-        }
-
-        bool WaitUntilReady() override
-        {
-            m_executor.Tell("network", m_call);
-            std::vector<qpr::WaitObject> objects{
-                m_call.GetCancellation().Object(), m_executor.EventOf(IdOf(m_call)).Object()};
-            if (m_giveUpObject)
-                objects.push_back(*m_giveUpObject);
-            const int index = qpr::Thread::WaitForAnyObject(objects, L"test::FakeExecutor");
-            m_call.GetCancellation().ThrowIfCancelled();
-            if (index == 2)
-            {
-                m_executor.Tell("given up", m_call);
-                return false;
-            }
-            m_executor.ThrowFailure(m_call);
-            return true;
-        }
-
-        void CarryOut() override
-        {
-            m_executor.Tell("ready", m_call);
-            m_executor.WaitStep(m_call);
-        }
-
-    private:
-        FakeExecutor& m_executor;
-        qxm::ICallContext& m_call;
-        std::optional<qpr::WaitObject> m_giveUpObject;
-    };
-
     static std::string IdOf(const qxm::ICallContext& call)
     {
         const std::wstring id = call.Attributes().at(L"Id");

@@ -141,29 +141,16 @@ public:
         Step(call, std::nullopt);
     }
 
-    std::unique_ptr<QxClient::INetworkExecution> PrepareNetwork(
-        qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject) override
+    bool RunOnNetwork(qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject,
+        const std::function<void()>& onServantAssigned) override
     {
-        return std::make_unique<Execution>(*this, call, giveUpObject);
+        if (!Step(call, giveUpObject))
+            return false;
+        onServantAssigned();
+        return Step(call, std::nullopt);
     }
 
 private:
-    struct Execution final : QxClient::INetworkExecution
-    {
-        Execution(CapriciousExecutor& owner, qxm::ICallContext& context, std::optional<qpr::WaitObject> object)
-            : executor(owner)
-            , call(context)
-            , giveUpObject(object)
-        {
-        }
-        bool WaitUntilReady() override { return executor.Step(call, giveUpObject); }
-        void CarryOut() override { executor.Step(call, std::nullopt); }
-
-        CapriciousExecutor& executor;
-        qxm::ICallContext& call;
-        std::optional<qpr::WaitObject> giveUpObject;
-    };
-
     bool Step(qxm::ICallContext& call, std::optional<qpr::WaitObject> giveUpObject)
     {
         std::vector<qpr::WaitObject> objects{call.GetCancellation().Object()};

@@ -27,7 +27,7 @@ std::size_t NumberOf(ServiceCallBase* call)
     return reinterpret_cast<std::size_t>(call) / 16;
 }
 
-TEST(PendingQueue, WalksLikeASearchOfAListAndSumsLikeOne)
+TEST(PendingQueue, FindsAndSumsLikeAList)
 {
     std::mt19937 random(1);
     std::vector<CallNeeds> needs;
@@ -59,8 +59,7 @@ TEST(PendingQueue, WalksLikeASearchOfAListAndSumsLikeOne)
         EXPECT_EQ(queue.SumOfLocal().processors, sum.processors);
         EXPECT_EQ(queue.SumOfLocal().memoryInMB, sum.memoryInMB);
         expected.resize(std::min<std::size_t>(expected.size(), 3));
-        PendingQueue::Walk walk(queue);
-        while (ServiceCallBase* call = found.size() < 3 ? walk.Next(fits) : nullptr)
+        while (ServiceCallBase* call = found.size() < 3 ? queue.FindFirst(fits) : nullptr)
         {
             found.push_back(NumberOf(call));
             queue.Remove(places[found.back() - 1]);
@@ -82,7 +81,7 @@ TEST(PendingQueue, AsksOnceForAnyNumberOfCallsThatAreAllRefused)
         ++asked;
         return least.processors < 1;
     };
-    EXPECT_EQ(PendingQueue::Walk(queue).Next(refuses), nullptr);
+    EXPECT_EQ(queue.FindFirst(refuses), nullptr);
     EXPECT_EQ(asked, 1);
 }
 

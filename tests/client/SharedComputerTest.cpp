@@ -1,6 +1,6 @@
 #include "client/LocalComputer.h"
-#include "client/LocalServiceConnector.h"
 #include "client/RecordingRequest.h"
+#include "client/ServiceConnectors.h"
 #include "protocol/ICallContext.h"
 #include "runtime/threads/Cancellation.h"
 #include "runtime/threads/ThreadEvent.h"

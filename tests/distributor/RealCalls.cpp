@@ -1,8 +1,7 @@
 #include "distributor/RealCalls.h"
 
 #include "client/ConversationExecutor.h"
-#include "client/HybridServiceConnector.h"
-#include "client/NetworkServiceConnector.h"
+#include "client/ServiceConnectors.h"
 #include "config/Configuration.h"
 
 #include <qxmi/IServiceConnectionW.h>

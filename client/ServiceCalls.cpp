@@ -1,7 +1,7 @@
-#include "client/HybridServiceCall.h"
+#include "client/ServiceCalls.h"
 
-#include "client/HybridServiceConnector.h"
 #include "client/ICallExecutor.h"
+#include "client/ServiceConnectorBase.h"
 #include "runtime/text/Errors.h"
 #include "worktable/WorkSum.h"
 
@@ -27,8 +27,46 @@ std::wstring_view LimitExceeded(const qxm::ExpectedUsage& usage, const qxm::Loca
 
 } // namespace
 
+LocalServiceCall::LocalServiceCall(
+    ServiceConnectorBase& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
+    : ServiceCallBase(connector, request)
+    , m_executor(executor)
+{
+}
+
+void LocalServiceCall::SetService(const qxm::LocalServiceInfo& service, const qxm::ExpectedUsage& usage)
+{
+    m_service = &service;
+    m_usage = usage;
+}
+
+CallNeeds LocalServiceCall::Needs() const
+{
+    return {qxm::SaneAmount(m_usage.processors), qxm::SaneAmount(m_usage.memoryInMB)};
+}
+
+void LocalServiceCall::CarryOut(CallPlace)
+{
+    if (!m_service)
+        throw qpr::RuntimeError(L"Service '" + ServiceName() + L"' not available on local computer");
+    m_executor.RunLocally(*this, *m_service, m_usage);
+}
+
+NetworkServiceCall::NetworkServiceCall(
+    ServiceConnectorBase& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
+    : ServiceCallBase(connector, request)
+    , m_connector(connector)
+    , m_executor(executor)
+{
+}
+
+void NetworkServiceCall::CarryOut(CallPlace)
+{
+    m_executor.RunOnNetwork(*this, std::nullopt, [this] { m_connector.OnServantAssigned(*this); });
+}
+
 HybridServiceCall::HybridServiceCall(
-    HybridServiceConnector& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
+    ServiceConnectorBase& connector, qxmi::IServiceRequestW& request, ICallExecutor& executor)
     : ServiceCallBase(connector, request)
     , m_connector(connector)
     , m_executor(executor)
@@ -55,41 +93,40 @@ void HybridServiceCall::LogDecision(std::wstring_view text)
 
 CallNeeds HybridServiceCall::Needs() const
 {
-    return {qxm::SaneAmount(m_usage.processors), qxm::SaneAmount(m_usage.memoryInMB), CanRunLocally(),
-        !m_hasFailedOnNetwork};
+    return {qxm::SaneAmount(m_usage.processors), qxm::SaneAmount(m_usage.memoryInMB),
+        m_service && (m_fitsLocally || m_hasFailedOnNetwork), !m_hasFailedOnNetwork};
 }
 
-void HybridServiceCall::CarryOut()
+void HybridServiceCall::CarryOut(CallPlace place)
 {
-    if (m_mode == Mode::Network && RunOnNetwork())
+    if (place == CallPlace::Network && RunOnNetwork())
         return;
     m_executor.RunLocally(*this, *m_service, m_usage);
 }
 
 bool HybridServiceCall::RunOnNetwork()
 {
-    const auto execution = m_executor.PrepareNetwork(*this, GiveUpObject());
-    bool isReady = false;
+    bool isAssigned = false;
     try
     {
-        isReady = execution->WaitUntilReady();
+        const auto onServantAssigned = [&]
+        {
+            isAssigned = true;
+            m_connector.OnServantAssigned(*this);
+        };
+        if (m_executor.RunOnNetwork(*this, GiveUpObject(), onServantAssigned))
+            return true;
     }
     catch (const std::exception& error)
     {
-        if (!m_service)
+        if (isAssigned || !m_service)
             throw;
         FallBackToLocal(error);
         return true;
     }
-    if (!isReady)
-    {
-        LogDecision(L"Switching waiting network call to local mode.");
-        m_connector.OnSwitched();
-        return false;
-    }
-    m_connector.OnServantAssigned(*this);
-    execution->CarryOut();
-    return true;
+    LogDecision(L"Switching waiting network call to local mode.");
+    m_connector.OnSwitched();
+    return false;
 }
 
 std::optional<qpr::WaitObject> HybridServiceCall::GiveUpObject() const
@@ -101,7 +138,7 @@ std::optional<qpr::WaitObject> HybridServiceCall::GiveUpObject() const
 void HybridServiceCall::FallBackToLocal(const std::exception& error)
 {
     LogDecision(L"Failed to start call on network: " + qpr::ErrorText(error) + L". Call will be executed locally.");
-    m_connector.OnNetworkStartFailed(*this); // last: nothing may fail once the call is to go back
+    m_connector.ChangeNeeds([this] { m_hasFailedOnNetwork = true; }); // last: nothing may fail once it is to go back
 }
 
 } // namespace QxClient
