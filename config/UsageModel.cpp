@@ -34,13 +34,6 @@ std::wstring Printed(const qexpr::Value& value)
     throw qpr::RuntimeError(text);
 }
 
-/// Such a formula needs no helper.
-bool UsesOnlyProcessorCount(const qexpr::Expression& expression)
-{
-    const qexpr::UsedVariables& used = expression.GetUsedVariables();
-    return used.size() == 1 && (*used.begin())->GetName() == processorCountName;
-}
-
 } // namespace
 
 std::unique_ptr<const UsageModel> UsageModel::Build(const ServiceInfo& service)
@@ -83,24 +76,11 @@ UsageModel::UsageModel(const ServiceInfo& service)
     m_memoryUsage = Compile(service.expectedMemoryUsageInMB, L"ExpectedMemoryUsageInMB" + ofService);
 
     m_evaluator.GetInputVariableTypes(m_inputTypes);
-    // Of a helper by that name too: the library's value takes the place of its definition.
+    // A helper by that name counts too: the library's value takes the place of its definition.
     const qexpr::Value::Type processorCount = m_evaluator.GetVariableType(processorCountName);
     if (processorCount != qexpr::Value::Type_Undefined && processorCount != qexpr::Value::Type_Float)
         throw qpr::RuntimeError(L"Reference to input variable " + processorCountName + L" has incorrect type "
             + qexpr::Value::TypeToString(processorCount) + L", should be float");
-    CollectFixedVariables();
-}
-
-void UsageModel::CollectFixedVariables()
-{
-    for (const auto& variable : m_memoryUsage.expression->GetUsedVariables())
-    {
-        const std::wstring& name = variable->GetName();
-        const auto expression =
-            m_evaluator.ParseExpression(name, m_memoryUsage.sourceName, qexpr::Value::Type_Undefined);
-        if (!m_evaluator.UsesVariable(*expression, processorCountName))
-            m_fixedVariables.push_back({name, expression});
-    }
 }
 
 UsageModel::Formula UsageModel::Compile(const std::wstring& text, std::wstring sourceName)
@@ -152,54 +132,23 @@ UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
         return {0, Evaluate(m_memoryUsage, inputs)};
 
     ProcessorChoice choice{1, 0.0f};
-    if (offeredProcessors == 0)
-        return choice;
-    qexpr::Value& processorCount = inputs[processorCountName];
-    processorCount = qexpr::Value(static_cast<float>(offeredProcessors));
-    choice = {offeredProcessors, Evaluate(m_memoryUsage, inputs)};
-    if (choice.memoryInMB <= memoryLimitInMB || offeredProcessors == 1)
-        return choice;
-
-    // Every variable has now shown, in its turn, that it has a value: the fixed ones need not be asked again.
-    const qexpr::ExpressionPtr memoryUsage =
-        UnderName(m_memoryUsage.sourceName, [&] { return m_memoryUsage.expression->Specialise(FixedValues(inputs)); });
-    const bool usesNothingElse = UsesOnlyProcessorCount(*memoryUsage);
-    for (std::uint32_t n = offeredProcessors - 1; n >= 1; --n)
+    for (std::uint32_t n = offeredProcessors; n >= 1; --n)
     {
-        processorCount = qexpr::Value(static_cast<float>(n));
-        const qexpr::Value memory = UnderName(m_memoryUsage.sourceName,
-            [&] {
-                return usesNothingElse ? memoryUsage->GetRoot().Evaluate(inputs)
-                                       : m_evaluator.Evaluate(*memoryUsage, inputs);
-            });
-        choice = {n, Checked(memory, m_memoryUsage, inputs)};
+        inputs[processorCountName] = qexpr::Value(static_cast<float>(n));
+        choice = {n, Evaluate(m_memoryUsage, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
     }
     return choice;
 }
 
-qexpr::ValueMap UsageModel::FixedValues(const qexpr::ValueMap& inputs) const
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
 {
-    qexpr::ValueMap values;
-    for (const Variable& variable : m_fixedVariables)
-        values.emplace(variable.name, m_evaluator.Evaluate(*variable.expression, inputs));
-    return values;
-}
-
-float UsageModel::Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs)
-{
-    const auto result = static_cast<float>(value);
+    const auto result = static_cast<float>(
+        UnderName(formula.sourceName, [&] { return m_evaluator.Evaluate(*formula.expression, inputs); }));
     if (result < 0.0f)
         ThrowInvalidResult(formula.sourceName, result, inputs);
     return result;
-}
-
-float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
-{
-    const qexpr::Value value =
-        UnderName(formula.sourceName, [&] { return m_evaluator.Evaluate(*formula.expression, inputs); });
-    return Checked(value, formula, inputs);
 }
 
 } // namespace qxm

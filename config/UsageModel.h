@@ -7,7 +7,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace qxm
 {
@@ -55,33 +54,20 @@ private:
         bool usesProcessorCount = false;
     };
 
-    /// An input or helper, as a formula of its own.
-    struct Variable
-    {
-        std::wstring name;
-        qexpr::ExpressionPtr expression;
-    };
-
     explicit UsageModel(const ServiceInfo& service);
     Formula Compile(const std::wstring& text, std::wstring sourceName);
-    void CollectFixedVariables();
 
-    /// The values in the memory formula that are the same for every number of processors.
-    qexpr::ValueMap FixedValues(const qexpr::ValueMap& inputs) const;
+    /// Throws for a negative result.
     float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
 
     /// The action's result; its errors begin with the source name.
     template <class Action>
     static auto UnderName(const std::wstring& sourceName, Action action);
 
-    /// A formula's result as a number that makes sense.
-    static float Checked(const qexpr::Value& value, const Formula& formula, const qexpr::ValueMap& inputs);
-
     qexpr::Evaluator m_evaluator;
     Formula m_processorUsage;
     Formula m_memoryUsage;
     qexpr::ValueTypeMap m_inputTypes;
-    std::vector<Variable> m_fixedVariables; // of the memory formula, the same for every number of processors
 };
 
 } // namespace qxm

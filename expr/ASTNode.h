@@ -33,14 +33,6 @@ public:
     /// Writes the canonical form, in which every operator is a function call: add(float A, mul(float B, 2)).
     virtual void Print(std::wostream& stream) const = 0;
 
-    /// A copy for many evaluations that differ in few variables: the variables that have a value here are constants in
-    /// it, and so is all that depends on nothing else. It has no node in common with this tree and changes no count in
-    /// it. Throws what Evaluate throws.
-    virtual NodePtr Specialise(const ValueMap& values) const = 0;
-
-    /// Whether it is a literal, the same in every evaluation.
-    virtual bool IsConstant() const noexcept { return false; }
-
     /// The canonical form as a text.
     std::wstring ToText() const;
 

@@ -1,5 +1,6 @@
 #include "expr/Evaluator.h"
 
+#include <algorithm>
 #include <set>
 #include <stdexcept>
 #include <vector>
@@ -12,19 +13,9 @@ namespace
 
 constexpr int MaxRecursionLevel = 1000;
 
-/// Walks both in name order, which costs one comparison of equal names where a lookup costs two.
 bool HasAllValues(const UsedVariables& variables, const ValueMap& values)
 {
-    auto value = values.begin();
-    for (const auto& variable : variables)
-    {
-        int order = -1;
-        for (; value != values.end() && order < 0; ++value)
-            order = CompareNames(value->first, variable->GetName());
-        if (order != 0)
-            return false;
-    }
-    return true;
+    return std::ranges::all_of(variables, [&](const auto& variable) { return values.contains(variable->GetName()); });
 }
 
 } // namespace
@@ -55,7 +46,7 @@ Value::Type Evaluator::GetVariableType(std::wstring_view name) const
 
 bool Evaluator::UsesVariable(const Expression& expression, std::wstring_view name) const
 {
-    // Each helper is looked into once: helpers that use each other have more ways through them than one can walk.
+    // Each helper is looked into once: the number of ways through helpers that use each other grows exponentially.
     std::set<const Expression*> seen = {&expression};
     std::vector<const Expression*> pending = {&expression};
     while (!pending.empty())

@@ -29,7 +29,7 @@ private:
 };
 
 /// The expression language as the rest of the system uses it: helper definitions and formulas that see each other's
-/// variable types, and their evaluation. Helper variables are computed on demand, once an evaluation.
+/// variable types, and their evaluation. Helper variables are computed on demand, once per evaluation.
 ///
 /// Order of calls: helper definitions once, then formulas, then any number of evaluations. No lock inside: parsing
 /// changes the evaluator and is the business of one thread; the const operations change nothing, reference counts

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "expr/ASTNode.h"
-#include "expr/VariableReference.h"
+#include "expr/Nodes.h"
 
 #include <set>
 #include <string>
@@ -24,7 +23,7 @@ struct VariableNameOrder
     bool operator()(std::wstring_view a, const VariablePtr& b) const { return NameOrder()(a, b->GetName()); }
 };
 
-/// The variables that a formula uses, one node a name, in name order.
+/// The variables that a formula uses, one node per name, in name order.
 using UsedVariables = std::set<qpr::CountedPtr<VariableReference>, VariableNameOrder>;
 
 class Expression;
@@ -43,10 +42,6 @@ public:
     const ASTNode& GetRoot() const noexcept { return *m_root; }
     Value::Type GetValueType() const { return m_root->GetValueType(); }
     const UsedVariables& GetUsedVariables() const noexcept { return m_usedVariables; }
-
-    /// A copy in which the variables that have a value here are constants, as ASTNode::Specialise makes it; it uses the
-    /// other variables.
-    ExpressionPtr Specialise(const ValueMap& values) const;
 
     /// The canonical form of the formula, which tells how it was read: add(float A, mul(float B, 2)).
     std::wstring ToText() const { return m_root->ToText(); }

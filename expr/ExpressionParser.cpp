@@ -1,11 +1,9 @@
 #include "expr/ExpressionParser.h"
 
-#include "expr/Constant.h"
-#include "expr/Functions.h"
-#include "expr/IfThenElse.h"
 #include "expr/InfixExpressionContext.h"
-#include "expr/Nesting.h"
-#include "expr/Operations.h"
+#include "expr/Nodes.h"
+
+#include <cmath>
 
 namespace qexpr
 {
@@ -21,21 +19,41 @@ struct Function
     FloatPairFunction binary;
 };
 
-constexpr Function FunctionTable[] = {
-    {L"sqrt", functions::Sqrt, nullptr},
-    {L"abs", functions::Abs, nullptr},
-    {L"min", nullptr, functions::Min},
-    {L"max", nullptr, functions::Max},
-    {L"pow", nullptr, functions::Pow},
+constexpr Function Functions[] = {
+    {L"sqrt", [](float a) { return std::sqrt(a); }, nullptr},
+    {L"abs", [](float a) { return std::fabs(a); }, nullptr},
+    // The first argument wins a tie and any comparison with not a number.
+    {L"min", nullptr, [](float a, float b) { return a > b ? b : a; }},
+    {L"max", nullptr, [](float a, float b) { return b > a ? b : a; }},
+    {L"pow", nullptr, [](float a, float b) { return std::pow(a, b); }},
 };
 
 const Function* FindFunction(std::wstring_view word)
 {
-    for (const Function& function : FunctionTable)
+    for (const Function& function : Functions)
         if (word == function.name)
             return &function;
     return nullptr;
 }
+
+/// Counts one enclosing construct while it lives. Throws ParseError when there are too many.
+class NestingLevel
+{
+public:
+    NestingLevel(std::uint32_t& count, const Lexer& lexer)
+        : m_count(count)
+    {
+        if (m_count == MaxNesting)
+            ThrowTooDeep(lexer);
+        ++m_count;
+    }
+    NestingLevel(const NestingLevel&) = delete;
+    NestingLevel& operator=(const NestingLevel&) = delete;
+    ~NestingLevel() { --m_count; }
+
+private:
+    std::uint32_t& m_count;
+};
 
 bool IsTypeHint(std::wstring_view word)
 {
@@ -123,7 +141,8 @@ NodePtr ExpressionParser::ParseSign(Value::Type type)
     NodePtr operand = ParseOperand(Value::Type_Float);
     if (!negative)
         return operand;
-    return BoundedNode(qpr::MakeCounted<FloatOperation>(L"neg", functions::Neg, std::move(operand)), m_lexer);
+    constexpr FloatFunction negate = [](float a) { return -a; };
+    return BoundedNode(qpr::MakeCounted<FloatOperation>(L"neg", negate, std::move(operand)), m_lexer);
 }
 
 NodePtr ExpressionParser::ParseWord(Value::Type type)

@@ -1,8 +1,7 @@
 #include "expr/InfixExpressionContext.h"
 
-#include "expr/Functions.h"
-#include "expr/Nesting.h"
-
+#include <cmath>
+#include <functional>
 #include <stdexcept>
 
 namespace qexpr
@@ -11,39 +10,49 @@ namespace qexpr
 namespace
 {
 
-using namespace functions;
-using String = const std::wstring&;
-
-constexpr InfixOperator Operators[] = {
-    {L"+", 4, L"add", Add, nullptr, nullptr, nullptr},
-    {L"-", 4, L"sub", Sub, nullptr, nullptr, nullptr},
-    {L"*", 5, L"mul", Mul, nullptr, nullptr, nullptr},
-    {L"/", 5, L"div", Div, nullptr, nullptr, nullptr},
-    {L"^", 6, L"pow", Pow, nullptr, nullptr, nullptr},
-    {L"<", 3, L"lt", nullptr, Lt<float>, Lt<String>, nullptr},
-    {L">", 3, L"gt", nullptr, Gt<float>, Gt<String>, nullptr},
-    {L"<=", 3, L"le", nullptr, Le<float>, Le<String>, nullptr},
-    {L">=", 3, L"ge", nullptr, Ge<float>, Ge<String>, nullptr},
-    {L"==", 2, L"eq", nullptr, Eq<float>, Eq<String>, nullptr},
-    {L"!=", 2, L"ne", nullptr, Ne<float>, Ne<String>, nullptr},
-    {L"and", 1, L"and", nullptr, nullptr, nullptr, And},
-    {L"&&", 1, L"and", nullptr, nullptr, nullptr, And},
-    {L"or", 0, L"or", nullptr, nullptr, nullptr, Or},
-    {L"||", 0, L"or", nullptr, nullptr, nullptr, Or},
-};
-
-} // namespace
-
-const InfixOperator* FindInfixOperator(std::wstring_view token)
+/// Compares floats by the float rules, strings unit by unit.
+template <class Relation, class T>
+bool Compare(T a, T b)
 {
-    for (const InfixOperator& candidate : Operators)
-        if (candidate.token == token)
-            return &candidate;
-    return nullptr;
+    return Relation()(a, b);
 }
 
-namespace
+template <class Relation>
+constexpr InfixOperator Comparison(std::wstring_view token, int level, const wchar_t* name)
 {
+    return {token, level, name, nullptr, Compare<Relation, float>, Compare<Relation, const std::wstring&>, nullptr};
+}
+
+constexpr InfixOperator Arithmetic(std::wstring_view token, int level, const wchar_t* name, FloatPairFunction function)
+{
+    return {token, level, name, function, nullptr, nullptr, nullptr};
+}
+
+constexpr InfixOperator Logic(std::wstring_view token, int level, const wchar_t* name, BoolPairFunction function)
+{
+    return {token, level, name, nullptr, nullptr, nullptr, function};
+}
+
+constexpr BoolPairFunction And = [](bool a, bool b) { return a && b; };
+constexpr BoolPairFunction Or = [](bool a, bool b) { return a || b; };
+
+constexpr InfixOperator Operators[] = {
+    Arithmetic(L"+", 4, L"add", [](float a, float b) { return a + b; }),
+    Arithmetic(L"-", 4, L"sub", [](float a, float b) { return a - b; }),
+    Arithmetic(L"*", 5, L"mul", [](float a, float b) { return a * b; }),
+    Arithmetic(L"/", 5, L"div", [](float a, float b) { return a / b; }),
+    Arithmetic(L"^", 6, L"pow", [](float a, float b) { return std::pow(a, b); }),
+    Comparison<std::less<>>(L"<", 3, L"lt"),
+    Comparison<std::greater<>>(L">", 3, L"gt"),
+    Comparison<std::less_equal<>>(L"<=", 3, L"le"),
+    Comparison<std::greater_equal<>>(L">=", 3, L"ge"),
+    Comparison<std::equal_to<>>(L"==", 2, L"eq"),
+    Comparison<std::not_equal_to<>>(L"!=", 2, L"ne"),
+    Logic(L"and", 1, L"and", And),
+    Logic(L"&&", 1, L"and", And),
+    Logic(L"or", 0, L"or", Or),
+    Logic(L"||", 0, L"or", Or),
+};
 
 bool Allows(Value::Type requiredType, Value::Type type)
 {
@@ -57,6 +66,24 @@ NodePtr Make(const InfixOperator& infixOperator, Function function, NodePtr left
 }
 
 } // namespace
+
+void ThrowTooDeep(const Lexer& lexer)
+{
+    lexer.ThrowError(L"Expression nested more than " + std::to_wstring(MaxNesting) + L" deep");
+}
+
+NodePtr BoundedNode(NodePtr node, const Lexer& lexer)
+{
+    if (node->Depth() > MaxNesting)
+        ThrowTooDeep(lexer);
+    return node;
+}
+
+const InfixOperator* FindInfixOperator(std::wstring_view token)
+{
+    const auto* const found = std::ranges::find(Operators, token, &InfixOperator::token);
+    return found == std::end(Operators) ? nullptr : found;
+}
 
 void InfixExpressionContext::PushOperator(const InfixOperator& infixOperator)
 {
@@ -107,7 +134,7 @@ NodePtr InfixExpressionContext::MakeOperation(
     m_lexer.ThrowError(L"Infix operand type mismatch");
 }
 
-/// Whether both operands have the type, or can be given it; an undefined one is given it only when both match.
+/// Whether both operands have the type or can be given it. An undefined one is given it only when both match.
 bool InfixExpressionContext::MatchOperands(ASTNode& left, ASTNode& right, Value::Type type) const
 {
     const Value::Type leftType = left.GetValueType();

@@ -127,20 +127,11 @@ private:
     Content m_content;
 };
 
-/// Ordinal comparison of names: negative, 0 or positive. Most names differ in their first character, which spares a
-/// call.
-inline int CompareNames(std::wstring_view a, std::wstring_view b) noexcept
-{
-    if (!a.empty() && !b.empty() && a.front() != b.front())
-        return a.front() < b.front() ? -1 : 1;
-    return a.compare(b);
-}
-
 struct NameOrder
 {
     using is_transparent = void;
 
-    bool operator()(std::wstring_view a, std::wstring_view b) const noexcept { return CompareNames(a, b) < 0; }
+    bool operator()(std::wstring_view a, std::wstring_view b) const noexcept { return a < b; }
 };
 
 /// Variables by name, in ordinal order of the names.

@@ -1,8 +1,4 @@
-#include "expr/Constant.h"
-#include "expr/Functions.h"
-#include "expr/IfThenElse.h"
-#include "expr/Operations.h"
-#include "expr/VariableReference.h"
+#include "expr/Nodes.h"
 #include "tests/expr/Outcomes.h"
 
 #include <functional>
@@ -20,22 +16,26 @@ const NodePtr Flag = MakeCounted<Constant>(Value(true));
 
 NodePtr Add(const NodePtr& left, const NodePtr& right)
 {
-    return MakeCounted<ArithmeticOperation>(L"add", functions::Add, left, right);
+    return MakeCounted<ArithmeticOperation>(
+        L"add", [](float a, float b) { return a + b; }, left, right);
 }
 
 NodePtr TextLess(const NodePtr& left, const NodePtr& right)
 {
-    return MakeCounted<StringComparison>(L"lt", functions::Lt<const std::wstring&>, left, right);
+    return MakeCounted<StringComparison>(
+        L"lt", [](const std::wstring& a, const std::wstring& b) { return a < b; }, left, right);
 }
 
 NodePtr Or(const NodePtr& left, const NodePtr& right)
 {
-    return MakeCounted<LogicalOperation>(L"or", functions::Or, left, right);
+    return MakeCounted<LogicalOperation>(
+        L"or", [](bool a, bool b) { return a || b; }, left, right);
 }
 
 NodePtr Negative(const NodePtr& operand)
 {
-    return MakeCounted<FloatOperation>(L"neg", functions::Neg, operand);
+    return MakeCounted<FloatOperation>(
+        L"neg", [](float a) { return -a; }, operand);
 }
 
 NodePtr If(const NodePtr& condition, const NodePtr& thenNode, const NodePtr& elseNode)
@@ -72,7 +72,12 @@ TEST(ASTNode, NamesItsFailuresInFull)
     const std::pair<std::function<void()>, std::string> cases[] = {
         {[] { Add(Flag, Text); }, arithmetic + wrong0},
         {[] { Add(Number, Text); }, arithmetic + wrong1},
-        {[] { MakeCounted<FloatComparison>(L"lt", functions::Lt<float>, Number, Flag); }, relation + wrong1},
+        {[]
+            {
+                MakeCounted<FloatComparison>(
+                    L"lt", [](float a, float b) { return a < b; }, Number, Flag);
+            },
+            relation + wrong1},
         {[] { TextLess(Number, Text); }, textRelation + wrong0},
         {[] { Or(Number, Flag); }, logic + wrong0},
         {[] { Negative(Flag); }, unary + "UnaryOperation: arg has incorrect value type"},

@@ -1,5 +1,4 @@
 #include "expr/Evaluator.h"
-#include "expr/Functions.h"
 
 #include <cmath>
 #include <gtest/gtest.h>

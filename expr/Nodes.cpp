@@ -1,10 +1,45 @@
-#include "expr/IfThenElse.h"
+#include "expr/Nodes.h"
 
-#include <ostream>
-#include <stdexcept>
+#include "runtime/text/Errors.h"
+
+#include <locale>
+#include <sstream>
 
 namespace qexpr
 {
+
+std::wstring ASTNode::ToText() const
+{
+    std::wostringstream stream;
+    stream.imbue(std::locale::classic());
+    Print(stream);
+    return stream.str();
+}
+
+void Constant::SetDefinedValueType(Value::Type)
+{
+    throw std::logic_error("qexpr::Constant::SetDefinedValueType: value type already defined");
+}
+
+void VariableReference::SetDefinedValueType(Value::Type type)
+{
+    if (m_type != Value::Type_Undefined)
+        throw std::logic_error("qexpr::VariableReference::SetDefinedValueType: value type already defined");
+    m_type = type;
+}
+
+Value VariableReference::Evaluate(const ValueMap& values) const
+{
+    const auto value = values.find(m_name);
+    if (value == values.end())
+        throw qpr::RuntimeError(L"Variable '" + m_name + L"' not set");
+    return value->second;
+}
+
+void VariableReference::Print(std::wostream& stream) const
+{
+    stream << Value::TypeToString(m_type) << L' ' << m_name;
+}
 
 IfThenElse::IfThenElse(NodePtr condition, NodePtr thenNode, NodePtr elseNode)
     : ASTNode(std::max({condition->Depth(), thenNode->Depth(), elseNode->Depth()}))
@@ -30,14 +65,6 @@ void IfThenElse::SetDefinedValueType(Value::Type type)
 Value IfThenElse::Evaluate(const ValueMap& values) const
 {
     return static_cast<bool>(m_condition->Evaluate(values)) ? m_then->Evaluate(values) : m_else->Evaluate(values);
-}
-
-NodePtr IfThenElse::Specialise(const ValueMap& values) const
-{
-    NodePtr condition = m_condition->Specialise(values);
-    if (condition->IsConstant())
-        return (static_cast<bool>(condition->Evaluate({})) ? m_then : m_else)->Specialise(values);
-    return new IfThenElse(std::move(condition), m_then->Specialise(values), m_else->Specialise(values));
 }
 
 void IfThenElse::Print(std::wostream& stream) const
