@@ -28,8 +28,8 @@ constexpr std::size_t messageSize = 64;
 class Call
 {
 public:
-    Call(const bench::DistributorProcess& distributor, qxm::Introductions& introductions)
-        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, introductions, {})
+    Call(const bench::DistributorProcess& distributor, const std::wstring& clientLine)
+        : m_request(L"127.0.0.1", qpr::FromUtf8(distributor.Port()), {L"Echo", {}, true, false}, clientLine, {})
     {
         m_request.WaitUntilReady();
         ReadUntil('\n');
@@ -68,7 +68,7 @@ private:
 };
 
 /// Calls a second, made by so many clients at once.
-double Rate(const bench::DistributorProcess& distributor, qxm::Introductions& introductions, int clients)
+double Rate(const bench::DistributorProcess& distributor, const std::wstring& clientLine, int clients)
 {
     std::atomic<int> callsLeft = callsARound;
     const double seconds = bench::WallSeconds(
@@ -81,7 +81,7 @@ double Rate(const bench::DistributorProcess& distributor, qxm::Introductions& in
                     {
                         while (callsLeft.fetch_sub(1) > 0)
                         {
-                            Call call(distributor, introductions);
+                            Call call(distributor, clientLine);
                             call.Echo();
                             call.End();
                         }
@@ -90,13 +90,13 @@ double Rate(const bench::DistributorProcess& distributor, qxm::Introductions& in
     return callsARound / seconds;
 }
 
-bool CompareRates(const bench::DistributorProcess& distributor, qxm::Introductions& introductions, int rounds)
+bool CompareRates(const bench::DistributorProcess& distributor, const std::wstring& clientLine, int rounds)
 {
     std::map<int, std::vector<double>> rates;
     for (int round = 0; round < rounds; ++round)
     {
         for (const int clients : {1, 10, 100})
-            rates[clients].push_back(Rate(distributor, introductions, clients));
+            rates[clients].push_back(Rate(distributor, clientLine, clients));
     }
     const double alone = bench::MedianOf(rates[1]);
     bool ok = true;
@@ -130,18 +130,18 @@ ProcessCost CostOf(const bench::DistributorProcess& distributor)
     return cost;
 }
 
-bool CompareWaitingClients(const bench::DistributorProcess& distributor, qxm::Introductions& introductions)
+bool CompareWaitingClients(const bench::DistributorProcess& distributor, const std::wstring& clientLine)
 {
     constexpr int waitingClients = 100;
     std::vector<std::unique_ptr<Call>> running;
     for (int index = 0; index < slots; ++index)
-        running.push_back(std::make_unique<Call>(distributor, introductions));
+        running.push_back(std::make_unique<Call>(distributor, clientLine));
     const ProcessCost before = CostOf(distributor);
 
     std::vector<qpr::Socket> waiting(waitingClients);
     const qpr::SocketAddress address = qpr::SocketAddress::Resolve(L"127.0.0.1", qpr::FromUtf8(distributor.Port()));
     for (qpr::Socket& socket : waiting)
-        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, introductions, {});
+        qxm::SendServiceRequest(socket, address, {L"Echo", {}, true, false}, clientLine, {});
     const ProcessCost after = CostOf(distributor);
     waiting.clear();
     for (const auto& call : running)
@@ -158,8 +158,7 @@ int main(int argc, char** argv)
     const int rounds = argc > 1 ? std::atoi(argv[1]) : 11;
     const bench::Installation services("bench_call_servant", {"Echo"});
     const bench::DistributorProcess distributor(services, slots);
-    qxm::Introductions introductions(qxm::DescribeLocalHost(L"client"));
-    const bool memoryOk =
-        CompareWaitingClients(distributor, introductions); // first: nothing is cached from calls before
-    return CompareRates(distributor, introductions, rounds) && memoryOk ? 0 : 1;
+    const std::wstring clientLine = qxm::DescribeLocalHost(L"client").Write();
+    const bool memoryOk = CompareWaitingClients(distributor, clientLine); // first: nothing is cached from calls before
+    return CompareRates(distributor, clientLine, rounds) && memoryOk ? 0 : 1;
 }

@@ -12,7 +12,7 @@ namespace QxClient
 ConversationExecutor::ConversationExecutor(
     qxm::HostDescription client, bool logServiceExecutionInfo, qxm::DistributorSettings distributor)
     : m_client(std::move(client))
-    , m_introductions(m_client)
+    , m_clientLine(m_client.Write())
     , m_logServiceExecutionInfo(logServiceExecutionInfo)
     , m_distributor(std::move(distributor))
 {
@@ -28,7 +28,7 @@ bool ConversationExecutor::RunOnNetwork(qxm::ICallContext& call, std::optional<q
     const std::function<void()>& onServantAssigned)
 {
     qxm::DistributorRequest request(m_distributor.host, m_distributor.clientPort,
-        {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), m_logServiceExecutionInfo}, m_introductions,
+        {call.ServiceName(), call.Attributes(), !giveUpObject.has_value(), m_logServiceExecutionInfo}, m_clientLine,
         call.GetCancellation(), giveUpObject);
     if (!request.WaitUntilReady())
         return false;

@@ -2,7 +2,6 @@
 
 #include "client/ICallExecutor.h"
 #include "config/Configuration.h"
-#include "protocol/DistributorConversation.h"
 
 namespace QxClient
 {
@@ -21,7 +20,7 @@ public:
 
 private:
     const qxm::HostDescription m_client;
-    qxm::Introductions m_introductions;
+    const std::wstring m_clientLine; ///< as distributors get it
     const bool m_logServiceExecutionInfo;
     const qxm::DistributorSettings m_distributor;
 };

@@ -142,7 +142,7 @@ std::optional<std::uint32_t> ProcessCall::Follow()
     input.server.Close();
     output.client.Close();
     // Nothing tells the process that it is to end, so a cancel gives it no time for it.
-    const qpr::ChildProcess::ExitStatus status = process.WaitForEnd(m_cancellation, false, 0);
+    const qpr::ChildProcess::ExitStatus status = process.WaitForEnd(m_cancellation, 0);
     log.flush();
     lines.Finish();
     if (m_cancellation.IsCancelled())

@@ -3,13 +3,10 @@
 #include "config/HostTypes.h"
 #include "config/Version.h"
 #include "runtime/Nullable.h"
-#include "runtime/threads/Mutex.h"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace qxm
 {
@@ -49,26 +46,6 @@ struct HostDescription
     /// Keys may come in any order or be missing. Throws "Unexpected role '...', expected '...'", "Invalid <role>
     /// command: ..." or "Error parsing '<key>=<value>'".
     static HostDescription Read(std::wstring_view line, const std::wstring& expectedRole);
-};
-
-/// Reads the description lines of hosts of one role. A host says the same with each of its calls, so that a line that
-/// is the last one again is not parsed again. Any thread may use it.
-class HostDescriptionMemo
-{
-public:
-    explicit HostDescriptionMemo(std::wstring role)
-        : m_role(std::move(role))
-    {
-    }
-
-    /// Throws what HostDescription::Read throws.
-    HostDescription Read(std::wstring_view line);
-
-private:
-    const std::wstring m_role;
-    qpr::Mutex m_lock;
-    std::optional<std::wstring> m_line QX_GUARDED_BY(m_lock); // no value: none was read yet
-    HostDescription m_host QX_GUARDED_BY(m_lock);
 };
 
 } // namespace qxm

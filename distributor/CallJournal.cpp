@@ -14,7 +14,7 @@ namespace
 
 constexpr std::uint32_t lastLineTimeMs = 1000;
 constexpr std::size_t maxLineLength = 600; // a line quotes what clients say
-constexpr std::uint32_t gatheringTimeMs = 20; // a thread woken for each of many short calls would stand in their way
+constexpr std::uint32_t gatheringTimeMs = 20; // waking the thread for each of many short calls would slow them down
 
 } // namespace
 

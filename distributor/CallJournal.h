@@ -14,9 +14,10 @@
 namespace qxd
 {
 
-/// What the distributor tells the person who started it: a line for each event. Any thread may write; a thread of the
-/// journal's own passes the lines on, so that no call waits for an output that nobody reads. What comes beyond the
-/// lines that it keeps for such an output is lost, which it tells later, and so is a line that cannot be written.
+/// What the distributor tells the person who started it: one line per event. Any thread may write; a thread of the
+/// journal's own passes the lines on, so that no call waits for an output that nobody reads. The journal keeps a
+/// bounded number of lines for such an output: further ones are lost, and a later line tells how many. A line that
+/// cannot be written is lost too.
 class CallJournal final : private qpr::IRunnable
 {
 public:

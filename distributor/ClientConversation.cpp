@@ -53,11 +53,11 @@ ClientConversation::ClientConversation(qpr::Socket& socket, const qpr::Wait& wai
 {
 }
 
-qxm::HostDescription ClientConversation::LogIn(qxm::HostDescriptionMemo& clients)
+qxm::HostDescription ClientConversation::LogIn()
 {
     try
     {
-        qxm::HostDescription client = clients.Read(qxm::ReadLine(m_input));
+        qxm::HostDescription client = qxm::HostDescription::Read(qxm::ReadLine(m_input), L"client");
         if (!qxm::HostDescription::IsIdentifier(client.identifier))
             throw qpr::RuntimeError(L"Invalid client identifier '" + client.identifier + L"'");
         m_output << L"$ " << std::flush;

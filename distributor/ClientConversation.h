@@ -10,13 +10,13 @@
 namespace qxd
 {
 
-/// Of an operation that must not take a client longer, however slowly it goes on.
+/// For operations that must be over within this time, however slowly the client proceeds.
 qpr::Wait Within(std::uint32_t timeoutMs);
 
-/// Of something that the client waits for too, and has nothing to say meanwhile.
+/// The same while the client only waits: data from it, or its end, is an error.
 qpr::Wait Attended(const qpr::Socket& client, std::uint32_t timeoutMs = qpr::Infinite);
 
-/// Reads what a client says before it has a servant, which is bounded whatever it is: a client that waits costs memory.
+/// Reads what a client says before it has a servant. The amount is bounded: each client that waits costs memory.
 /// Throws "The client said more than 65536 bytes before it had a servant".
 class BoundedReader final : public qpr::IReader
 {
@@ -43,7 +43,7 @@ public:
     ClientConversation(qpr::Socket& socket, const qpr::Wait& wait);
 
     /// Takes the login of a client that has been greeted. Refuses an identifier that could not stand on a command line.
-    qxm::HostDescription LogIn(qxm::HostDescriptionMemo& clients);
+    qxm::HostDescription LogIn();
 
     std::wstring ReadRequestLine();
 

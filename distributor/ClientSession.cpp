@@ -4,9 +4,6 @@
 #include "distributor/ClientConversation.h"
 #include "distributor/JoinedCall.h"
 #include "distributor/LogListener.h"
-#include "distributor/Reception.h"
-#include "protocol/DistributorConversation.h"
-#include "protocol/LogConnection.h"
 #include "runtime/text/Errors.h"
 
 #include <chrono>
@@ -106,7 +103,7 @@ void ClientSession::Serve()
 void ClientSession::ServeOne()
 {
     const CallOrder order = ReceiveCall(m_socket, m_surroundings);
-    m_subject = L"call " + order.service.info->name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
+    m_subject = L"call " + order.service.name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
     Execute(order);
 }
 
@@ -161,10 +158,10 @@ std::wstring ClientSession::SeeThrough(JoinedCall& call, const CallOrder& order,
     place.Release();
     if (call.ClientIsGone())
         return L"client gone";
-    if (order.logServiceExecutionInfo)
+    if (order.request.logServiceExecutionInfo)
         call.WriteExecutionInfo(order, m_surroundings.host, end);
     call.WriteFailure();
-    if (order.servantEnd)
+    if (order.request.servantEnd)
         call.WriteServantEnd(end);
     call.Finish();
     return Describe(call, end);

@@ -1,7 +1,7 @@
 #include "distributor/Distributor.h"
 
 #include "distributor/ClientConversation.h"
-#include "protocol/DistributorConversation.h"
+#include "protocol/DistributorRequest.h"
 #include "protocol/GraceTime.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Utf8.h"
@@ -17,11 +17,12 @@ namespace
 {
 
 constexpr int maxAcceptsPerTurn = 64; // between two looks for the stop
-constexpr std::uint32_t acceptRetryMs = 1000; // after the system had no descriptor left
-constexpr std::uint32_t tidyUpMs = 1000; // a session that has ended waits for the next client, or this long
-constexpr std::uint32_t greetingTimeMs = 5000; // a new connection takes a few lines at once, but for a busy computer
+constexpr std::uint32_t acceptRetryMs = 1000; // after the system ran out of descriptors
+constexpr std::uint32_t tidyUpMs = 1000; // an ended session is removed with the next client, or after this time
+constexpr std::uint32_t greetingTimeMs =
+    5000; // a new connection takes a few lines at once, unless the computer is busy
 
-// What clients hold: a running one the two connections, the servant's process, its pipes and the events of its threads.
+// What a client holds. A running one has two connections, the servant's process, its pipes and its threads' events.
 constexpr std::size_t descriptorsOfWaiting = 3;
 constexpr std::size_t descriptorsOfRunning = 13;
 constexpr std::size_t descriptorsOfProgram = 32;
@@ -50,12 +51,12 @@ Capacity Capacity::Of(std::uint32_t slots, std::size_t descriptors) noexcept
 }
 
 Distributor::Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, const Capacity& capacity,
-    const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal)
+    const qxm::ServicesMap& services, IServantStarter& starter, CallJournal& journal)
     : m_host(std::move(host))
     , m_maxClients(capacity.clients)
     , m_greeting(GreetingOf(m_host))
     , m_slots(capacity.slots)
-    , m_surroundings{m_host, m_clients, catalogue, capacity.slots, m_slots, starter, journal}
+    , m_surroundings{m_host, services, capacity.slots, m_slots, starter, journal}
     , m_listener(qpr::Socket::Listen(address))
     , m_sessions(m_surroundings)
 {

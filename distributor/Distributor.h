@@ -28,9 +28,9 @@ struct Capacity
 class Distributor
 {
 public:
-    /// Listens from here on. The catalogue, the starter and the journal are not owned and outlive the distributor.
+    /// Listens from here on. The services, the starter and the journal are not owned and outlive the distributor.
     Distributor(const qpr::SocketAddress& address, qxm::HostDescription host, const Capacity& capacity,
-        const ServiceCatalogue& catalogue, IServantStarter& starter, CallJournal& journal);
+        const qxm::ServicesMap& services, IServantStarter& starter, CallJournal& journal);
 
     qpr::SocketAddress Address() const { return m_listener.GetLocalAddress(); }
 
@@ -48,7 +48,6 @@ private:
     const qxm::HostDescription m_host;
     const std::size_t m_maxClients;
     const std::string m_greeting; ///< the description as a line, with the extensions offered
-    qxm::HostDescriptionMemo m_clients{L"client"};
     SlotQueue m_slots;
     const SessionSurroundings m_surroundings;
     qpr::Socket m_listener;

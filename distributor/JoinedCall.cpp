@@ -108,7 +108,7 @@ void JoinedCall::NoteSignal()
 void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end)
 {
     qxm::WriteExecutionInfoRecord(m_log,
-        {*order.service.info, order.attributes, host, order.clientIdentifier, m_commandLine, order.expectedUsage,
+        {order.service, order.request.attributes, host, order.clientIdentifier, m_commandLine, order.expectedUsage,
             end.figures});
     m_log.flush();
 }

@@ -7,7 +7,7 @@
 namespace qxd
 {
 
-/// Where one client connects for its call's log: on the address that it has reached the distributor at, and for its own
+/// Where one client connects for its call's log: at the address on which it reached the distributor, and from its own
 /// computer only.
 class LogListener
 {

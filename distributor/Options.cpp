@@ -43,11 +43,11 @@ void Understand(CLI::App& commandLine, const std::vector<std::string>& arguments
     }
     catch (const CLI::ParseError& error)
     {
+        if (error.get_exit_code() != 0)
+            throw CommandLineEnd(error.what(), CommandLineEnd::wrongCommandLine);
         std::ostringstream text;
-        const bool isError = error.get_exit_code() != 0;
-        if (!isError)
-            commandLine.exit(error, text, text);
-        throw CommandLineEnd(isError ? error.what() : text.str(), isError);
+        commandLine.exit(error, text, text);
+        throw CommandLineEnd(text.str(), CommandLineEnd::textAskedFor);
     }
 }
 
@@ -71,15 +71,14 @@ Options Options::Parse(const std::vector<std::string>& arguments)
         ->type_name("FILE");
     commandLine
         .add_option("--listen", listenAddress,
-            "Where to listen (default: loopback and the file's client port; port 0: "
-            "the system chooses)")
+            "Where to listen (default: loopback and the file's client port; with port 0 the system chooses one)")
         ->type_name("ADDRESS:PORT")
         ->check(CheckListenAddress);
     const CLI::Option* const slotsOption =
-        commandLine.add_option("--slots", slots, "How many calls run at a time (default: one per processor)")
+        commandLine.add_option("--slots", slots, "How many calls may run at a time (default: one per processor)")
             ->type_name("N")
             ->check(CLI::Range(1u, 65536u));
-    commandLine.add_option("--host-name", hostName, "The computer's name as clients see it (default: this computer's)")
+    commandLine.add_option("--host-name", hostName, "The name that clients see (default: this computer's)")
         ->type_name("NAME")
         ->check(CheckHostName);
     Understand(commandLine, arguments);

@@ -12,20 +12,23 @@
 namespace qxd
 {
 
-/// The command line is wrong, or asks for nothing but a text; nothing has been done.
+/// The program has nothing to do: the command line asks for a text, or is wrong.
 class CommandLineEnd : public std::runtime_error
 {
 public:
-    CommandLineEnd(const std::string& text, bool isError)
+    static constexpr int textAskedFor = 0;
+    static constexpr int wrongCommandLine = 2;
+
+    CommandLineEnd(const std::string& text, int exitCode)
         : std::runtime_error(text)
-        , m_isError(isError)
+        , m_exitCode(exitCode)
     {
     }
 
-    bool IsError() const noexcept { return m_isError; }
+    int ExitCode() const noexcept { return m_exitCode; }
 
 private:
-    bool m_isError;
+    int m_exitCode;
 };
 
 /// What qx-distributor is told to do.

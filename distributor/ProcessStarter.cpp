@@ -36,8 +36,8 @@ public:
 
     ServantEnd End() override
     {
-        constexpr bool hurry = true;
-        const qpr::ChildProcess::ExitStatus status = m_process.WaitForEnd(*m_cancellation, hurry);
+        m_process.Hurry();
+        const qpr::ChildProcess::ExitStatus status = m_process.WaitForEnd(*m_cancellation);
         return {status.isKnown, status.exitCode, status.signal, m_process.Figures()};
     }
 

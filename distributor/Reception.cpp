@@ -7,18 +7,21 @@
 #include "runtime/text/TextValues.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qxd
 {
 
 std::vector<std::wstring> CallOrder::ServantCommandLine() const
 {
-    constexpr bool isLocal = false;
-    return qxm::BuildExecuteCommandLine(
-        *service.info, clientIdentifier, isLocal, expectedUsage.numberOfProcessorsToUse, service.compressionMode);
+    return qxm::BuildExecuteCommandLine(service, clientIdentifier, qxm::StartedBy::Distributor,
+        expectedUsage.numberOfProcessorsToUse, qxm::ParseCompressionMode(service.compressionMode));
 }
+
 namespace
 {
+
+constexpr std::uint32_t receptionTimeMs = 5000; // programs talk here, and at once
 
 bool NamedBool(const qxm::Arguments& arguments, const std::wstring& name, bool defaultValue)
 {
@@ -26,9 +29,8 @@ bool NamedBool(const qxm::Arguments& arguments, const std::wstring& name, bool d
     return arguments.Named(name, text) ? qpr::ParseBool(text, name) : defaultValue;
 }
 
-} // namespace
-
-CallRequest CallRequest::Parse(std::wstring_view line)
+/// The reverse of BuildServiceRequestLine.
+qxm::DistributorServiceRequest ParseServiceRequestLine(std::wstring_view line)
 {
     const qxm::Arguments arguments = qxm::Arguments::Parse(line);
     if (!arguments.PositionalArguments().empty() && arguments.Positional(0) != L"call")
@@ -36,11 +38,11 @@ CallRequest CallRequest::Parse(std::wstring_view line)
     arguments.Validate(2, 2, L"Invalid call command",
         {L"WithLog", L"ServiceRequestAttributes", L"LoopbackToLocalMachine", L"LogServiceExecutionInfo",
             L"ServantEnd"});
-    // The end of the log connection is how a client's going is noticed.
+    // The end of the log connection is how the distributor notices that a client has gone.
     if (!NamedBool(arguments, L"WithLog", false))
         throw qpr::RuntimeError(L"Invalid call command: WithLog=true is required");
 
-    CallRequest request;
+    qxm::DistributorServiceRequest request;
     request.serviceName = arguments.Positional(1);
     std::wstring attributes;
     if (arguments.Named(L"ServiceRequestAttributes", attributes))
@@ -50,10 +52,6 @@ CallRequest CallRequest::Parse(std::wstring_view line)
     request.servantEnd = NamedBool(arguments, L"ServantEnd", false);
     return request;
 }
-namespace
-{
-
-constexpr std::uint32_t receptionTimeMs = 5000; // programs talk here, and at once
 
 bool IsSameHostName(const std::wstring& first, const std::wstring& second)
 {
@@ -62,24 +60,27 @@ bool IsSameHostName(const std::wstring& first, const std::wstring& second)
     return std::ranges::equal(first, second, {}, toLower, toLower);
 }
 
-qxm::ExpectedUsage ExpectedUsageOf(
-    const OfferedService& service, const CallRequest& request, const SessionSurroundings& surroundings)
+const qxm::LocalServiceInfo& FindService(const qxm::ServicesMap& services, const std::wstring& name)
 {
-    const qxm::HostDescription& host = surroundings.host;
-    const qxm::LocalLimits limits(host.cpuCount, host.memorySizeInMB, qxm::LocalExecutionSettings());
-    return qxm::ComputeExpectedUsage(*service.info, request.attributes, limits, surroundings.slotCount);
+    const auto found = services.find(name);
+    if (found == services.end())
+        throw qpr::RuntimeError(L"Service '" + name + L"' not available on distributor");
+    return *found->second;
 }
 
 CallOrder Understand(
     const std::wstring& requestLine, const qxm::HostDescription& client, const SessionSurroundings& surroundings)
 {
-    const CallRequest request = CallRequest::Parse(requestLine);
-    const OfferedService& service = surroundings.catalogue.Find(request.serviceName);
-    if (!request.loopbackAllowed && IsSameHostName(client.hostName, surroundings.host.hostName))
+    qxm::DistributorServiceRequest request = ParseServiceRequestLine(requestLine);
+    const qxm::LocalServiceInfo& service = FindService(surroundings.services, request.serviceName);
+    const qxm::HostDescription& host = surroundings.host;
+    if (!request.loopbackAllowed && IsSameHostName(client.hostName, host.hostName))
         throw qpr::RuntimeError(L"The call must not run on the client's own computer '" + client.hostName
             + L"', which is the distributor's too");
-    return {service, request.attributes, client.identifier, ExpectedUsageOf(service, request, surroundings),
-        request.logServiceExecutionInfo, request.servantEnd};
+    const qxm::LocalLimits limits(host.cpuCount, host.memorySizeInMB, qxm::LocalExecutionSettings());
+    const qxm::ExpectedUsage usage =
+        qxm::ComputeExpectedUsage(service, request.attributes, limits, surroundings.slotCount);
+    return {service, std::move(request), client.identifier, usage};
 }
 
 CallOrder TakeRequest(
@@ -108,7 +109,7 @@ CallOrder ReceiveCall(qpr::Socket& client, const SessionSurroundings& surroundin
     try
     {
         ClientConversation conversation(client, Within(receptionTimeMs).LookFirst());
-        const qxm::HostDescription description = conversation.LogIn(surroundings.clients);
+        const qxm::HostDescription description = conversation.LogIn();
         return TakeRequest(conversation, description, surroundings);
     }
     catch (const std::exception&)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/HostDescription.h"
+#include "config/Configuration.h"
 
 #include <cstdint>
 
@@ -9,15 +9,13 @@ namespace qxd
 
 class CallJournal;
 class IServantStarter;
-class ServiceCatalogue;
 class SlotQueue;
 
 /// What all sessions of a distributor share; each part may be used by any thread and outlives the sessions.
 struct SessionSurroundings
 {
     const qxm::HostDescription& host; ///< the distributor's
-    qxm::HostDescriptionMemo& clients; ///< as they describe themselves
-    const ServiceCatalogue& catalogue;
+    const qxm::ServicesMap& services; ///< sessions refer to them and take no references of their own
     std::uint32_t slotCount;
     SlotQueue& slots;
     IServantStarter& starter;

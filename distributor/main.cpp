@@ -3,7 +3,7 @@
 #include "distributor/Distributor.h"
 #include "distributor/Options.h"
 #include "distributor/ProcessStarter.h"
-#include "distributor/ServiceCatalogue.h"
+#include "protocol/CompressionMode.h"
 #include "runtime/channels/StandardStreams.h"
 #include "runtime/processes/CurrentProcess.h"
 #include "runtime/processes/InterruptSignal.h"
@@ -59,8 +59,17 @@ std::uint32_t Slots(const qxd::Options& options, std::uint64_t processors, std::
     if (options.slots.Value() > most)
         throw qxd::CommandLineEnd("--slots: at most " + std::to_string(most) + " with the "
                 + std::to_string(descriptors) + " descriptors that this process may open",
-            true);
+            qxd::CommandLineEnd::wrongCommandLine);
     return options.slots.Value();
+}
+
+/// What only a distributor reads of a service is checked before anybody can call it.
+qxm::Configuration ReadCheckedConfiguration(const std::wstring& path, const qxm::HostDescription& host)
+{
+    qxm::Configuration configuration = qxm::ReadConfiguration(path, host);
+    for (const auto& [name, service] : configuration.services)
+        qxm::ParseCompressionMode(service->compressionMode);
+    return configuration;
 }
 
 void Serve(const qxd::Options& options)
@@ -69,11 +78,11 @@ void Serve(const qxd::Options& options)
     const std::size_t descriptors = qpr::CurrentProcess::RaiseDescriptorLimit();
     const qxm::HostDescription host = DescribeHost(options);
     const std::uint32_t slots = Slots(options, host.cpuCount, descriptors);
-    const qxd::ServiceCatalogue catalogue = Naming(L"cannot read configuration '" + options.configurationPath + L"'",
-        L"; name one with --config", [&] { return qxd::ServiceCatalogue(options.configurationPath, host); });
+    const qxm::Configuration configuration = Naming(L"cannot read configuration '" + options.configurationPath + L"'",
+        L"; name one with --config", [&] { return ReadCheckedConfiguration(options.configurationPath, host); });
     const std::wstring listenHost = options.listenHost.empty() ? L"127.0.0.1" : options.listenHost;
     const std::wstring listenPort =
-        options.listenPort.empty() ? catalogue.Distributor().clientPort : options.listenPort;
+        options.listenPort.empty() ? configuration.distributor.clientPort : options.listenPort;
 
     qpr::StandardOutput output;
     qxd::CallJournal journal(output);
@@ -82,7 +91,7 @@ void Serve(const qxd::Options& options)
         [&]
         {
             return std::make_unique<qxd::Distributor>(qpr::SocketAddress::Resolve(listenHost, listenPort), host,
-                qxd::Capacity::Of(slots, descriptors), catalogue, starter, journal);
+                qxd::Capacity::Of(slots, descriptors), configuration.services, starter, journal);
         });
     const qpr::SocketAddress address = distributor->Address();
     journal.WriteLine(L"qx-distributor listening on " + address.ToText() + L":" + std::to_wstring(address.Port()));
@@ -102,13 +111,11 @@ int main(int argc, char** argv)
     }
     catch (const qxd::CommandLineEnd& end)
     {
-        if (!end.IsError())
-        {
+        if (end.ExitCode() == qxd::CommandLineEnd::textAskedFor)
             std::cout << end.what() << std::flush;
-            return 0;
-        }
-        std::cerr << "qx-distributor: " << end.what() << std::endl;
-        return 2;
+        else
+            std::cerr << "qx-distributor: " << end.what() << std::endl;
+        return end.ExitCode();
     }
     catch (const std::exception& error)
     {

@@ -1,5 +1,7 @@
 #include "protocol/CompressionMode.h"
 
+#include "runtime/text/Errors.h"
+
 namespace qxm
 {
 
@@ -15,6 +17,18 @@ const wchar_t* CompressionModeName(CompressionMode mode) noexcept
         return L"qlz14";
     }
     return L"???";
+}
+
+CompressionMode ParseCompressionMode(const std::wstring& text)
+{
+    if (text.empty())
+        return CompressionMode::None;
+    for (const CompressionMode mode : {CompressionMode::None, CompressionMode::Zlib, CompressionMode::Qlz14})
+    {
+        if (text == CompressionModeName(mode))
+            return mode;
+    }
+    throw qpr::RuntimeError(L"Invalid compression mode string '" + text + L"'");
 }
 
 } // namespace qxm

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace qxm
 {
@@ -15,5 +16,8 @@ enum class CompressionMode : std::uint32_t
 
 /// The name to show; "???" for a value outside the enumeration.
 const wchar_t* CompressionModeName(CompressionMode mode) noexcept;
+
+/// The mode of that name, none for an empty text. Throws "Invalid compression mode string '<text>'".
+CompressionMode ParseCompressionMode(const std::wstring& text);
 
 } // namespace qxm

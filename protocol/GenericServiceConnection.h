@@ -104,7 +104,7 @@ public:
         {
             std::exchange(m_servant.closeInput, nullptr)();
         }
-        catch (const std::exception&) // a channel that is broken has told the servant
+        catch (const std::exception&) // a broken channel has told the servant already
         {
         }
     }

@@ -15,15 +15,15 @@ class Cancellation;
 namespace qxm
 {
 
-/// How long a servant that is to stop may take for it, and what an ended one leaves behind.
+/// How long a servant that is to stop may take, and how long what an ended servant left behind may go on.
 inline constexpr std::uint32_t graceTimeMs = 5000;
 
-/// The grace time of one servant: a single one, so that the times of several things that have to end never add up. It
-/// starts with the first reason for it, a cancel or the servant's own end. Any thread may use it.
+/// One servant's grace time. All that has to end shares it, so that waits never add up. It starts with the first
+/// reason: a cancel, or the servant's own end. Any thread may use it.
 class GraceTimer
 {
 public:
-    /// The time is over in so many milliseconds; an earlier end that was set before stands.
+    /// The time is over in this many milliseconds, unless an earlier end has been set.
     void Start(std::uint32_t timeMs) noexcept;
 
     /// Infinite before the start, 0 once the time is over.

@@ -1,6 +1,5 @@
 #include "protocol/HandOver.h"
 
-#include "protocol/CallAttempt.h"
 #include "protocol/CompressedServiceConnection.h"
 #include "runtime/text/Errors.h"
 #include "streams/StreamFailure.h"

@@ -1,4 +1,3 @@
-#include "protocol/CallAttempt.h"
 #include "protocol/ExecutionInfoRecord.h"
 #include "protocol/GenericServiceConnection.h"
 #include "protocol/HandOver.h"
@@ -44,14 +43,16 @@ void RunLocalConversation(ICallContext& call, const LocalServiceInfo& service, c
     const ConversationSettings& settings)
 {
     const std::wstring& clientIdentifier = settings.client.identifier;
-    const std::vector<std::wstring> commandLine =
-        BuildExecuteCommandLine(service, clientIdentifier, true, usage.numberOfProcessorsToUse, CompressionMode::None);
+    const std::vector<std::wstring> commandLine = BuildExecuteCommandLine(
+        service, clientIdentifier, StartedBy::Client, usage.numberOfProcessorsToUse, CompressionMode::None);
 
     ServantProcess servant(commandLine, call.Log());
     const bool used = Attempt(call, [&] { return Converse(call, servant, clientIdentifier); });
     if (settings.logServiceExecutionInfo)
         servant.NotePeakMemory();
-    const qpr::ChildProcess::ExitStatus status = servant.WaitForEnd(call.GetCancellation(), !used);
+    if (!used)
+        servant.Hurry();
+    const qpr::ChildProcess::ExitStatus status = servant.WaitForEnd(call.GetCancellation());
 
     if (!used && status.isKnown && status.exitCode != 0)
         call.Log() << L"Warning: Servant " << commandLine.front() << L" terminated with exit code " << status.exitCode

@@ -1,9 +1,7 @@
 #include "protocol/LogForwarder.h"
 
-#include "protocol/GraceTime.h"
 #include "runtime/channels/IReader.h"
 #include "runtime/text/Utf8.h"
-#include "runtime/threads/Cancellation.h"
 
 #include <array>
 #include <string>
@@ -18,14 +16,6 @@ LogForwarder::LogForwarder(qpr::IReader& reader, std::wostream& log, std::functi
     , m_ended(qpr::ThreadEvent::Kind_ManualReset)
     , m_thread(*this, "qx log")
 {
-}
-
-bool LogForwarder::WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs)
-{
-    GraceTimer grace;
-    if (hurry)
-        grace.Start(graceMs);
-    return grace.WaitFor(m_ended.Object(), cancellation, graceMs);
 }
 
 void LogForwarder::Run()

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "protocol/GraceTime.h"
 #include "runtime/threads/IRunnable.h"
 #include "runtime/threads/Thread.h"
 #include "runtime/threads/ThreadEvent.h"
@@ -10,9 +9,8 @@
 
 namespace qpr
 {
-class Cancellation;
 class IReader;
-} // namespace qpr
+}
 
 namespace qxm
 {
@@ -28,10 +26,6 @@ public:
 
     /// Signalled once the channel has ended and all of it is in the log.
     qpr::WaitObject EndObject() const noexcept { return m_ended.Object(); }
-
-    /// Waits for the end of the channel: without limit of time unless cancelled or hurried, else for the grace time.
-    /// False when it has not ended by then.
-    bool WaitForEnd(const qpr::Cancellation& cancellation, bool hurry, std::uint32_t graceMs = graceTimeMs);
 
 private:
     void Run() override;

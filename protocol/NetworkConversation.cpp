@@ -1,6 +1,6 @@
-#include "protocol/CallAttempt.h"
 #include "protocol/DistributorRequest.h"
 #include "protocol/GenericServiceConnection.h"
+#include "protocol/GraceTime.h"
 #include "protocol/HandOver.h"
 #include "protocol/LogForwarder.h"
 #include "protocol/NetworkLog.h"
@@ -61,7 +61,10 @@ void RunNetworkConversation(ICallContext& call, DistributorRequest& request, con
     const qpr::NonInterruptibleSection section;
     mainSocket.TryShutdown(qpr::Socket::Direction::Send);
     mainSocket.Close();
-    logForwarder.WaitForEnd(cancellation, !used);
+    GraceTimer grace;
+    if (!used)
+        grace.Start(graceTimeMs);
+    grace.WaitFor(logForwarder.EndObject(), cancellation);
 }
 
 } // namespace qxm

@@ -10,7 +10,7 @@ namespace qxm
 namespace
 {
 
-constexpr std::size_t maxServantEndSize = 32; // more is none
+constexpr std::size_t maxServantEndSize = 32; // anything longer does not tell an end
 
 bool ParseNumber(std::string_view text, std::uint32_t& number)
 {

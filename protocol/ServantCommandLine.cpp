@@ -19,13 +19,13 @@ std::wstring CompressionArgument(CompressionMode mode)
 } // namespace
 
 std::vector<std::wstring> BuildExecuteCommandLine(const LocalServiceInfo& service, const std::wstring& clientIdentifier,
-    bool isLocal, std::uint32_t numberOfProcessorsToUse, CompressionMode compressionMode)
+    StartedBy starter, std::uint32_t numberOfProcessorsToUse, CompressionMode compressionMode)
 {
     const ServantInfo& servant = *service.servant;
     std::vector<std::wstring> arguments = {servant.executablePath, L"execute", service.name};
     if (!clientIdentifier.empty())
         arguments.push_back(L"ClientId=" + clientIdentifier);
-    if (isLocal)
+    if (starter == StartedBy::Client)
         arguments.push_back(L"IsLocal=true");
     if (numberOfProcessorsToUse != 0 && servant.LibraryIsAtLeast(numberOfProcessorsVersion))
         arguments.push_back(L"NumberOfProcessorsToUse=" + std::to_wstring(numberOfProcessorsToUse));

@@ -139,11 +139,11 @@ qpr::ChildProcess::ExitStatus ServantProcess::AwaitEnd(const qpr::Cancellation& 
     return m_process->Process().PeekExitStatus();
 }
 
-qpr::ChildProcess::ExitStatus ServantProcess::WaitForEnd(const qpr::Cancellation& cancellation, bool hurry)
+qpr::ChildProcess::ExitStatus ServantProcess::WaitForEnd(const qpr::Cancellation& cancellation)
 {
     CloseInput();
     CloseOutput();
-    return m_process->WaitForEnd(cancellation, hurry);
+    return m_process->WaitForEnd(cancellation);
 }
 
 } // namespace qxm

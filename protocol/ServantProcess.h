@@ -31,8 +31,8 @@ public:
     std::size_t Read(void* buffer, std::size_t size) override;
     bool InputPending() override;
 
-    /// Draws the line between the servant's data and that of others. For whoever waits for the servant's end, on any
-    /// thread: the one that reads may be busy with what it has read.
+    /// Draws the line between the servant's data and that of others. Called by whoever waits for the servant's end, on
+    /// any thread: the reading thread may be busy with what it has read.
     void NoteServantEnd() QX_EXCLUDES(m_lock);
 
 private:
@@ -51,7 +51,7 @@ private:
     std::optional<std::size_t> m_left QX_GUARDED_BY(m_lock); ///< to read of what came before the servant's end
 };
 
-/// What a connection owns of it.
+/// The reader that a connection owns, over the output that it does not own.
 class ServantOutputReader final : public qpr::IReader
 {
 public:
@@ -92,11 +92,14 @@ public:
     /// as they are. Any thread may wait.
     qpr::ChildProcess::ExitStatus AwaitEnd(const qpr::Cancellation& cancellation) const;
 
-    /// For who will ask for the figures: to be called while the servant still has its channels.
+    /// For a caller that will ask for the figures: to be called while the servant still has its channels.
     void NotePeakMemory() noexcept { m_process->Process().NotePeakMemory(); }
 
+    /// The servant has the grace time to end, from now on.
+    void Hurry() noexcept { m_process->Grace().Start(graceTimeMs); }
+
     /// Closes the command and answer channels, then as SupervisedProcess does.
-    qpr::ChildProcess::ExitStatus WaitForEnd(const qpr::Cancellation& cancellation, bool hurry);
+    qpr::ChildProcess::ExitStatus WaitForEnd(const qpr::Cancellation& cancellation);
 
     /// Requires: WaitForEnd has returned.
     const qpr::ProcessFigures& Figures() const noexcept { return m_process->Process().Figures(); }

@@ -17,7 +17,7 @@ ServiceRequestAttributes CheckedAttributes(const ServiceRequestAttributes& attri
 /// "2 Mode fast Size 3": the number of attributes, then each key with its value in key order, checked.
 std::wstring SerialiseAttributes(const ServiceRequestAttributes& attributes);
 
-/// The reverse, for who receives a request line. Throws "Invalid service request attributes '<text>'".
+/// The reverse, for the receiver of a request line. Throws "Invalid service request attributes '<text>'".
 ServiceRequestAttributes ParseAttributes(std::wstring_view text);
 
 } // namespace qxm

@@ -12,7 +12,7 @@ namespace qxm
 namespace
 {
 
-/// For the log of what was ended by force.
+/// How long the log of a process that was ended by force is still read.
 constexpr std::uint32_t lastWordsTimeMs = 200;
 
 } // namespace
@@ -27,8 +27,8 @@ SupervisedProcess::SupervisedProcess(
 {
 }
 
-/// For how long a process that has ended may have its log held open by another: one that it forgot is given time to
-/// finish, one that holds nothing is not.
+/// How long another process may still hold the log open once this one has ended: one that was left behind gets the
+/// grace time.
 std::uint32_t SupervisedProcess::AllowForLog()
 {
     m_onEnd();
@@ -46,14 +46,12 @@ void SupervisedProcess::AwaitEnd()
 }
 
 qpr::ChildProcess::ExitStatus SupervisedProcess::WaitForEnd(
-    const qpr::Cancellation& cancellation, bool hurry, std::uint32_t timeMs)
+    const qpr::Cancellation& cancellation, std::uint32_t timeAfterCancelMs)
 {
     const qpr::NonInterruptibleSection section;
-    if (hurry)
-        m_grace.Start(timeMs);
-    // Of the log and the process, which mostly end at once: one thread waits for both, the other for that thread.
+    // Log and process mostly end together: the log thread waits for both, and this one for that thread.
     const qpr::WaitObject bothEnded = m_logForwarder->EndObject();
-    const bool haveEnded = m_grace.WaitFor(bothEnded, cancellation, timeMs);
+    const bool haveEnded = m_grace.WaitFor(bothEnded, cancellation, timeAfterCancelMs);
     if (qpr::Thread::TryWaitForObject(m_process.EndObject(), L"qxm::SupervisedProcess::WaitForEnd", 0))
         m_process.WaitForCompletion(); // notes the time
     m_process.Terminate();

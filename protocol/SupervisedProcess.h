@@ -35,11 +35,11 @@ public:
     /// The time in which process and group have to end.
     GraceTimer& Grace() noexcept { return m_grace; }
 
-    /// Returns when the process has ended, by itself or by force: without limit of time unless cancelled or hurried,
-    /// else within the given time. What it leaves running of its group, and holding its log, is ended after what is
-    /// left of that time, and of the usual one when nothing was cancelled.
+    /// Returns when the process has ended, by itself or by force: without limit of time before the grace time has been
+    /// started, and a cancel starts it with this length. What the process leaves running of its group, and holding its
+    /// log, is ended after what is left of that time, and of the usual one when nothing was cancelled.
     qpr::ChildProcess::ExitStatus WaitForEnd(
-        const qpr::Cancellation& cancellation, bool hurry, std::uint32_t timeMs = graceTimeMs);
+        const qpr::Cancellation& cancellation, std::uint32_t timeAfterCancelMs = graceTimeMs);
 
 private:
     std::uint32_t AllowForLog();

@@ -1,18 +1,22 @@
 #include <qxservant/Servant.h>
 
+#include "config/Arguments.h"
 #include "protocol/CompressedServiceConnection.h"
+#include "protocol/CompressionMode.h"
 #include "protocol/GenericServiceConnection.h"
+#include "protocol/ServantAnswer.h"
 #include "runtime/channels/StandardStreams.h"
 #include "runtime/processes/CurrentProcess.h"
 #include "runtime/processes/ProgramArguments.h"
 #include "runtime/text/Errors.h"
+#include "runtime/text/TextValues.h"
 #include "runtime/text/Utf8.h"
 #include "servant/ClientWatch.h"
-#include "servant/ServantCommand.h"
 
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <utility>
 
 namespace qxservant
 {
@@ -22,6 +26,44 @@ namespace
 
 constexpr int exitCodeFailed = 1;
 constexpr int exitCodeWrongCommand = 2;
+
+/// The command line that a servant is started with: "execute", the service's name, named arguments.
+class ServantCommand
+{
+public:
+    /// Takes the words after the program's name. Throws what is wrong with them.
+    explicit ServantCommand(std::vector<std::wstring> words)
+        : m_arguments(std::move(words))
+    {
+        qxm::ExpectArgument(m_arguments, 0, L"execute");
+        m_arguments.Positional(1);
+    }
+
+    const std::wstring& ServiceName() const { return m_arguments.Positional(1); }
+    std::wstring Argument(const std::wstring& name) const { return m_arguments.NamedOrEmpty(name); }
+    bool IsLocal() const { return Argument(L"IsLocal") == L"true"; }
+
+    /// 0 when not given or not applicable.
+    unsigned NumberOfProcessorsToUse() const
+    {
+        const std::wstring name = L"NumberOfProcessorsToUse";
+        const std::wstring text = Argument(name);
+        return text.empty() || text == L"NotApplicable" ? 0 : qpr::ParseUInt32(text, name);
+    }
+
+    /// The protocol for the CompressionMode asked for: "zlib" is "BlockedRawDeflate", "qlz14" is "BlockedQLZ14",
+    /// anything else is none.
+    std::wstring CompressionProtocol() const
+    {
+        const std::wstring mode = Argument(L"CompressionMode");
+        if (mode == qxm::CompressionModeName(qxm::CompressionMode::Zlib))
+            return L"BlockedRawDeflate";
+        return mode == qxm::CompressionModeName(qxm::CompressionMode::Qlz14) ? L"BlockedQLZ14" : L"";
+    }
+
+private:
+    qxm::Arguments m_arguments;
+};
 
 using PlainConnection = qxm::GenericServiceConnection<qpr::StandardInput, qpr::StandardOutput>;
 

@@ -226,7 +226,7 @@ TEST(DistributorTest, ServesInTheOrderOfArrivalAndForgetsWhoLeft)
     std::vector<qpr::Socket> waiting(3);
     for (qpr::Socket& socket : waiting)
         qxm::SendServiceRequest(
-            socket, distributor.Address(), {L"Fail", {}, true, false}, test::IntroductionsOf(L"here"), {});
+            socket, distributor.Address(), {L"Fail", {}, true, false}, test::ClientLine(L"here"), {});
     waiting[0].Close();
     EXPECT_THAT(distributor.Journal().WaitFor(1),
         testing::ElementsAre("call Fail of here/7 at 127.0.0.1: The client is gone\n"));
@@ -277,8 +277,7 @@ TEST(DistributorTest, WindsDownWithRunningCallsEndingOrderlyAndWaitingOnesTold)
     RunningDistributor distributor(1);
     OpenCall running(distributor, L"Echo");
     qpr::Socket waiting;
-    qxm::SendServiceRequest(
-        waiting, distributor.Address(), {L"Fail", {}, true, false}, test::IntroductionsOf(L"here"), {});
+    qxm::SendServiceRequest(waiting, distributor.Address(), {L"Fail", {}, true, false}, test::ClientLine(L"here"), {});
     qpr::Socket silent = qpr::Socket::Create(qpr::SocketAddress::Family::IPv4);
     silent.Connect(distributor.Address());
     ReadLineFrom(silent);

@@ -16,7 +16,7 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
     const test::TestConfiguration configuration;
     test::DistributorProgram program(configuration.Path(), 1);
     qxm::DistributorRequest request(L"localhost", program.Port(), {L"Echo", {}, false, false},
-        test::IntroductionsOf(qxm::DescribeLocalHost(L"client").hostName), {});
+        test::ClientLine(qxm::DescribeLocalHost(L"client").hostName), {});
     ASSERT_TRUE(request.WaitUntilReady());
     test::WriteTo(request.MainSocket(), "data");
     request.MainSocket().Shutdown(qpr::Socket::Direction::Send);
@@ -29,7 +29,7 @@ TEST(ProgramTest, ServesAndTellsAndWhenKilledEndsNothingInGoodOrder)
         testing::MatchesRegex("qx-distributor listening on 127.0.0.1:.+\ncall Echo of .+: done after .+\n"));
 
     qxm::DistributorRequest cut(
-        L"localhost", program.Port(), {L"Hold", {}, true, false}, test::IntroductionsOf(L"here"), {});
+        L"localhost", program.Port(), {L"Hold", {}, true, false}, test::ClientLine(L"here"), {});
     ASSERT_TRUE(cut.WaitUntilReady());
     EXPECT_EQ(test::ReadLineFrom(cut.MainSocket()), "servant test executing Hold\r\n");
     program.Kill();

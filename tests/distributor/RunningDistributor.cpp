@@ -62,15 +62,15 @@ qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hos
     return host;
 }
 
-qxm::Introductions& IntroductionsOf(const std::wstring& hostName)
+const std::wstring& ClientLine(const std::wstring& hostName)
 {
-    static std::map<std::wstring, qxm::Introductions> introductions;
-    return introductions.try_emplace(hostName, HostNamed(L"client", hostName)).first->second;
+    static std::map<std::wstring, std::wstring> lines;
+    return lines.try_emplace(hostName, HostNamed(L"client", hostName).Write()).first->second;
 }
 
 RunningDistributor::RunningDistributor(std::uint32_t slots, std::size_t clients)
-    : m_catalogue(m_configuration.Path(), HostNamed(L"distributor", L"there"))
-    , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), {slots, clients}, m_catalogue,
+    : m_services(qxm::ReadConfiguration(m_configuration.Path(), HostNamed(L"distributor", L"there")).services)
+    , m_distributor(qpr::SocketAddress::Loopback(0), HostNamed(L"distributor", L"there"), {slots, clients}, m_services,
           m_starter, m_journal)
     , m_thread(*this)
 {
@@ -96,7 +96,7 @@ qxm::DistributorRequest RunningDistributor::Request(
     qxm::DistributorServiceRequest request, const std::wstring& clientHost) const
 {
     return qxm::DistributorRequest(
-        Address().ToText(), std::to_wstring(Address().Port()), std::move(request), IntroductionsOf(clientHost), {});
+        Address().ToText(), std::to_wstring(Address().Port()), std::move(request), ClientLine(clientHost), {});
 }
 
 } // namespace test

@@ -3,7 +3,6 @@
 #include "distributor/CallJournal.h"
 #include "distributor/Distributor.h"
 #include "distributor/ProcessStarter.h"
-#include "distributor/ServiceCatalogue.h"
 #include "protocol/DistributorRequest.h"
 #include "runtime/threads/IRunnable.h"
 #include "runtime/threads/Thread.h"
@@ -50,8 +49,8 @@ private:
 
 qxm::HostDescription HostNamed(const std::wstring& role, const std::wstring& hostName);
 
-/// Of a client on that computer.
-qxm::Introductions& IntroductionsOf(const std::wstring& hostName);
+/// The host description's line of a client on that computer.
+const std::wstring& ClientLine(const std::wstring& hostName);
 
 /// The real distributor on a thread of this process, on a computer called "there".
 class RunningDistributor final : private qpr::IRunnable
@@ -83,7 +82,7 @@ private:
     qxd::CallJournal m_journal{m_lines};
     qxd::ProcessStarter m_starter;
     qpr::ThreadEvent m_stop{qpr::ThreadEvent::Kind_ManualReset};
-    qxd::ServiceCatalogue m_catalogue;
+    const qxm::ServicesMap m_services;
     qxd::Distributor m_distributor;
     qpr::Thread m_thread;
 };

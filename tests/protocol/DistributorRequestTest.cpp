@@ -37,17 +37,11 @@ qxm::HostDescription ClientHost()
     return client;
 }
 
-qxm::Introductions& Client()
-{
-    static qxm::Introductions client(ClientHost());
-    return client;
-}
-
 DistributorRequest MakeRequest(const ScriptedDistributor& distributor, qpr::Wait wait = {},
     std::optional<qpr::WaitObject> giveUpObject = std::nullopt)
 {
     return DistributorRequest(
-        distributor.Host(), distributor.Port(), {L"Solve", {}, true, false}, Client(), wait, giveUpObject);
+        distributor.Host(), distributor.Port(), {L"Solve", {}, true, false}, ClientHost().Write(), wait, giveUpObject);
 }
 
 /// How a whole request, the log connection included, ends.
@@ -218,10 +212,10 @@ TEST(DistributorRequestTest, NobodyThereAndNoSuchHostAreToldApart)
         const ScriptedDistributor gone([](ScriptedClient&) {});
         port = gone.Port();
     }
-    DistributorRequest refused(L"127.0.0.1", port, {L"Solve", {}, true, false}, Client(), {});
+    DistributorRequest refused(L"127.0.0.1", port, {L"Solve", {}, true, false}, ClientHost().Write(), {});
     EXPECT_EQ(
         OutcomeOf(refused), errorStart + "WSAConnect() failed, Winsock error number = 10061: Connection refused.");
-    DistributorRequest unresolved(L"::1", L"7", {L"Solve", {}, true, false}, Client(), {});
+    DistributorRequest unresolved(L"::1", L"7", {L"Solve", {}, true, false}, ClientHost().Write(), {});
     EXPECT_EQ(OutcomeOf(unresolved), "No remote address found for host '::1' and service '7'");
 }
 

@@ -39,15 +39,18 @@ TEST(ServantCommandLineTest, HoldsWhatTheServantsLibraryUnderstands)
         Words expected = {L"/opt/a servant", L"execute", L"Solve", L"ClientId=here/7", L"IsLocal=true"};
         expected.insert(expected.end(), added.begin(), added.end());
         const auto service = MakeService(libraryVersion, L"");
-        EXPECT_EQ(qxm::BuildExecuteCommandLine(*service, L"here/7", true, processors, compression), expected);
+        EXPECT_EQ(qxm::BuildExecuteCommandLine(*service, L"here/7", qxm::StartedBy::Client, processors, compression),
+            expected);
     }
 }
 
 TEST(ServantCommandLineTest, LeavesOutWhatIsNotGiven)
 {
-    EXPECT_EQ(qxm::BuildExecuteCommandLine(*MakeService({}, L""), L"", false, 0, CompressionMode::None),
+    EXPECT_EQ(
+        qxm::BuildExecuteCommandLine(*MakeService({}, L""), L"", qxm::StartedBy::Distributor, 0, CompressionMode::None),
         (Words{L"/opt/a servant", L"execute", L"Solve"}));
-    EXPECT_EQ(qxm::BuildExecuteCommandLine(*MakeService({}, L"/d"), L"", false, 0, CompressionMode::None),
+    EXPECT_EQ(qxm::BuildExecuteCommandLine(
+                  *MakeService({}, L"/d"), L"", qxm::StartedBy::Distributor, 0, CompressionMode::None),
         (Words{L"/opt/a servant", L"execute", L"Solve", L"CrashDumpFlags=/d", L"CrashDumpDirectory=/d"}));
 }
 

@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-/// A small kit to write servants with. A servant is a program that carries out one call and ends; the author writes one
-/// function a service, and a main of three lines:
+/// A small kit to write servants with. A servant is a program that carries out one call and ends. The author writes one
+/// function per service, and a main of three lines:
 ///
 ///     int Count(qxservant::Connection& connection)
 ///     {
