@@ -30,35 +30,21 @@ void ConfigurationFile::Fail(const XmlElement& element, std::wstring_view attrib
     throw ConfigurationError(XmlError(text, element.PositionOf(attributeName)), path);
 }
 
-namespace
-{
-
-constexpr wchar_t defaultFileName[] = L"QxConfiguration.xml";
-
-} // namespace
-
 std::wstring LocateConfigurationFile(const std::wstring& configuredPath)
 {
     if (!configuredPath.empty())
         return qpr::WithNativeSeparators(configuredPath);
-    return qpr::JoinPath(qpr::DirectoryOf(qpr::CurrentProcess::GetExecutablePath()), defaultFileName);
+    return qpr::JoinPath(qpr::DirectoryOf(qpr::CurrentProcess::GetExecutablePath()), L"QxConfiguration.xml");
 }
 
 XmlElement ServiceConfigurationTemplate()
 {
-    XmlElement root;
-    root.name = L"ServiceConfiguration";
-    XmlElement& crashDump = root.AddChild(L"System").AddChild(L"CrashDump");
-    crashDump.SetAttribute(L"Flags", {});
-    crashDump.SetAttribute(L"Directory", {});
-    XmlElement& distributor = root.AddChild(L"Distributor");
-    distributor.SetAttribute(L"Host", {});
-    distributor.SetAttribute(L"AgentPort", {});
-    distributor.SetAttribute(L"ClientPort", {});
-    XmlElement& servant = root.AddChild(L"Servants").AddChild(L"Servant");
-    servant.SetAttribute(L"RelativePath", {});
-    servant.AddChild(L"Services").AddChild(L"Service").SetAttribute(L"Name", {});
-    return root;
+    return ReadTemplate(R"(
+        <ServiceConfiguration>
+          <System><CrashDump Flags="" Directory=""/></System>
+          <Distributor Host="" AgentPort="" ClientPort=""/>
+          <Servants><Servant RelativePath=""><Services><Service Name=""/></Services></Servant></Servants>
+        </ServiceConfiguration>)");
 }
 
 ConfigurationFile ReadConfigurationFile(const std::wstring& path)

@@ -1,6 +1,6 @@
 #include "config/ServantsReader.h"
 
-#include "config/HostRequirements.h"
+#include "expr/Evaluator.h"
 #include "runtime/channels/FilePath.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/TextValues.h"
@@ -35,7 +35,43 @@ std::uint64_t AddressSpaceInMB(const XmlElement& element, bool is32Bit)
                                                                                : addressSpace32BitInMB;
 }
 
+qexpr::ValueMap HostVariables(const HostDescription& host)
+{
+    return {
+        {L"HostName", qexpr::Value(host.hostName)},
+        {L"CpuInfo", qexpr::Value(host.cpuInfo)},
+        {L"ProcessorCount", qexpr::Value(static_cast<float>(host.cpuCount))},
+        {L"PhysicalMemorySizeInMB", qexpr::Value(static_cast<float>(host.memorySizeInMB))},
+    };
+}
+
+/// A formula that cannot be parsed or evaluated is not met, silently: a configuration shared by many computers may use
+/// formulas that make sense on some of them only.
+bool MeetsHostRequirements(const XmlElement& element, const HostDescription& host)
+{
+    try
+    {
+        return EvaluateHostRequirements(element, host);
+    }
+    catch (const std::exception&)
+    {
+        return false;
+    }
+}
+
 } // namespace
+
+bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& host)
+{
+    const std::wstring formula = element.ChildText(L"HostRequirements");
+    if (formula.empty())
+        return true;
+    qexpr::Evaluator evaluator;
+    const auto expression = evaluator.ParseExpression(formula,
+        L"HostRequirements of " + element.name + L" '" + element.AttributeValue(L"Name") + L"'",
+        qexpr::Value::Type_Bool);
+    return static_cast<bool>(evaluator.Evaluate(*expression, HostVariables(host)));
+}
 
 CrashDumpSettings ReadCrashDump(const XmlElement& root)
 {

@@ -23,7 +23,11 @@ void ReadServants(const ConfigurationFile& file, const CrashDumpSettings& crashD
 /// name may occur once.
 void ReadBaseServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, ServicesMap& services);
 
-// One element of them.
+// The parts of these, for who has to look at each.
+
+/// Whether the computer meets the HostRequirements of a servant or service element; one without them is met everywhere.
+/// Throws what is wrong with the formula.
+bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& host);
 
 /// The child elements of the container of that name; none without it.
 const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container);

@@ -1,10 +1,10 @@
 #include "config/XmlDocument.h"
 
-#include "config/XmlReader.h"
 #include "runtime/text/Utf8.h"
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 
 namespace qxm
 {
@@ -96,15 +96,6 @@ XmlElement& XmlElement::AddChild(std::wstring childName)
     return child;
 }
 
-void XmlElement::SetAttribute(std::wstring_view attributeName, std::wstring value)
-{
-    const auto found = std::ranges::find(attributes, attributeName, &XmlAttribute::name);
-    if (found == attributes.end())
-        attributes.push_back({std::wstring(attributeName), std::move(value)});
-    else
-        found->value = std::move(value);
-}
-
 std::wstring XmlStranger::ToText() const
 {
     return (isAttribute ? L"Invalid attribute '" + name + L"'" : L"Invalid child element <" + name + L">")
@@ -126,6 +117,12 @@ void FindStrangers(
         else
             visit({element, allowed, false, child.name, child.position});
     }
+}
+
+XmlElement ReadTemplate(const char* xml)
+{
+    std::istringstream input(xml);
+    return ReadXml(input);
 }
 
 XmlDocument XmlDocument::Read(std::istream& input, const std::wstring& documentName, const XmlElement* templateRoot)

@@ -62,9 +62,8 @@ struct XmlElement
     void AppendText(std::wstring_view more, XmlPosition at);
     void ClearText() noexcept;
 
-    /// For documents built in code. The reference lasts until the next child is added.
+    /// The same. The reference lasts until the next child is added.
     XmlElement& AddChild(std::wstring childName);
-    void SetAttribute(std::wstring_view attributeName, std::wstring value);
 
 private:
     /// A part of the text that stands in the document as it is, from the index to the next run. Entities, comments and
@@ -121,6 +120,13 @@ struct XmlStranger
 /// looked at. The root elements are taken to have the same name.
 void FindStrangers(
     const XmlElement& element, const XmlElement& allowed, const std::function<void(const XmlStranger&)>& visit);
+
+/// Parses the stream to its end and returns the root element. Throws an XmlError that says what and where.
+XmlElement ReadXml(std::istream& input);
+
+/// The same for a template, which is a literal: its attributes and elements are those that are allowed, whatever their
+/// values.
+XmlElement ReadTemplate(const char* xml);
 
 /// An XML document as a tree, and the name that its errors give it.
 struct XmlDocument

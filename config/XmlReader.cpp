@@ -1,7 +1,7 @@
 // The one source that sees Expat, whose characters are UTF-8 or, on Windows, wide ones; ToWide makes wide text of both.
 // Exceptions do not cross Expat: a callback keeps its exception and stops the parser, and Run throws it.
 
-#include "config/XmlReader.h"
+#include "config/XmlDocument.h"
 
 #include "runtime/text/Utf8.h"
 #include "runtime/text/WhiteSpace.h"

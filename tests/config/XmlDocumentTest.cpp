@@ -140,11 +140,7 @@ TEST(XmlDocument, FailsWhenItsStreamDoes)
 
 TEST(XmlDocument, IsHeldToATemplate)
 {
-    XmlElement allowed;
-    allowed.name = L"r";
-    allowed.SetAttribute(L"x", L"");
-    allowed.AddChild(L"c").AddChild(L"g").SetAttribute(L"y", L"");
-
+    const XmlElement allowed = qxm::ReadTemplate("<r x=''><c><g y=''/></c></r>");
     EXPECT_NO_THROW(ReadXml("<r><c/><c><g y='1'/><g/></c></r>", &allowed));
     const std::pair<const char*, const char*> cases[] = {
         {"<q/>", "doc: Invalid element <q>, should be <r>"},

@@ -132,7 +132,7 @@ void Batch::ShowProgress()
     m_program.Errors().ShowProgress(DescribeProgress(m_counts, ElapsedSeconds()));
 }
 
-/// Once for each time in which nothing of the batch runs.
+/// Says so once for each period in which no call of the batch runs.
 void Batch::TellWaiting(std::chrono::steady_clock::time_point now)
 {
     if (m_counts.Running() > 0)

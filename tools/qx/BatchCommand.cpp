@@ -43,7 +43,7 @@ qx::JobLog OpenJobLog(const BatchOptions& options)
     std::vector<std::string> settings = {"--service=" + options.service};
     for (const auto& [name, value] : qx::ParseKeyValues(options.attributes))
         settings.push_back("--attribute=" + qpr::ToUtf8(name) + '=' + qpr::ToUtf8(value));
-    return qx::JobLog(options.jobLog, options.resume, settings);
+    return qx::JobLog(options.jobLog, options.resume ? qx::JobLog::Start::Continue : qx::JobLog::Start::Anew, settings);
 }
 
 bool IsDone(const qx::BatchItem& item, const qx::JobLog& jobLog)
@@ -91,15 +91,15 @@ void qx::AddBatchCommand(Program& program)
             "Input files; @LIST is a file of names, one per line, and - such a list on standard input")
         ->required()
         ->type_name("");
-    command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end in a null character (find -print0)");
+    command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end with a null character (find -print0)");
     command.add_option("--attribute", options->attributes, "Attribute of every request; may be repeated")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
-    command.add_option("--output-dir", options->outputDirectory, "Directory for the outputs; made if it is missing")
+    command.add_option("--output-dir", options->outputDirectory, "Directory for the outputs; created if missing")
         ->type_name("DIR");
     command.add_option("--suffix", options->suffix, "Added to a file's name to name its output (default .out)")
         ->type_name("TEXT");
-    command.add_option("--joblog", options->jobLog, "Write a log with one line per call, its fields separated by tabs")
+    command.add_option("--joblog", options->jobLog, "Write a tab-separated log with one line per call")
         ->type_name("FILE");
     command.add_flag(
         "--resume", options->resume, "Skip calls that the job log lists as done and whose outputs are there");

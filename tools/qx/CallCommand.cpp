@@ -1,10 +1,10 @@
 #include "tools/qx/Commands.h"
 
+#include "runtime/channels/FilePath.h"
 #include "runtime/channels/StandardStreams.h"
 #include "runtime/processes/InterruptSignal.h"
 #include "runtime/text/Utf8.h"
 #include "runtime/threads/ThreadEvent.h"
-#include "tools/qx/CallLog.h"
 #include "tools/qx/ConnectorOptions.h"
 #include "tools/qx/Exchange.h"
 #include "tools/qx/ExitCode.h"
@@ -18,8 +18,11 @@
 #include <qxmi/IServiceCall.h>
 
 #include <array>
+#include <cerrno>
+#include <fstream>
 #include <memory>
 #include <optional>
+#include <system_error>
 
 namespace
 {
@@ -59,11 +62,59 @@ private:
     qpr::StandardOutput m_output;
 };
 
+/// Where a call's log goes: a file, written anew, or the standard error stream. Used by one thread at a time.
+class CallLog
+{
+public:
+    /// An empty name is the standard error stream, which outlives it. Throws std::runtime_error that names a file it
+    /// cannot write.
+    CallLog(std::string fileName, qx::StandardError& errors)
+        : m_errors(errors)
+        , m_fileName(std::move(fileName))
+    {
+        if (m_fileName.empty())
+            return;
+        errno = 0;
+        m_file.open(qpr::PathOfArgument(m_fileName), std::ios::binary | std::ios::trunc);
+        RequireSuccess();
+    }
+
+    void Write(const wchar_t* text, std::size_t length)
+    {
+        if (m_fileName.empty())
+            return m_errors.WriteLog({text, length});
+        m_file << qpr::ToUtf8({text, length}) << std::flush;
+    }
+
+    /// Throws when something of the log could not be written.
+    void Close()
+    {
+        if (m_fileName.empty())
+            return;
+        errno = 0;
+        m_file.close();
+        RequireSuccess();
+    }
+
+private:
+    void RequireSuccess() const
+    {
+        const int error = errno;
+        if (!m_file)
+            throw std::runtime_error("cannot write the log file '" + m_fileName + "'"
+                + (error != 0 ? ": " + std::generic_category().message(error) : std::string()));
+    }
+
+    qx::StandardError& m_errors;
+    std::string m_fileName;
+    std::ofstream m_file;
+};
+
 /// The call between this process's standard streams and the servant.
 class CallRequest final : public qx::ServiceRequest
 {
 public:
-    CallRequest(const qx::Situation& situation, qx::CallLog& log, qx::StandardError& errors)
+    CallRequest(const qx::Situation& situation, CallLog& log, qx::StandardError& errors)
         : ServiceRequest(situation.service, situation.attributes)
         , m_situation(situation)
         , m_log(log)
@@ -87,7 +138,7 @@ public:
 
 private:
     const qx::Situation& m_situation;
-    qx::CallLog& m_log;
+    CallLog& m_log;
     qx::StandardError& m_errors;
     std::atomic<bool> m_hasStarted = false;
 };
@@ -174,7 +225,7 @@ int Call(const CallOptions& options, qx::Program& program)
     qx::Situation situation{qpr::FromUtf8(options.service), qx::ParseKeyValues(options.attributes)};
     qx::StandardError& errors = program.Errors();
     const auto& interrupt = qpr::InterruptSignal::UntilExit();
-    qx::CallLog log(options.logFile, errors);
+    CallLog log(options.logFile, errors);
     CallRequest request(situation, log, errors);
     const auto connector = qx::CreateConnector(options.connector, situation);
     const qx::LibraryObject<qxmi::IServiceCall> call(

@@ -60,7 +60,7 @@ void AddPlace(qx::Json& object, const std::wstring& path, qxm::XmlPosition posit
 
 qx::Json ToJson(const qx::Problem& problem)
 {
-    qx::Json object = {{"severity", problem.isError ? "error" : "warning"}};
+    qx::Json object = {{"severity", problem.severity == qx::Severity::Error ? "error" : "warning"}};
     AddPlace(object, problem.path, problem.position);
     object["message"] = qx::ToJson(problem.text);
     return object;
@@ -111,7 +111,7 @@ public:
     {
         for (const qx::Problem& problem : m_findings->problems)
         {
-            const std::wstring kind = problem.isError ? L": error: " : L": warning: ";
+            const std::wstring kind = problem.severity == qx::Severity::Error ? L": error: " : L": warning: ";
             const std::wstring line = problem.path + PlaceSuffix(problem.position) + kind + problem.text;
             std::cerr << qpr::ToUtf8(qpr::Printable(line, maxProblemLength)) << '\n';
         }
@@ -181,7 +181,8 @@ int Check(const CheckOptions& options)
     if (!options.settingsOnly)
         findings = qx::NamingConfigurationFile(connector, [&] { return qx::CheckConfiguration(connector); });
     const Report report(connector, findings ? &*findings : nullptr);
-    const std::size_t errors = findings ? std::ranges::count_if(findings->problems, &qx::Problem::isError) : 0;
+    const std::size_t errors =
+        findings ? std::ranges::count(findings->problems, qx::Severity::Error, &qx::Problem::severity) : 0;
     const std::size_t warnings = findings ? findings->problems.size() - errors : 0;
     if (findings)
         report.PrintProblems();
@@ -204,7 +205,7 @@ void qx::AddCheckCommand(Program& program)
         "qx check '<LocalServiceConnector MaxLocalServants=\"4\"/>' --config QxConfiguration.xml",
         [options] { return Check(*options); });
     options->connector.AddTo(command, "XML,--connector");
-    command.add_flag("--settings-only", options->settingsOnly, "Leave the configuration file alone");
+    command.add_flag("--settings-only", options->settingsOnly, "Do not read the configuration file");
     command.add_flag("--strict", options->strict, "Fail on warnings too");
     command.add_flag("--json", options->json, "Print one JSON document");
 }

@@ -10,10 +10,16 @@
 namespace qx
 {
 
-/// What is wrong with a configuration, or only looks as if it were not what its author meant.
+enum class Severity
+{
+    Error, ///< the library or a distributor refuses it
+    Warning, ///< it is allowed, but probably not what its author meant
+};
+
+/// What is wrong with a configuration, and where.
 struct Problem
 {
-    bool isError = true; ///< or a warning
+    Severity severity = Severity::Error;
     std::wstring path;
     qxm::XmlPosition position;
     std::wstring text;
@@ -35,9 +41,9 @@ struct ConfigurationFindings
     std::vector<WithheldService> withheld; ///< by name
 };
 
-/// Looks at all of the configuration file of these settings, and of the service configuration file that it names: the
-/// names in it, what the library refuses, formulas, servants' files, services that nobody gets. For a network
-/// connector, which uses nothing else, at the names and the distributor alone. Throws for a file that cannot be opened.
+/// Checks the configuration file of these settings, and the service configuration file that it names: names, what the
+/// library refuses, formulas, servants' files, services that nobody gets. For a network connector, which uses nothing
+/// else, checks the names and the distributor alone. Throws for a file that cannot be opened.
 ConfigurationFindings CheckConfiguration(const qxm::ConnectorConfiguration& connector);
 
 } // namespace qx

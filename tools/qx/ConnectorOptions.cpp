@@ -13,10 +13,12 @@ namespace qx
 
 void ConnectorOptions::AddTo(CLI::App& command, const std::string& connectorName)
 {
-    command.add_option(connectorName, m_connector, "Connector: <LocalServiceConnector/> unless given; or @FILE")
+    command
+        .add_option(connectorName, m_connector, "Connector configuration, or @FILE (default: <LocalServiceConnector/>)")
         ->type_name("XML");
     command
-        .add_option("--config", m_configurationPath, "Configuration file; else the connector's, else $QX_CONFIGURATION")
+        .add_option(
+            "--config", m_configurationPath, "Configuration file (default: the connector's, then $QX_CONFIGURATION)")
         ->type_name("FILE");
 }
 

@@ -20,6 +20,13 @@ namespace qx
 namespace
 {
 
+/// Where a servant runs.
+enum class Place
+{
+    Here,
+    Distributor,
+};
+
 using Gaps = std::vector<std::string>;
 
 /// What stands at the stars of a pattern; each takes as little as it can, the last one what is left. Empty when the
@@ -48,9 +55,9 @@ std::optional<Gaps> Match(std::string_view text, std::string_view pattern)
     return gaps;
 }
 
-std::string ConfigurationFile(const Situation& situation)
+std::string ConfigurationName(const Situation& situation)
 {
-    return "'" + qpr::ToUtf8(qxm::LocateConfigurationFile(situation.connector.settings.configurationPath)) + "'";
+    return "'" + qpr::ToUtf8(qxm::LocateConfigurationName(situation.connector.settings.configurationPath)) + "'";
 }
 
 /// Why a program does not start, by the system's error number.
@@ -61,12 +68,22 @@ std::string StartRemedy(const std::string& path, const std::string& error, const
     if (error == "0x2" && isOfThisComputer)
         return std::filesystem::exists(qpr::ToFilesystemPath(qpr::FromUtf8(path)), ignored)
             ? "; it is there, but the interpreter that its first line names is not"
-            : "; " + ConfigurationFile(situation) + " names it in RelativePath";
+            : "; " + ConfigurationName(situation) + " names it in RelativePath";
     if (error == "0xd")
         return "; make it executable";
     if (error == "0x8" || error == "0xc1")
         return "; it is neither a program nor a script whose first line begins with #!";
     return {};
+}
+
+/// "servant '<path>'" of one that this computer offers; else the servant by its service and distributor.
+std::string DescribeServant(const Situation& situation, Place place)
+{
+    const auto service = situation.configuration.services.find(situation.service);
+    if (place == Place::Here && service != situation.configuration.services.end())
+        return "servant '" + qpr::ToUtf8(service->second->servant->executablePath) + "'";
+    return "the servant of service '" + qpr::ToUtf8(situation.service) + "'"
+        + (place == Place::Here ? "" : " at distributor " + DistributorAddress(situation));
 }
 
 // One function for each kind of error. Each gives the text for people, or nothing when the error is of another kind.
@@ -101,7 +118,7 @@ std::optional<std::string> ExplainAnswer(const std::string& text, const Situatio
     constexpr std::size_t maxQuoteLength = 100; // the remedy behind it is to be seen
     const std::string answer = qpr::ToUtf8(qpr::Printable(qpr::FromUtf8((*gaps)[0]), maxQuoteLength));
     const std::string what = answer.empty() ? " gave no answer line" : " answered '" + answer + "'";
-    return DescribeServant(situation, true) + what
+    return DescribeServant(situation, Place::Here) + what
         + "; its standard output has to begin with a line 'servant ID executing " + qpr::ToUtf8(situation.service)
         + "' (" + (*gaps)[1] + ")";
 }
@@ -114,9 +131,9 @@ std::optional<std::string> ExplainResolving(const std::string& text, const Situa
     const qxm::DistributorSettings& distributor = situation.configuration.distributor;
     if ((*gaps)[1] == "10109")
         return "the distributor's port '" + qpr::ToUtf8(distributor.clientPort)
-            + "' is not a port number (1 to 65535); see ClientPort in " + ConfigurationFile(situation);
+            + "' is not a port number (1 to 65535); see ClientPort in " + ConfigurationName(situation);
     return "cannot find the distributor's computer '" + qpr::ToUtf8(distributor.host) + "': " + (*gaps)[2]
-        + " See Host in " + ConfigurationFile(situation);
+        + " See Host in " + ConfigurationName(situation);
 }
 
 std::optional<std::string> ExplainConnecting(const std::string& text, const Situation& situation)
@@ -128,7 +145,7 @@ std::optional<std::string> ExplainConnecting(const std::string& text, const Situ
     const std::string& why = (*gaps)[1];
     if (why.starts_with("WSAConnect() failed, Winsock error number = 10061"))
         return "no distributor at " + address + "; start qx-distributor there, or name another in the element "
-            + "Distributor of " + ConfigurationFile(situation);
+            + "Distributor of " + ConfigurationName(situation);
     if (const auto connecting = Match(why, "WSAConnect() failed*Winsock error number = *: *"))
         return "cannot reach the distributor at " + address + ": " + (*connecting)[2];
     if (const auto refused = Match(why, "Service request rejected by distributor (*)"))
@@ -147,6 +164,21 @@ std::optional<std::string> ExplainLogPort(const std::string& text, const Situati
     if ((*gaps)[0].empty())
         return distributor + " ended the connection before the call had started";
     return distributor + " could not start the call: " + Explain((*gaps)[0]).what();
+}
+
+/// Waits for the servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
+/// when it ended well or nobody knows.
+std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation)
+{
+    qxmi::ServantEnd end;
+    if (!connection.WaitForServantEnd(end) || (end.exitCode == 0 && end.signal == 0))
+        return std::nullopt;
+    std::string text = DescribeServant(situation, connection.IsLocal() ? Place::Here : Place::Distributor);
+    if (end.signal == 0)
+        return text + " ended with exit code " + std::to_string(end.exitCode);
+    text += " was ended by signal " + std::to_string(end.signal);
+    const std::wstring description = qpr::DescribeSignal(end.signal);
+    return description.empty() ? text : text + " (" + qpr::ToUtf8(description) + ")";
 }
 
 bool IsOfLostConnection(const std::string& text)
@@ -234,28 +266,6 @@ std::string DistributorAddress(const Situation& situation)
 {
     const qxm::DistributorSettings& distributor = situation.configuration.distributor;
     return qpr::ToUtf8(distributor.host + L":" + distributor.clientPort);
-}
-
-std::string DescribeServant(const Situation& situation, bool isLocal)
-{
-    const auto service = situation.configuration.services.find(situation.service);
-    if (isLocal && service != situation.configuration.services.end())
-        return "servant '" + qpr::ToUtf8(service->second->servant->executablePath) + "'";
-    return "the servant of service '" + qpr::ToUtf8(situation.service) + "'"
-        + (isLocal ? "" : " at distributor " + DistributorAddress(situation));
-}
-
-std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation)
-{
-    qxmi::ServantEnd end;
-    if (!connection.WaitForServantEnd(end) || (end.exitCode == 0 && end.signal == 0))
-        return std::nullopt;
-    std::string text = DescribeServant(situation, connection.IsLocal());
-    if (end.signal == 0)
-        return text + " ended with exit code " + std::to_string(end.exitCode);
-    text += " was ended by signal " + std::to_string(end.signal);
-    const std::wstring description = qpr::DescribeSignal(end.signal);
-    return description.empty() ? text : text + " (" + qpr::ToUtf8(description) + ")";
 }
 
 std::optional<std::string> RunToServantEnd(

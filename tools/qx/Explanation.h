@@ -69,15 +69,9 @@ std::string DistributorAddress(const Situation& situation);
 /// The system's description at the end of a library's error text, "No such file or directory".
 std::string SystemDescriptionIn(const std::string& libraryText);
 
-/// "servant '<path>'" of one that this computer offers; else the servant by its service and distributor.
-std::string DescribeServant(const Situation& situation, bool isLocal);
-
-/// Waits for a servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
-/// when it ended well or nobody knows.
-std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation);
-
-/// Runs the exchange, then waits for the servant's end as ServantFailure does. A connection that a distributor resets
-/// because a signal has ended the servant counts as that end. Throws what the exchange throws.
+/// Runs the exchange, then waits for the servant's end. Says how it ended when that was by a signal or with another
+/// exit code than 0; nothing when it ended well or nobody knows. A connection that a distributor resets because a
+/// signal has ended the servant counts as that end. Throws what the exchange throws.
 std::optional<std::string> RunToServantEnd(
     Exchange& exchange, qxmi::IServiceConnectionW& connection, const Situation& situation);
 

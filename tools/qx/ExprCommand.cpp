@@ -153,12 +153,12 @@ void qx::AddExprCommand(Program& program)
         "qx expr 'Size * 0.5 + (if Fast then 200 else 100)' Size=10 Fast=true",
         [options] { return TryFormula(*options); });
     command
-        .add_option("FORMULA", options->formula, "The formula. Write -- before one like -X, which looks like an option")
+        .add_option("FORMULA", options->formula, "The formula; put -- before one that looks like an option, such as -X")
         ->required()
         ->type_name("");
-    command.add_option("NAME=VALUE", options->values, "Values of its variables")->type_name("");
-    command.add_option("--type", options->type, "The type it must have")
+    command.add_option("NAME=VALUE", options->values, "Values of the formula's variables")->type_name("");
+    command.add_option("--type", options->type, "The type that the formula must have")
         ->check(CLI::IsMember({"float", "string", "bool"}));
-    command.add_option("--helpers", options->helpers, "Definitions 'Name = formula;' that the formula may use");
+    command.add_option("--helpers", options->helpers, "Helper definitions 'Name = formula;' that the formula may use");
     command.add_flag("--json", options->json, "Print one JSON document");
 }

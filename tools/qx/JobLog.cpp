@@ -62,13 +62,13 @@ std::string Joined(const std::vector<std::string>& settings)
 
 } // namespace
 
-JobLog::JobLog(const std::string& fileName, bool continues, const std::vector<std::string>& settings)
+JobLog::JobLog(const std::string& fileName, Start start, const std::vector<std::string>& settings)
     : m_fileName(fileName)
     , m_path(qpr::PathOfArgument(fileName))
 {
     for (const std::string& setting : settings)
         m_settings.push_back(Escaped(setting));
-    const bool isThere = continues && std::filesystem::exists(m_path);
+    const bool isThere = start == Start::Continue && std::filesystem::exists(m_path);
     if (isThere)
         TakeUp();
     else if (IsForeign())
@@ -96,7 +96,7 @@ bool JobLog::IsForeign() const
     return start != heading;
 }
 
-/// Reads what is there, and cuts off a last line that has no end.
+/// Reads what is there, and cuts off a last line that was not finished.
 void JobLog::TakeUp()
 {
     std::ifstream file(m_path, std::ios::binary);

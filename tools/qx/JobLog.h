@@ -32,9 +32,15 @@ public:
     /// No log.
     JobLog() = default;
 
-    /// Begins a log anew, or continues one that is there. Only a job log or an empty file is ever replaced. Throws
+    enum class Start
+    {
+        Anew,
+        Continue, ///< the log that is there, if there is one
+    };
+
+    /// Only a job log or an empty file is ever replaced. Throws
     /// std::runtime_error that names the file, WrongCommandLine when the log to continue has other settings.
-    JobLog(const std::string& fileName, bool continues, const std::vector<std::string>& settings);
+    JobLog(const std::string& fileName, Start start, const std::vector<std::string>& settings);
 
     /// Whether the log continued says last that the file is done, with an output of this size.
     bool SaysDone(const std::string& name, std::uintmax_t outputSize) const;

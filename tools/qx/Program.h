@@ -15,8 +15,7 @@ namespace qx
 
 /// The command line of the tool. Each command adds itself with its options; Run understands the command line, runs the
 /// command that was chosen, and turns what leaves it into a line of text and an exit code. Every command has the
-/// options
-/// --help and --verbose.
+/// options --help and --verbose.
 class Program
 {
 public:

@@ -55,7 +55,7 @@ void Describe(const qxm::WorkTablePlace& place)
     if (!place.owner.empty())
         std::cout << "Owner: " << qpr::ToUtf8(place.owner) << '\n';
     if (!place.exists && place.obstacles.empty())
-        std::cout << "The first process that needs it makes it\n";
+        std::cout << "The first process that needs it will create it\n";
     for (const std::wstring& obstacle : place.obstacles)
         std::cout << "Obstacle: " << qpr::ToUtf8(obstacle) << '\n';
 }
@@ -78,8 +78,8 @@ void qx::AddTableCommand(Program& program)
 {
     const auto options = std::make_shared<TableOptions>();
     CLI::App& command =
-        program.AddCommand("table", "Shows which work table your processes share, and what is in its way",
+        program.AddCommand("table", "Shows which work table your processes share, and what prevents its use",
             "qx table --json", [options] { return ShowTable(*options); });
-    command.add_flag("--create", options->create, "As root: make the table that all users of this computer share");
+    command.add_flag("--create", options->create, "As root: create the table that all users of this computer share");
     command.add_flag("--json", options->json, "Print one JSON document");
 }

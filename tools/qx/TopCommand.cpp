@@ -5,7 +5,6 @@
 #include "runtime/processes/InterruptSignal.h"
 #include "tools/qx/ExitCode.h"
 #include "tools/qx/Program.h"
-#include "tools/qx/Screen.h"
 #include "tools/qx/TopView.h"
 
 #include <algorithm>
@@ -24,6 +23,32 @@ struct TopOptions
 {
     bool once = false;
     bool json = false;
+};
+
+/// The whole terminal behind the standard output, while it lives: a screen of its own, redrawn without flicker. What
+/// stood there before comes back at the end. Requires: the standard output is a terminal.
+class Screen
+{
+public:
+    Screen() { std::cout << "\x1b[?1049h\x1b[?25l" << std::flush; } // the alternate screen, no cursor
+    ~Screen() { std::cout << "\x1b[?25h\x1b[?1049l" << std::flush; }
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+
+    /// Lines that do not fit are cut; the last one stands at the bottom.
+    void Draw(const std::vector<std::string>& lines, const std::string& bottomLine)
+    {
+        const char home[] = "\x1b[H";
+        const char clearToLineEnd[] = "\x1b[K";
+        const char clearBelow[] = "\x1b[J";
+        const qpr::TerminalSize size = qpr::GetTerminalSize();
+        std::string picture = home;
+        for (std::size_t row = 0; row < lines.size() && row + 1 < size.rows; ++row)
+            picture += lines[row].substr(0, size.columns) + clearToLineEnd + "\r\n";
+        picture += clearBelow;
+        picture += "\x1b[" + std::to_string(size.rows) + ";1H" + bottomLine.substr(0, size.columns - 1);
+        std::cout << picture << std::flush;
+    }
 };
 
 qx::HostCapacity ThisComputer()
@@ -94,7 +119,7 @@ int ShowLive()
     const qx::HostCapacity host = ThisComputer();
     qx::TopOrder order = qx::TopOrder::Row;
     qpr::TerminalKeys keys;
-    qx::Screen screen;
+    Screen screen;
     const std::array objects = {interrupt.Object(), keys.Object()};
     while (true)
     {
@@ -124,7 +149,7 @@ int Top(const TopOptions& options)
 void qx::AddTopCommand(Program& program)
 {
     const auto options = std::make_shared<TopOptions>();
-    CLI::App& command = program.AddCommand("top", "Shows the work of all client processes of this computer, live",
+    CLI::App& command = program.AddCommand("top", "Shows the work of all client processes on this computer, live",
         "qx top --once --json", [options] { return Top(*options); });
     command.add_flag("--once", options->once, "Print the table once");
     command.add_flag("--json", options->json, "With --once: print one JSON document");

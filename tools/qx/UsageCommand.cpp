@@ -106,10 +106,10 @@ void qx::AddUsageCommand(Program& program)
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
     command.add_option("KEY=VALUE", options->attributes, "Attributes of the request, for the service's formulas")
         ->type_name("");
-    command.add_option("--processors", options->processors, "Suppose a computer with this many processors")
+    command.add_option("--processors", options->processors, "Assume a computer with this many processors")
         ->check(AtLeastOne(options->processors))
         ->type_name("N");
-    command.add_option("--memory-mb", options->memoryInMB, "Suppose a computer with this much memory")
+    command.add_option("--memory-mb", options->memoryInMB, "Assume a computer with this much memory")
         ->check(AtLeastOne(options->memoryInMB))
         ->type_name("N");
     command.add_flag("--json", options->json, "Print one JSON document");
