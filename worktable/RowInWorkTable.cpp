@@ -37,8 +37,8 @@ RowInWorkTable::~RowInWorkTable()
     Release();
 }
 
-/// The trigger decides and not what the rows say: a row whose owner keeps it is left alone, also when the owner has not
-/// been seen for long.
+/// The trigger decides, not what the rows say: a row whose owner keeps its trigger is left alone, even when the owner
+/// has not been seen for long.
 void RowInWorkTable::Claim(Lock& lock)
 {
     for (std::size_t i = 0; i < layout::RowCount; ++i)
@@ -73,13 +73,13 @@ void RowInWorkTable::KeepRow(Lock& lock)
     const std::uint32_t processId = lock.Row(m_owner.row).processId;
     if (processId == m_owner.processId)
         return;
-    if (!m_trigger->HasName()) // so that it was taken for a dead one's
+    if (!m_trigger->HasName()) // so the row was taken for a dead owner's
         return Claim(lock);
     if (processId != 0)
         throw WorkTableCorruption(L"Work table corruption detected in qxm::JobManagerRow::InUse: process id "
             + std::to_wstring(processId) + L" does not match expected process id "
             + std::to_wstring(m_owner.processId));
-    Write(lock, m_wanted, lock.Now()); // taken from one who did not move for long
+    Write(lock, m_wanted, lock.Now()); // freed because this process did not move for long
 }
 
 void RowInWorkTable::Write(Lock& lock, const WorkRecord& record, std::int64_t lastSeenAlive)

@@ -42,7 +42,7 @@ public:
     /// Claims the first row whose trigger nobody keeps.
     explicit RowInWorkTable(WorkTable& table, std::uint32_t processId = qpr::CurrentProcess::GetId());
 
-    /// Gives the row back. When the table is not to be had the others find the row without a trigger.
+    /// Gives the row back. When the table cannot be locked, the others find the row without a trigger.
     ~RowInWorkTable() override;
 
     RowInWorkTable(const RowInWorkTable&) = delete;
@@ -64,8 +64,8 @@ public:
     /// same table.
     bool Publish(Lock& lock, const WorkRecord& record, Wake wake = Wake::All);
 
-    /// For a record that could not be published (the table was not to be had): the next heartbeat makes up for it and
-    /// for the wake-ups, unless another one is published before.
+    /// For a record that could not be published, because the table could not be locked: the next heartbeat makes up for
+    /// it and for the wake-ups, unless another record is published before.
     void PublishAtNextHeartbeat(const WorkRecord& record);
 
     /// Whether calls wait for admission, by what was last published.
@@ -78,12 +78,11 @@ public:
     /// Wakes this job manager alone.
     void SignalTrigger();
 
-    /// A sign of life. Makes the row say what was last published, and frees the rows of the dead, since nobody else may
-    /// look.
+    /// A sign of life. Makes the row say what was last published, and frees the rows of dead owners: nobody else may be
+    /// looking.
     void Heartbeat();
 
-    /// The same for who can do nothing about a failure: a table that is not to be had is tried again with the next
-    /// beat.
+    /// The same for a caller that can do nothing about a failure: the next beat tries again.
     void TryHeartbeat();
 
     void Run() override;

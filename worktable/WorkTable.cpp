@@ -5,7 +5,6 @@
 #include "runtime/text/Errors.h"
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Deadline.h"
-#include "worktable/TableMutex.h"
 #include "worktable/WorkTableTrace.h"
 
 #include <chrono>
@@ -18,6 +17,29 @@ std::int64_t WorkTableOptions::SystemClockSeconds()
 {
     using namespace std::chrono;
     return duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
+}
+
+void AcquireTableMutex(qpr::ProcessMutex& mutex, std::uint32_t timeoutMs)
+{
+    try
+    {
+        return mutex.Acquire(timeoutMs);
+    }
+    catch (const qpr::AbandonedMutexError&)
+    {
+    }
+    for (const qpr::Deadline deadline(timeoutMs);;)
+    {
+        try
+        {
+            return mutex.Acquire(deadline.LeftMs());
+        }
+        catch (const qpr::AbandonedMutexError&)
+        {
+            if (deadline.HasPassed())
+                throw;
+        }
+    }
 }
 
 WorkTable::Security::Security()
@@ -168,7 +190,7 @@ void WorkTable::Lock::Free(std::size_t index)
 
 void WorkTable::Lock::FreeIfDead(std::size_t index)
 {
-    if (TryCreateTrigger(index)) // and with it goes what the dead one left of it
+    if (TryCreateTrigger(index)) // which also removes what the dead owner left of it
         Free(index);
 }
 

@@ -16,7 +16,7 @@
 namespace qxm
 {
 
-/// What a work table may differ in; the defaults are what all programs of the framework agree on.
+/// What may differ between work tables; all programs of the framework agree on the defaults.
 struct WorkTableOptions
 {
     std::wstring baseName = DefaultWorkTableName;
@@ -28,8 +28,13 @@ struct WorkTableOptions
     static std::int64_t SystemClockSeconds();
 };
 
-/// The shared table in which the job managers of all processes of this computer see each other's work. One object a
-/// connector, shared by its threads; everything is done under a Lock.
+/// Acquires a table's mutex, also after an owner that died holding it: rows are checked where they are read, so that a
+/// half-written one harms nobody. Throws as ProcessMutex::Acquire otherwise; the limit begins anew after the first
+/// dead owner, and only then.
+void AcquireTableMutex(qpr::ProcessMutex& mutex, std::uint32_t timeoutMs);
+
+/// The shared table in which the job managers of all processes of this computer see each other's work. Each
+/// connector has one object, shared by its threads; everything is done under a Lock.
 class WorkTable
 {
 public:
@@ -86,8 +91,8 @@ private:
     std::shared_ptr<Objects> m_objects QX_GUARDED_BY(m_objectsMutex);
 };
 
-/// One period of sole access to the table, by one thread. Hold it briefly: while it lives no process of the computer
-/// admits a call. It works on a copy of the rows and writes each change through.
+/// One period of exclusive access to the table, by one thread. Hold it briefly: while it lives, no process of the
+/// computer admits a call. It works on a copy of the rows and writes each change through.
 class WorkTable::Lock
 {
 public:
@@ -120,7 +125,7 @@ public:
             return false;
         if (row.lastSeenAlive > m_deadSince)
             return true;
-        const auto leftover = TryCreateTrigger(index); // goes with this, where its owner is not merely stopped
+        const auto leftover = TryCreateTrigger(index); // is removed again, unless the owner is only stopped
         Free(index);
         return false;
     }

@@ -2,7 +2,6 @@
 
 #include "runtime/named/NamedObject.h"
 #include "runtime/text/Errors.h"
-#include "worktable/TableMutex.h"
 #include "worktable/WorkSum.h"
 
 namespace qxm
