@@ -122,30 +122,33 @@ float UsageModel::ProcessorUsage(qexpr::ValueMap& inputs, std::uint64_t processo
 {
     if (m_processorUsage.usesProcessorCount)
         inputs[processorCountName] = qexpr::Value(static_cast<float>(processorCount));
-    return Evaluate(m_processorUsage, inputs);
+    return Evaluate(m_processorUsage, inputs, inputs);
 }
 
 UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
     qexpr::ValueMap& inputs, std::uint32_t offeredProcessors, float memoryLimitInMB) const
 {
     if (!m_memoryUsage.usesProcessorCount)
-        return {0, Evaluate(m_memoryUsage, inputs)};
+        return {0, Evaluate(m_memoryUsage, inputs, inputs)};
 
     ProcessorChoice choice{1, 0.0f};
+    qexpr::ValueMap values = inputs;
     for (std::uint32_t n = offeredProcessors; n >= 1; --n)
     {
-        inputs[processorCountName] = qexpr::Value(static_cast<float>(n));
-        choice = {n, Evaluate(m_memoryUsage, inputs)};
+        values[processorCountName] = inputs[processorCountName] = qexpr::Value(static_cast<float>(n));
+        choice = {n, Evaluate(m_memoryUsage, values, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;
+        if (n == offeredProcessors)
+            m_evaluator.AddFixedHelperValues(*m_memoryUsage.expression, processorCountName, values);
     }
     return choice;
 }
 
-float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const
+float UsageModel::Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const
 {
     const auto result = static_cast<float>(
-        UnderName(formula.sourceName, [&] { return m_evaluator.Evaluate(*formula.expression, inputs); }));
+        UnderName(formula.sourceName, [&] { return m_evaluator.Evaluate(*formula.expression, values); }));
     if (result < 0.0f)
         ThrowInvalidResult(formula.sourceName, result, inputs);
     return result;

@@ -57,8 +57,8 @@ private:
     explicit UsageModel(const ServiceInfo& service);
     Formula Compile(const std::wstring& text, std::wstring sourceName);
 
-    /// Throws for a negative result.
-    float Evaluate(const Formula& formula, const qexpr::ValueMap& inputs) const;
+    /// Throws for a negative result, with the inputs in the text. The values may hold those of helpers too.
+    float Evaluate(const Formula& formula, const qexpr::ValueMap& values, const qexpr::ValueMap& inputs) const;
 
     /// The action's result; its errors begin with the source name.
     template <class Action>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "distributor/Reception.h"
-#include "distributor/SessionSurroundings.h"
 #include "distributor/SlotQueue.h"
 #include "runtime/channels/Socket.h"
 #include "runtime/threads/IRunnable.h"

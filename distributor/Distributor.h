@@ -2,7 +2,6 @@
 
 #include "config/HostDescription.h"
 #include "distributor/SessionList.h"
-#include "distributor/SessionSurroundings.h"
 #include "distributor/SlotQueue.h"
 #include "runtime/channels/Socket.h"
 

@@ -2,8 +2,8 @@
 
 #include "distributor/ByteCopy.h"
 #include "distributor/ClientConversation.h"
+#include "protocol/DistributorRequest.h"
 #include "protocol/ExecutionInfoRecord.h"
-#include "protocol/NetworkLog.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/SystemErrors.h"
 

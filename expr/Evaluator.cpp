@@ -75,6 +75,16 @@ Value Evaluator::Evaluate(const Expression& expression, const ValueMap& values) 
     return expression.GetRoot().Evaluate(extended);
 }
 
+void Evaluator::AddFixedHelperValues(const Expression& expression, std::wstring_view variable, ValueMap& values) const
+{
+    for (const auto& used : expression.GetUsedVariables())
+    {
+        const auto helper = m_helperDefinitions.find(used->GetName());
+        if (helper != m_helperDefinitions.end() && !UsesVariable(*helper->second, variable))
+            AddHelperVariableValues(*used, values, 0);
+    }
+}
+
 void Evaluator::AddHelperVariableValues(const VariableReference& variable, ValueMap& values, int recursionLevel) const
 {
     const std::wstring& name = variable.GetName();

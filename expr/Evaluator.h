@@ -59,6 +59,10 @@ public:
     /// computed. Helpers through more than 1000 helpers are a std::logic_error.
     Value Evaluate(const Expression& expression, const ValueMap& values) const;
 
+    /// For many evaluations of one expression that differ in the value of one variable only: adds the values of the
+    /// helpers that the expression names and that do not depend on that variable. Throws what Evaluate throws.
+    void AddFixedHelperValues(const Expression& expression, std::wstring_view variable, ValueMap& values) const;
+
 private:
     void AddHelperVariableValues(const VariableReference& variable, ValueMap& values, int recursionLevel) const;
 

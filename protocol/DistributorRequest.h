@@ -32,6 +32,10 @@ inline constexpr wchar_t serviceRequestAcceptedLine[] = L"service request accept
 /// How it then tells the port of the log connection; the port follows.
 inline constexpr wchar_t logPortLinePrefix[] = L"establish log connection to port ";
 
+/// What separates a log from how its servant ended, which follows as "exit <code>" or "signal <number>" and a line
+/// feed: a byte that no UTF-8 text has.
+inline constexpr char servantEndMark = '\xFF';
+
 /// The request as its line, without the line end. Throws "Invalid service name '<name>'" for one that cannot be written
 /// as a word of a line, and what serialising the attributes throws.
 std::wstring BuildServiceRequestLine(const DistributorServiceRequest& request);

@@ -1,5 +1,4 @@
 #include "Picture.h"
-#include "ProgressBar.h"
 #include "TileCall.h"
 
 #include <CLI/CLI.hpp>
@@ -9,7 +8,9 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <thread>
+#include <unistd.h>
 
 // Renders a picture of the Mandelbrot set: cuts it into tiles and has each rendered by a service call of its own.
 
@@ -31,6 +32,48 @@ struct ReleaseConnector
     void operator()(qxmi::IServiceConnectorW* connector) const { connector->Release(); }
 };
 using Connector = std::unique_ptr<qxmi::IServiceConnectorW, ReleaseConnector>;
+
+/// A bar on the terminal behind the standard error stream; nothing when there is none. Any thread may advance it.
+class ProgressBar
+{
+public:
+    explicit ProgressBar(std::size_t total)
+        : m_isTerminal(isatty(STDERR_FILENO) != 0)
+        , m_total(total)
+    {
+    }
+
+    void Advance()
+    {
+        if (!m_isTerminal)
+            return;
+        const std::lock_guard lock(m_lock);
+        if (m_isCleared)
+            return;
+        ++m_done;
+        const std::size_t filled = m_done * barWidth / m_total;
+        std::cerr << "\r[" << std::string(filled, '#') << std::string(barWidth - filled, '-') << "] " << m_done
+                  << " of " << m_total << " tiles" << std::flush;
+    }
+
+    /// Leaves an empty line for other text.
+    void Clear()
+    {
+        const std::lock_guard lock(m_lock);
+        m_isCleared = true;
+        if (m_isTerminal)
+            std::cerr << "\r\x1b[K" << std::flush;
+    }
+
+private:
+    static constexpr std::size_t barWidth = 50;
+
+    const bool m_isTerminal;
+    const std::size_t m_total;
+    std::mutex m_lock;
+    std::size_t m_done = 0;
+    bool m_isCleared = false;
+};
 
 /// As many servants at a time as this computer has processors.
 std::string DefaultConnector()

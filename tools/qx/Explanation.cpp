@@ -9,7 +9,6 @@
 
 #include <qxmi/IServiceConnectionW.h>
 
-#include <array>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -57,7 +56,7 @@ std::optional<Gaps> Match(std::string_view text, std::string_view pattern)
 
 std::string ConfigurationName(const Situation& situation)
 {
-    return "'" + qpr::ToUtf8(qxm::LocateConfigurationName(situation.connector.settings.configurationPath)) + "'";
+    return "'" + qpr::ToUtf8(qxm::LocateConfigurationFile(situation.connector.settings.configurationPath)) + "'";
 }
 
 /// Why a program does not start, by the system's error number.
@@ -86,86 +85,6 @@ std::string DescribeServant(const Situation& situation, Place place)
         + (place == Place::Here ? "" : " at distributor " + DistributorAddress(situation));
 }
 
-// One function for each kind of error. Each gives the text for people, or nothing when the error is of another kind.
-
-std::optional<std::string> ExplainStart(const std::string& text, const Situation& situation)
-{
-    const auto gaps = Match(text, "CreateProcess('*') failed in *, error number = *: *");
-    if (!gaps)
-        return std::nullopt;
-    return "cannot start servant '" + (*gaps)[0] + "': " + (*gaps)[3] + StartRemedy((*gaps)[0], (*gaps)[2], situation);
-}
-
-std::optional<std::string> ExplainFile(const std::string& text, const Situation&)
-{
-    if (const auto gaps = Match(text, "CreateFile('*') failed in *, error number = *: *"))
-        return "cannot read '" + (*gaps)[0] + "': " + (*gaps)[3];
-    return std::nullopt;
-}
-
-std::optional<std::string> ExplainXml(const std::string& text, const Situation&)
-{
-    if (const auto gaps = Match(text, "*XML_ParseBuffer() failed, Expat error code = * (*), *"))
-        return (*gaps)[0] + (*gaps)[2] + ", " + (*gaps)[3];
-    return std::nullopt;
-}
-
-std::optional<std::string> ExplainAnswer(const std::string& text, const Situation& situation)
-{
-    const auto gaps = Match(text, "Error processing servant answer '*': *");
-    if (!gaps)
-        return std::nullopt;
-    constexpr std::size_t maxQuoteLength = 100; // the remedy behind it is to be seen
-    const std::string answer = qpr::ToUtf8(qpr::Printable(qpr::FromUtf8((*gaps)[0]), maxQuoteLength));
-    const std::string what = answer.empty() ? " gave no answer line" : " answered '" + answer + "'";
-    return DescribeServant(situation, Place::Here) + what
-        + "; its standard output has to begin with a line 'servant ID executing " + qpr::ToUtf8(situation.service)
-        + "' (" + (*gaps)[1] + ")";
-}
-
-std::optional<std::string> ExplainResolving(const std::string& text, const Situation& situation)
-{
-    const auto gaps = Match(text, "GetAddrInfo() failed in *, Winsock error number = *: *");
-    if (!gaps)
-        return std::nullopt;
-    const qxm::DistributorSettings& distributor = situation.configuration.distributor;
-    if ((*gaps)[1] == "10109")
-        return "the distributor's port '" + qpr::ToUtf8(distributor.clientPort)
-            + "' is not a port number (1 to 65535); see ClientPort in " + ConfigurationName(situation);
-    return "cannot find the distributor's computer '" + qpr::ToUtf8(distributor.host) + "': " + (*gaps)[2]
-        + " See Host in " + ConfigurationName(situation);
-}
-
-std::optional<std::string> ExplainConnecting(const std::string& text, const Situation& situation)
-{
-    const auto gaps = Match(text, "Error sending service request to distributor at *: *");
-    if (!gaps)
-        return std::nullopt;
-    const std::string address = (*gaps)[0] + ':' + qpr::ToUtf8(situation.configuration.distributor.clientPort);
-    const std::string& why = (*gaps)[1];
-    if (why.starts_with("WSAConnect() failed, Winsock error number = 10061"))
-        return "no distributor at " + address + "; start qx-distributor there, or name another in the element "
-            + "Distributor of " + ConfigurationName(situation);
-    if (const auto connecting = Match(why, "WSAConnect() failed*Winsock error number = *: *"))
-        return "cannot reach the distributor at " + address + ": " + (*connecting)[2];
-    if (const auto refused = Match(why, "Service request rejected by distributor (*)"))
-        return "the distributor at " + address + " refused the call: " + Explain((*refused)[0]).what();
-    if (why.starts_with("Unexpected role"))
-        return "what listens at " + address + " is not a distributor: " + why;
-    return "distributor at " + address + ": " + why;
-}
-
-std::optional<std::string> ExplainLogPort(const std::string& text, const Situation& situation)
-{
-    const auto gaps = Match(text, "Expected 'establish log connection to port <log port>' but got '*'");
-    if (!gaps)
-        return std::nullopt;
-    const std::string distributor = "the distributor at " + DistributorAddress(situation);
-    if ((*gaps)[0].empty())
-        return distributor + " ended the connection before the call had started";
-    return distributor + " could not start the call: " + Explain((*gaps)[0]).what();
-}
-
 /// Waits for the servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
 /// when it ended well or nobody knows.
 std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection, const Situation& situation)
@@ -186,20 +105,76 @@ bool IsOfLostConnection(const std::string& text)
     return text.starts_with("WSARecv() failed") || text.starts_with("WSASend() failed");
 }
 
-std::optional<std::string> ExplainLostConnection(const std::string& text, const Situation& situation)
+// One function for each kind of error: the text for people, from the library's own and what stands at the stars of its
+// pattern.
+
+std::string ExplainStart(const std::string&, const Gaps& gaps, const Situation& situation)
 {
-    const auto gaps = IsOfLostConnection(text) ? Match(text, "*Winsock error number = *: *") : std::nullopt;
-    if (!gaps)
-        return std::nullopt;
-    return "lost the connection to the distributor at " + DistributorAddress(situation) + ": " + (*gaps)[2];
+    return "cannot start servant '" + gaps[0] + "': " + gaps[3] + StartRemedy(gaps[0], gaps[2], situation);
 }
 
-std::optional<std::string> ExplainMissingValue(const std::string& text, const Situation& situation)
+std::string ExplainFile(const std::string&, const Gaps& gaps, const Situation&)
 {
-    const auto gaps = Match(text, "*Missing definition for helper variable '*'");
-    if (!gaps)
-        return std::nullopt;
-    const std::string& name = (*gaps)[1];
+    return "cannot read '" + gaps[0] + "': " + gaps[3];
+}
+
+std::string ExplainXml(const std::string&, const Gaps& gaps, const Situation&)
+{
+    return gaps[0] + gaps[2] + ", " + gaps[3];
+}
+
+std::string ExplainAnswer(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    constexpr std::size_t maxQuoteLength = 100; // leaves room for the remedy behind it
+    const std::string answer = qpr::ToUtf8(qpr::Printable(qpr::FromUtf8(gaps[0]), maxQuoteLength));
+    const std::string what = answer.empty() ? " gave no answer line" : " answered '" + answer + "'";
+    return DescribeServant(situation, Place::Here) + what
+        + "; its standard output has to begin with a line 'servant ID executing " + qpr::ToUtf8(situation.service)
+        + "' (" + gaps[1] + ")";
+}
+
+std::string ExplainResolving(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    const qxm::DistributorSettings& distributor = situation.configuration.distributor;
+    if (gaps[1] == "10109")
+        return "the distributor's port '" + qpr::ToUtf8(distributor.clientPort)
+            + "' is not a port number (1 to 65535); see ClientPort in " + ConfigurationName(situation);
+    return "cannot find the distributor's computer '" + qpr::ToUtf8(distributor.host) + "': " + gaps[2]
+        + " See Host in " + ConfigurationName(situation);
+}
+
+std::string ExplainConnecting(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    const std::string address = gaps[0] + ':' + qpr::ToUtf8(situation.configuration.distributor.clientPort);
+    const std::string& why = gaps[1];
+    if (why.starts_with("WSAConnect() failed, Winsock error number = 10061"))
+        return "no distributor at " + address + "; start qx-distributor there, or name another in the element "
+            + "Distributor of " + ConfigurationName(situation);
+    if (const auto connecting = Match(why, "WSAConnect() failed*Winsock error number = *: *"))
+        return "cannot reach the distributor at " + address + ": " + (*connecting)[2];
+    if (const auto refused = Match(why, "Service request rejected by distributor (*)"))
+        return "the distributor at " + address + " refused the call: " + Explain((*refused)[0]).what();
+    if (why.starts_with("Unexpected role"))
+        return "what listens at " + address + " is not a distributor: " + why;
+    return "distributor at " + address + ": " + why;
+}
+
+std::string ExplainLogPort(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    const std::string distributor = "the distributor at " + DistributorAddress(situation);
+    if (gaps[0].empty())
+        return distributor + " ended the connection before the call had started";
+    return distributor + " could not start the call: " + Explain(gaps[0]).what();
+}
+
+std::string ExplainLostConnection(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    return "lost the connection to the distributor at " + DistributorAddress(situation) + ": " + gaps[2];
+}
+
+std::string ExplainMissingValue(const std::string&, const Gaps& gaps, const Situation& situation)
+{
+    const std::string& name = gaps[1];
     if (situation.service.empty())
         return "the formula needs a value for '" + name + "'";
     std::string result = "service '" + qpr::ToUtf8(situation.service) + "' needs the attribute '" + name + "'";
@@ -211,53 +186,67 @@ std::optional<std::string> ExplainMissingValue(const std::string& text, const Si
     return result;
 }
 
-std::optional<std::string> SuggestService(const std::string& text, const Situation& situation)
+std::string SuggestService(const std::string& text, const Gaps&, const Situation& situation)
 {
-    if (!Match(text, "Service '*' not available on local computer"))
-        return std::nullopt;
     std::vector<std::wstring> known;
     for (const auto& [name, service] : situation.configuration.services)
         known.push_back(name);
     return text + NearestNameHint(situation.service, known);
 }
 
-std::optional<std::string> SuggestConnector(const std::string& text, const Situation&)
+std::string SuggestConnector(const std::string& text, const Gaps& gaps, const Situation&)
 {
-    const auto gaps = Match(text, "Invalid service connector name '*'");
-    if (!gaps)
-        return std::nullopt;
     using qxm::ConnectorKind;
     std::vector<std::wstring> known;
     for (const ConnectorKind kind : {ConnectorKind::Local, ConnectorKind::Network, ConnectorKind::Hybrid})
         known.emplace_back(qxm::ConnectorName(kind));
-    return text + NearestNameHint(qpr::FromUtf8((*gaps)[0]), known);
+    return text + NearestNameHint(qpr::FromUtf8(gaps[0]), known);
 }
 
-std::optional<std::string> SuggestAttribute(const std::string& text, const Situation&)
+std::string SuggestAttribute(const std::string& text, const Gaps& gaps, const Situation&)
 {
-    const auto gaps = Match(text, "Invalid attribute '*' in <*> element");
-    if (!gaps)
-        return std::nullopt;
     std::vector<std::wstring> known = {L"QxConfigurationPath", L"MaxRunningCalls", L"LogServiceExecutionInfo"};
-    if ((*gaps)[1] != qpr::ToUtf8(qxm::ConnectorName(qxm::ConnectorKind::Network)))
+    if (gaps[1] != qpr::ToUtf8(qxm::ConnectorName(qxm::ConnectorKind::Network)))
         known.insert(known.end(),
             {L"MaxLocalServants", L"ProcessorUtilizationLimit", L"PhysicalMemoryUtilizationLimit",
                 L"MaxRunningNoWaitCalls", L"NoWaitCallMemoryUsageLimitInMB"});
-    return text + NearestNameHint(qpr::FromUtf8((*gaps)[0]), known);
+    return text + NearestNameHint(qpr::FromUtf8(gaps[0]), known);
 }
 
-constexpr std::array explainers = {ExplainStart, ExplainFile, ExplainXml, ExplainAnswer, ExplainResolving,
-    ExplainConnecting, ExplainLogPort, ExplainLostConnection, ExplainMissingValue, SuggestService, SuggestConnector,
-    SuggestAttribute};
+/// A text of the library, with a star for each part that varies. The first row that matches counts.
+struct Explainer
+{
+    const char* pattern;
+    std::string (*explain)(const std::string& text, const Gaps& gaps, const Situation& situation);
+};
+
+constexpr Explainer explainers[] = {
+    {"CreateProcess('*') failed in *, error number = *: *", ExplainStart},
+    {"CreateFile('*') failed in *, error number = *: *", ExplainFile},
+    {"*XML_ParseBuffer() failed, Expat error code = * (*), *", ExplainXml},
+    {"Error processing servant answer '*': *", ExplainAnswer},
+    {"GetAddrInfo() failed in *, Winsock error number = *: *", ExplainResolving},
+    {"Error sending service request to distributor at *: *", ExplainConnecting},
+    {"Expected 'establish log connection to port <log port>' but got '*'", ExplainLogPort},
+    {"WSARecv() failed*Winsock error number = *: *", ExplainLostConnection},
+    {"WSASend() failed*Winsock error number = *: *", ExplainLostConnection},
+    {"*Missing definition for helper variable '*'", ExplainMissingValue},
+    {"Service '*' not available on local computer", SuggestService},
+    {"Invalid service connector name '*'", SuggestConnector},
+    {"Invalid attribute '*' in <*> element", SuggestAttribute},
+};
 
 } // namespace
 
 ExplainedError Explain(const std::string& libraryText, const Situation& situation)
 {
-    for (const auto& explainer : explainers)
+    for (const Explainer& explainer : explainers)
     {
-        if (const std::optional<std::string> text = explainer(libraryText, situation))
-            return ExplainedError(*text, text->starts_with(libraryText) ? std::string() : libraryText);
+        const std::optional<Gaps> gaps = Match(libraryText, explainer.pattern);
+        if (!gaps)
+            continue;
+        const std::string text = explainer.explain(libraryText, *gaps, situation);
+        return ExplainedError(text, text.starts_with(libraryText) ? std::string() : libraryText);
     }
     return ExplainedError(libraryText, {});
 }

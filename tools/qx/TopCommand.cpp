@@ -12,6 +12,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 namespace
 {
@@ -59,23 +60,9 @@ qx::HostCapacity ThisComputer()
 
 std::optional<qx::TopOrder> OrderOfKey(char key)
 {
-    switch (key)
-    {
-    case 't':
-        return qx::TopOrder::Row;
-    case 'i':
-        return qx::TopOrder::Process;
-    case 'r':
-        return qx::TopOrder::Running;
-    case 'w':
-        return qx::TopOrder::Pending;
-    case 'p':
-        return qx::TopOrder::Processors;
-    case 'm':
-        return qx::TopOrder::Memory;
-    default:
-        return std::nullopt;
-    }
+    constexpr std::string_view keys = "tirwpm"; // in the order of the enumerators
+    const std::size_t order = keys.find(key);
+    return order == std::string_view::npos ? std::nullopt : std::optional(static_cast<qx::TopOrder>(order));
 }
 
 int ShowOnce(bool json)

@@ -12,34 +12,20 @@ namespace
 
 using Rows = std::vector<qxm::WorkTableView::Row>;
 
-/// Largest first, but for the identities; equal ones stay in the table's order.
+/// Largest first, except for the identities. Equal rows stay in the table's order.
 Rows Sorted(Rows rows, TopOrder order)
 {
-    const auto descending = [&rows](auto value) {
-        std::stable_sort(
-            rows.begin(), rows.end(), [value](const auto& a, const auto& b) { return value(a) > value(b); });
+    using Row = qxm::WorkTableView::Row;
+    // In the order of the enumerators.
+    constexpr double (*keys[])(const Row&) = {
+        [](const Row& row) { return static_cast<double>(row.index); },
+        [](const Row& row) { return static_cast<double>(row.processId); },
+        [](const Row& row) { return -static_cast<double>(row.work.active.jobs); },
+        [](const Row& row) { return -static_cast<double>(row.work.pending.jobs); },
+        [](const Row& row) { return -static_cast<double>(row.work.active.processors); },
+        [](const Row& row) { return -static_cast<double>(row.work.active.memoryInMB); },
     };
-    switch (order)
-    {
-    case TopOrder::Row:
-        break;
-    case TopOrder::Process:
-        std::stable_sort(
-            rows.begin(), rows.end(), [](const auto& a, const auto& b) { return a.processId < b.processId; });
-        break;
-    case TopOrder::Running:
-        descending([](const auto& row) { return row.work.active.jobs; });
-        break;
-    case TopOrder::Pending:
-        descending([](const auto& row) { return row.work.pending.jobs; });
-        break;
-    case TopOrder::Processors:
-        descending([](const auto& row) { return row.work.active.processors; });
-        break;
-    case TopOrder::Memory:
-        descending([](const auto& row) { return row.work.active.memoryInMB; });
-        break;
-    }
+    std::ranges::stable_sort(rows, {}, keys[static_cast<std::size_t>(order)]);
     return rows;
 }
 
