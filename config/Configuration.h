@@ -35,10 +35,10 @@ struct ConfigurationFile
     /// Throws a ConfigurationError, and what opening the file throws. A template, if given, holds all that is allowed.
     static ConfigurationFile Read(const std::wstring& path, const XmlElement* templateRoot = nullptr);
 
-    /// The file's own, to which the paths in it are relative.
+    /// The directory that the file is in; paths in the file are relative to it.
     std::wstring Directory() const;
 
-    /// The result of the action, which reads something of the element: a RuntimeError of its own becomes a
+    /// Runs the action, which reads something of the element. A RuntimeError that it throws becomes a
     /// ConfigurationError with the same text, at the attribute of that name or else at the element.
     template <class Action>
     auto At(const XmlElement& element, std::wstring_view attributeName, Action action) const
@@ -87,7 +87,7 @@ Configuration ReadConfiguration(const std::wstring& path, const HostDescription&
 /// Reads the file for the distributor alone; servants and services are not looked at.
 DistributorSettings ReadDistributorSettings(const std::wstring& path);
 
-// The steps of these, for who has to look at each.
+// The single steps, for callers that look at each.
 
 /// The file, once its root element is known to be the right one.
 ConfigurationFile ReadConfigurationFile(const std::wstring& path);

@@ -18,7 +18,7 @@ float Limit(std::uint64_t whole, const qpr::Nullable<float>& fraction)
 }
 
 /// What a call of a service without formulas counts as: small enough that maxLocalServants of them fit side by side
-/// however their sums round, and not nothing.
+/// however their sums round, and more than nothing.
 float ShareOf(float limit, std::uint32_t maxLocalServants)
 {
     constexpr double roundingRoom = 1.0 - 1.0 / 65536.0;

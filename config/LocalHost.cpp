@@ -17,7 +17,7 @@ constexpr std::uint64_t laaAddressSpaceInMB = 4096;
 /// Nothing measures the processor: all computers count the same.
 constexpr float cpuScore = 1.0f;
 
-/// The name as a word that every distributor takes.
+/// The name as a word that every distributor accepts.
 std::wstring WordOf(std::wstring name)
 {
     constexpr std::size_t maxLength = 100; // leaves room for the process id in an identifier

@@ -23,7 +23,7 @@ void ReadServants(const ConfigurationFile& file, const CrashDumpSettings& crashD
 /// name may occur once.
 void ReadBaseServants(const ConfigurationFile& file, const CrashDumpSettings& crashDump, ServicesMap& services);
 
-// The parts of these, for who has to look at each.
+// The single steps, for callers that look at each.
 
 /// Whether the computer meets the HostRequirements of a servant or service element; one without them is met everywhere.
 /// Throws what is wrong with the formula.
@@ -32,7 +32,7 @@ bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& 
 /// The child elements of the container of that name; none without it.
 const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container);
 
-/// The servant of a configuration file, or what that of a service configuration file has of it.
+/// A servant of a configuration file, and one of a service configuration file, which says less.
 qpr::CountedPtr<const ServantInfo> ReadServant(
     const ConfigurationFile& file, const XmlElement& element, const CrashDumpSettings& crashDump);
 qpr::CountedPtr<ServantInfo> ReadBaseServant(

@@ -20,8 +20,8 @@ public:
     /// Null for a service that lacks the processor or the memory formula. Throws the formulas' errors.
     static std::unique_ptr<const UsageModel> Build(const ServiceInfo& service);
 
-    /// The attributes that the formulas need, with their types: a request without one of them fails, unless it gives
-    /// the value of a helper that is all that needs it.
+    /// The attributes that the formulas need, with their types. A request that lacks one fails, unless it gives a value
+    /// for the only helper that needs it.
     qexpr::ValueTypeMap NeededAttributes() const;
 
     /// The attributes that the formulas refer to, converted to the types they have there; others are left out. Throws

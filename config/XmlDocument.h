@@ -18,7 +18,7 @@ struct XmlPosition
     std::size_t line = 0;
     std::size_t column = 0;
 
-    /// Of what stands behind the text.
+    /// The position just behind the text.
     XmlPosition Behind(std::wstring_view text) const noexcept;
 
     friend bool operator==(const XmlPosition&, const XmlPosition&) = default;
@@ -58,7 +58,7 @@ struct XmlElement
     /// The text of the first child of that name; empty when there is none.
     std::wstring ChildText(std::wstring_view childName) const;
 
-    /// For readers: adds what stands at the position.
+    /// For readers: appends text that stands at the position.
     void AppendText(std::wstring_view more, XmlPosition at);
     void ClearText() noexcept;
 
@@ -66,8 +66,8 @@ struct XmlElement
     XmlElement& AddChild(std::wstring childName);
 
 private:
-    /// A part of the text that stands in the document as it is, from the index to the next run. Entities, comments and
-    /// markup are where one ends.
+    /// A part of the text that stands in the document unchanged, from the index to the next run. It ends at entities,
+    /// comments and markup.
     struct TextRun
     {
         std::size_t index;
@@ -75,7 +75,7 @@ private:
     };
 
     std::vector<TextRun> m_textRuns;
-    XmlPosition m_textEnd; // of what would follow in the last run
+    XmlPosition m_textEnd; // where the last run would go on
 };
 
 /// What is wrong with a document, and where. The text names the document, the reason does not.

@@ -48,7 +48,7 @@ public:
     /// Adds every variable that a formula or definition so far refers to and no definition gives a value.
     void GetInputVariableTypes(ValueTypeMap& types) const;
 
-    /// Of an input or a helper; undefined when nothing refers to the name.
+    /// The type of an input or helper; undefined when nothing refers to the name.
     Value::Type GetVariableType(std::wstring_view name) const;
 
     /// Whether the expression refers to the name, itself or through helpers.

@@ -11,8 +11,8 @@ namespace qexpr
 class FormulaVariables
 {
 public:
-    /// All outlive this. The known types are shared by all formulas of an evaluator. The formula of a helper cannot use
-    /// the helper's own name; that of no helper defines an empty one.
+    /// All outlive this. The known types are shared by all formulas of an evaluator. The defined name is the helper's
+    /// whose formula this is, which the formula must not use; empty when it is no helper's.
     FormulaVariables(const Lexer& lexer, ValueTypeMap& knownTypes, std::wstring_view definedName)
         : m_lexer(lexer)
         , m_knownTypes(knownTypes)

@@ -26,8 +26,8 @@ public:
     /// The 1-based index of the offending character, or AtEnd.
     int GetPosition() const noexcept { return m_position; }
 
-    /// Where a mark for it goes in the text: the offending character's index, or that behind the last character that is
-    /// no white space.
+    /// Where a mark for it goes in the text: at the offending character, or behind the last character that is not white
+    /// space.
     std::size_t GetIndex() const noexcept;
 
     /// The whole text that was parsed.

@@ -14,8 +14,8 @@ namespace qxm
 namespace
 {
 
-/// The first error of a stream that failed, for what the standard library throws when such a stream is used while that
-/// error is still being handled.
+/// Throws the first error of a stream that failed. The standard library throws another one when such a stream is used
+/// again.
 void ThrowFirstError(const std::ios& stream)
 {
     if (const auto* failure = dynamic_cast<const qpr::StreamFailure*>(stream.rdbuf()))

@@ -11,9 +11,13 @@
 #include "runtime/text/Errors.h"
 #include "runtime/text/TextValues.h"
 #include "runtime/text/Utf8.h"
-#include "servant/ClientWatch.h"
+#include "runtime/threads/IRunnable.h"
+#include "runtime/threads/Thread.h"
+#include "runtime/threads/WaitObject.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -26,6 +30,7 @@ namespace
 
 constexpr int exitCodeFailed = 1;
 constexpr int exitCodeWrongCommand = 2;
+constexpr int exitCodeClientGone = 3;
 
 /// The command line that a servant is started with: "execute", the service's name, named arguments.
 class ServantCommand
@@ -63,6 +68,35 @@ public:
 
 private:
     qxm::Arguments m_arguments;
+};
+
+/// Ends the process when nobody is left to work for, even while it only computes: at once when the log channel has no
+/// reader any more (the client has died), and a moment after the data channel has none (the client waits for the end).
+class ClientWatch final : private qpr::IRunnable
+{
+public:
+    ClientWatch()
+        : m_thread(*this, "qx client watch")
+    {
+    }
+
+private:
+    void Run() override
+    {
+        constexpr std::uint32_t timeToEndMs = 20; // for a service that ends by itself
+        const auto readerGone = [](qpr::StandardStream stream)
+        { return qpr::WaitObject(qpr::HandleOf(stream), qpr::WaitObject::Kind_PeerGone); };
+        const std::array<qpr::WaitObject, 2> channels{
+            readerGone(qpr::StandardStream::Error), readerGone(qpr::StandardStream::Output)};
+
+        constexpr int data = 1;
+        if (qpr::Thread::WaitForAnyObject(channels, L"qxservant::ClientWatch::Run") == data)
+            qpr::Thread::TryWaitForObject(channels[0], L"qxservant::ClientWatch::Run", timeToEndMs);
+        std::_Exit(exitCodeClientGone);
+    }
+    void HandleError(const std::exception&) override { }
+
+    qpr::Thread m_thread;
 };
 
 using PlainConnection = qxm::GenericServiceConnection<qpr::StandardInput, qpr::StandardOutput>;

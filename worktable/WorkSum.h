@@ -28,8 +28,8 @@ struct WorkRecord
     friend bool operator==(const WorkRecord&, const WorkRecord&) = default;
 };
 
-/// An amount as it counts: what nobody can need (negative, not a number) is nothing, and infinity is more than any
-/// limit but still a number, so that sums of it can be compared and subtracted from.
+/// An amount as it is counted. Negative values and NaN count as nothing. Infinity counts as more than any limit but is
+/// still a number, so that sums of it can be compared and subtracted from.
 inline float SaneAmount(double value) noexcept
 {
     return value > 0 ? static_cast<float>(std::min<double>(value, std::numeric_limits<float>::max())) : 0;

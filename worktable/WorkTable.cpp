@@ -69,7 +69,7 @@ std::shared_ptr<WorkTable::Objects> WorkTable::Open(ScopeMode mode) const
 
 std::shared_ptr<WorkTable::Objects> WorkTable::MakeGlobal() const
 {
-    auto objects = std::make_shared<Objects>(WorkTableNames(true, m_options.baseName));
+    auto objects = std::make_shared<Objects>(WorkTableNames(TableScope::Global, m_options.baseName));
     // Others who find the mutex rely on the rest, which they may not create: it is there first, should this process be
     // killed in between.
     objects->segment =
@@ -82,7 +82,7 @@ std::shared_ptr<WorkTable::Objects> WorkTable::MakeGlobal() const
 
 std::shared_ptr<WorkTable::Objects> WorkTable::OpenGlobal() const
 {
-    auto objects = std::make_shared<Objects>(WorkTableNames(true, m_options.baseName));
+    auto objects = std::make_shared<Objects>(WorkTableNames(TableScope::Global, m_options.baseName));
     try
     {
         if (!objects->mutex.TryOpen(objects->names.Mutex()))
@@ -99,7 +99,7 @@ std::shared_ptr<WorkTable::Objects> WorkTable::OpenGlobal() const
 
 std::shared_ptr<WorkTable::Objects> WorkTable::OpenLocal() const
 {
-    auto objects = std::make_shared<Objects>(WorkTableNames(false, m_options.baseName));
+    auto objects = std::make_shared<Objects>(WorkTableNames(TableScope::Local, m_options.baseName));
     objects->mutex.OpenOrCreate(objects->names.Mutex(), m_security);
     objects->segment =
         std::make_unique<qpr::SharedMemorySegment>(objects->names.Segment(), sizeof(layout::Table), m_security);

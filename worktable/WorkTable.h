@@ -40,7 +40,7 @@ class WorkTable
 public:
     enum ScopeMode
     {
-        ScopeMode_PreferExistingGlobal, ///< the computer's table if there is one to be had, else this user's own
+        ScopeMode_PreferExistingGlobal, ///< the computer's table if it can be had, else this user's own
         ScopeMode_CreateGlobal, ///< makes the computer's table; for a privileged process
     };
 
@@ -78,7 +78,7 @@ private:
 
     std::shared_ptr<Objects> Open(ScopeMode mode) const;
     std::shared_ptr<Objects> MakeGlobal() const;
-    std::shared_ptr<Objects> OpenGlobal() const; ///< null when it is not to be had
+    std::shared_ptr<Objects> OpenGlobal() const; ///< null when it cannot be had
     std::shared_ptr<Objects> OpenLocal() const;
 
     std::shared_ptr<Objects> Current() const;
@@ -139,7 +139,7 @@ public:
     /// Null when somebody keeps the row's trigger.
     std::unique_ptr<qpr::ProcessEvent> TryCreateTrigger(std::size_t index) const;
 
-    /// For the message of one who finds no row: what strangers have put where triggers should be; mostly empty.
+    /// For the error of a caller that finds no row: what others have put in the place of triggers; usually empty.
     std::wstring TriggerObstacle() const;
 
 private:

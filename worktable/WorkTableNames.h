@@ -11,13 +11,20 @@ inline constexpr wchar_t DefaultWorkTableName[] = L"QxWorkTable";
 /// Names the file that every use of the table is traced to.
 inline constexpr wchar_t WorkTableTraceVariable[] = L"QXWORKTABLE_TRACELOG";
 
+/// Whose table it is.
+enum class TableScope
+{
+    Local, ///< this user's own
+    Global, ///< the computer's
+};
+
 /// The names of a table's objects, which all processes that share it agree on.
 class WorkTableNames
 {
 public:
-    WorkTableNames(bool isGlobal, const std::wstring& baseName)
-        : m_isGlobal(isGlobal)
-        , m_prefixed((isGlobal ? L"Global\\" : L"Local\\") + baseName)
+    WorkTableNames(TableScope scope, const std::wstring& baseName)
+        : m_isGlobal(scope == TableScope::Global)
+        , m_prefixed((m_isGlobal ? L"Global\\" : L"Local\\") + baseName)
     {
     }
 

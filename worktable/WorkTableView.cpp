@@ -48,7 +48,7 @@ bool IsGlobalThere(const WorkTableOptions& options)
 {
     try
     {
-        return OpenedTable(WorkTableNames(true, options.baseName)).IsThere();
+        return OpenedTable(WorkTableNames(TableScope::Global, options.baseName)).IsThere();
     }
     catch (const qpr::RuntimeError&)
     {
@@ -67,7 +67,7 @@ WorkTableView LookAtWorkTable(const WorkTableOptions& options)
 {
     WorkTableView view;
     view.isGlobal = IsGlobalThere(options);
-    const WorkTableNames names(view.isGlobal, options.baseName);
+    const WorkTableNames names(view.isGlobal ? TableScope::Global : TableScope::Local, options.baseName);
     OpenedTable opened(names);
     if (!opened.IsThere())
         return view;
@@ -93,7 +93,7 @@ WorkTablePlace LocateWorkTable(const WorkTableOptions& options)
     using qpr::NamedObjectKind;
     WorkTablePlace place;
     place.isGlobal = IsGlobalThere(options);
-    const WorkTableNames names(place.isGlobal, options.baseName);
+    const WorkTableNames names(place.isGlobal ? TableScope::Global : TableScope::Local, options.baseName);
     const auto look = [&place](const std::wstring& name, NamedObjectKind kind)
     {
         auto status = qpr::DescribeNamedObject(name, kind);

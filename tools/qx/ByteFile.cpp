@@ -20,7 +20,7 @@ namespace
 
 const char partSuffix[] = ".part";
 
-/// What begins the hidden names of this computer's processes. The directory may be shared with other computers.
+/// The prefix of the hidden names of this computer's processes: the directory may be shared with other computers.
 std::string PartPrefix()
 {
     return ".qx-" + qpr::ToUtf8(qpr::ComputerFacts::GetHostName()) + '-';
@@ -35,7 +35,7 @@ std::filesystem::path PartPath(const std::filesystem::path& path)
     return path.parent_path() / qpr::PathOfArgument(name);
 }
 
-/// The process that a hidden name is of; 0 for another name.
+/// The id of the process that a hidden name belongs to; 0 for any other name.
 std::uint32_t ProcessOfPart(const std::string& name, const std::string& prefix)
 {
     std::uint32_t id = 0;
