@@ -29,7 +29,7 @@ std::wstring TimeSince(Clock::time_point start)
     return text.str();
 }
 
-std::wstring Describe(const JoinedCall& call, const ServantEnd& end)
+std::wstring Describe(const JoinedCall& call, const ServantOutcome& end)
 {
     if (!call.Failure().empty())
         return call.Failure();
@@ -154,7 +154,7 @@ std::unique_ptr<JoinedCall> ClientSession::StartServant(
 
 std::wstring ClientSession::SeeThrough(JoinedCall& call, const CallOrder& order, SlotQueue::Place& place)
 {
-    const ServantEnd end = call.WaitForEnd();
+    const ServantOutcome end = call.WaitForEnd();
     place.Release();
     if (call.ClientIsGone())
         return L"client gone";

@@ -16,7 +16,7 @@ namespace qxd
 {
 
 /// How a servant has ended.
-struct ServantEnd
+struct ServantOutcome
 {
     bool isExitCodeKnown = false;
     std::uint32_t exitCode = 0; ///< signal n counts as 128 + n
@@ -54,7 +54,7 @@ public:
 
     /// Closes its channels and returns when the servant has ended and all of its log is written, by itself or, after a
     /// grace time, by force. Requires: nobody uses its input and output any more.
-    virtual ServantEnd End() = 0;
+    virtual ServantOutcome End() = 0;
 };
 
 /// How servants come to be: as processes of this computer today; a batch system would be another way.

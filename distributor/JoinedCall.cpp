@@ -47,7 +47,7 @@ void JoinedCall::Join(qpr::Socket logSocket)
     m_inputCopier.emplace(m_mainSocket, *m_servant, m_clientGone);
 }
 
-ServantEnd JoinedCall::WaitForEnd()
+ServantOutcome JoinedCall::WaitForEnd()
 {
     CopyOutput();
     m_servant->CloseOutput();
@@ -105,7 +105,7 @@ void JoinedCall::NoteSignal()
         + (description.empty() ? L"" : L" (" + description + L")");
 }
 
-void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end)
+void JoinedCall::WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantOutcome& end)
 {
     qxm::WriteExecutionInfoRecord(m_log,
         {order.service, order.request.attributes, host, order.clientIdentifier, m_commandLine, order.expectedUsage,
@@ -119,7 +119,7 @@ void JoinedCall::WriteFailure()
         m_log << (m_logChannel.IsInLine() ? L"\n" : L"") << m_failure << std::endl;
 }
 
-void JoinedCall::WriteServantEnd(const ServantEnd& end)
+void JoinedCall::WriteServantEnd(const ServantOutcome& end)
 {
     if (!end.isExitCodeKnown)
         return;

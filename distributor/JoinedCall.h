@@ -68,17 +68,17 @@ public:
 
     /// Requires: joined. Copies the servant's output until it ends, goes on passing on the input, and returns when the
     /// servant has ended, by itself or because the client is gone.
-    ServantEnd WaitForEnd();
+    ServantOutcome WaitForEnd();
 
     /// Requires: the servant has ended. Writes the record that the client has asked for to the log.
-    void WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantEnd& end);
+    void WriteExecutionInfo(const CallOrder& order, const qxm::HostDescription& host, const ServantOutcome& end);
 
     /// Why what the client has got is not the whole answer; empty when it is. To be written as the log's last line.
     const std::wstring& Failure() const noexcept { return m_failure; }
     void WriteFailure();
 
     /// For a client that has asked for it: how the servant ended, after its log.
-    void WriteServantEnd(const ServantEnd& end);
+    void WriteServantEnd(const ServantOutcome& end);
 
     /// Requires: the servant has ended. Ends the connections such that the client gets all that was sent to it; after a
     /// failure the main one is reset.

@@ -34,7 +34,7 @@ public:
 
     std::uint32_t EndSignal() const override { return m_process.AwaitEnd(*m_cancellation).signal; }
 
-    ServantEnd End() override
+    ServantOutcome End() override
     {
         m_process.Hurry();
         const qpr::ChildProcess::ExitStatus status = m_process.WaitForEnd(*m_cancellation);

@@ -20,7 +20,7 @@ namespace
 {
 
 /// Where a servant runs.
-enum class Place
+enum class ServantPlace
 {
     Here,
     Distributor,
@@ -76,13 +76,13 @@ std::string StartRemedy(const std::string& path, const std::string& error, const
 }
 
 /// "servant '<path>'" of one that this computer offers; else the servant by its service and distributor.
-std::string DescribeServant(const Situation& situation, Place place)
+std::string DescribeServant(const Situation& situation, ServantPlace place)
 {
     const auto service = situation.configuration.services.find(situation.service);
-    if (place == Place::Here && service != situation.configuration.services.end())
+    if (place == ServantPlace::Here && service != situation.configuration.services.end())
         return "servant '" + qpr::ToUtf8(service->second->servant->executablePath) + "'";
     return "the servant of service '" + qpr::ToUtf8(situation.service) + "'"
-        + (place == Place::Here ? "" : " at distributor " + DistributorAddress(situation));
+        + (place == ServantPlace::Here ? "" : " at distributor " + DistributorAddress(situation));
 }
 
 /// Waits for the servant's end. Says how it ended when that was by a signal or with another exit code than 0; nothing
@@ -92,7 +92,8 @@ std::optional<std::string> ServantFailure(qxmi::IServiceConnectionW& connection,
     qxmi::ServantEnd end;
     if (!connection.WaitForServantEnd(end) || (end.exitCode == 0 && end.signal == 0))
         return std::nullopt;
-    std::string text = DescribeServant(situation, connection.IsLocal() ? Place::Here : Place::Distributor);
+    std::string text =
+        DescribeServant(situation, connection.IsLocal() ? ServantPlace::Here : ServantPlace::Distributor);
     if (end.signal == 0)
         return text + " ended with exit code " + std::to_string(end.exitCode);
     text += " was ended by signal " + std::to_string(end.signal);
@@ -128,7 +129,7 @@ std::string ExplainAnswer(const std::string&, const Gaps& gaps, const Situation&
     constexpr std::size_t maxQuoteLength = 100; // leaves room for the remedy behind it
     const std::string answer = qpr::ToUtf8(qpr::Printable(qpr::FromUtf8(gaps[0]), maxQuoteLength));
     const std::string what = answer.empty() ? " gave no answer line" : " answered '" + answer + "'";
-    return DescribeServant(situation, Place::Here) + what
+    return DescribeServant(situation, ServantPlace::Here) + what
         + "; its standard output has to begin with a line 'servant ID executing " + qpr::ToUtf8(situation.service)
         + "' (" + gaps[1] + ")";
 }
