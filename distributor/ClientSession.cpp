@@ -38,22 +38,6 @@ std::wstring Describe(const JoinedCall& call, const ServantOutcome& end)
     return L"servant ended with exit code " + std::to_wstring(end.exitCode);
 }
 
-/// Calls a function however the scope is left, an interrupt included.
-class AtEnd
-{
-public:
-    explicit AtEnd(std::function<void()> function)
-        : m_function(std::move(function))
-    {
-    }
-    ~AtEnd() { m_function(); }
-    AtEnd(const AtEnd&) = delete;
-    AtEnd& operator=(const AtEnd&) = delete;
-
-private:
-    const std::function<void()> m_function;
-};
-
 } // namespace
 
 ClientSession::ClientSession(qpr::Socket socket, const qpr::SocketAddress& address,
@@ -78,15 +62,9 @@ bool ClientSession::GiveUpReception()
 
 void ClientSession::Run()
 {
-    const AtEnd notice([this] { m_onEnd(*this); });
-    Serve();
-}
-
-void ClientSession::Serve()
-{
     try
     {
-        ServeOne();
+        Execute(ReceiveCall(m_socket, m_surroundings));
     }
     catch (const qpr::InterruptException&)
     {
@@ -98,17 +76,12 @@ void ClientSession::Serve()
         m_surroundings.journal.WriteLine(m_subject + L": " + qpr::ErrorText(error));
     }
     m_socket.Close();
-}
-
-void ClientSession::ServeOne()
-{
-    const CallOrder order = ReceiveCall(m_socket, m_surroundings);
-    m_subject = L"call " + order.service.name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
-    Execute(order);
+    m_onEnd(*this);
 }
 
 void ClientSession::Execute(const CallOrder& order)
 {
+    m_subject = L"call " + order.service.name + L" of " + order.clientIdentifier + L" at " + m_address.ToText();
     // In the queue before the client knows: who is accepted first is served first.
     SlotQueue::Place place(m_surroundings.slots);
     State receiving = State::Receiving;

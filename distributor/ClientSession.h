@@ -37,10 +37,8 @@ private:
     };
 
     void Run() override;
-    void HandleError(const std::exception&) override { }
+    void HandleError(const std::exception&) override { m_onEnd(*this); }
 
-    void Serve();
-    void ServeOne();
     void Execute(const CallOrder& order);
     std::unique_ptr<JoinedCall> StartServant(
         const CallOrder& order, SlotQueue::Place& place, ClientConversation& conversation);
