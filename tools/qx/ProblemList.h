@@ -1,8 +1,9 @@
 #pragma once
 
 #include "config/ExpectedUsage.h"
-#include "runtime/text/NearestName.h"
+#include "runtime/text/Utf8.h"
 #include "tools/qx/ConfigurationCheck.h"
+#include "tools/qx/Explanation.h"
 
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 namespace qx
 {
 
+/// What has been found so far.
 class ProblemList
 {
 public:
@@ -45,8 +47,7 @@ public:
 /// "; did you mean 'X'?" with the nearest of these names; empty when none is near.
 inline std::wstring Suggestion(const std::wstring& given, const std::vector<std::wstring>& known)
 {
-    const auto nearest = qpr::NearestName(given, known);
-    return nearest ? L"; did you mean '" + *nearest + L"'?" : std::wstring();
+    return qpr::FromUtf8(NearestNameHint(given, known));
 }
 
 /// Names that the file does not know, elements that may occur only once, and text where none is read.

@@ -27,6 +27,40 @@ std::string WithoutMark(const std::string& argument)
     return argument.starts_with(literalMark) ? argument.substr(1) : argument;
 }
 
+/// Removes "--" and marks what is behind it.
+void MarkLiterals(std::vector<std::string>& arguments)
+{
+    const auto optionsEnd = std::find(arguments.begin() + 2, arguments.end(), "--");
+    if (optionsEnd == arguments.end())
+        return;
+    for (auto literal = arguments.erase(optionsEnd); literal != arguments.end(); ++literal)
+        literal->insert(0, 1, literalMark);
+}
+
+/// "qx help COMMAND" is "qx COMMAND --help".
+void RewriteHelp(std::vector<std::string>& arguments)
+{
+    if (arguments.size() < 2 || arguments[1] != "help")
+        return;
+    arguments.erase(arguments.begin() + 1);
+    arguments.resize(std::min<std::size_t>(arguments.size(), 2));
+    arguments.push_back("--help");
+}
+
+/// "--option=" gives an empty value, which CLI11 would look for in the next argument.
+std::vector<std::string> SeparateEmptyValues(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> words;
+    for (const std::string& argument : arguments)
+    {
+        const bool isEmptyValue = argument.starts_with("--") && argument.ends_with('=');
+        words.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
+        if (isEmptyValue)
+            words.emplace_back();
+    }
+    return words;
+}
+
 std::vector<std::wstring> CommandNames(const CLI::App& commandLine)
 {
     std::vector<std::wstring> names;
@@ -76,12 +110,7 @@ CLI::App& Program::AddCommand(
 
 void Program::Understand(std::vector<std::string> arguments)
 {
-    if (arguments.size() > 1 && arguments[1] == "help")
-    {
-        arguments.erase(arguments.begin() + 1);
-        arguments.resize(std::min<std::size_t>(arguments.size(), 2));
-        arguments.push_back("--help");
-    }
+    RewriteHelp(arguments);
     if (arguments.size() > 1 && arguments[1] == "--")
         arguments.erase(arguments.begin() + 1);
     if (arguments.size() < 2)
@@ -91,26 +120,13 @@ void Program::Understand(std::vector<std::string> arguments)
     if (!arguments[1].starts_with('-') && std::ranges::find(commands, given) == commands.end())
         throw WrongCommandLine("there is no command '" + arguments[1] + "'" + NearestNameHint(given, commands));
 
-    const auto optionsEnd = std::find(arguments.begin() + 2, arguments.end(), "--");
-    if (optionsEnd != arguments.end())
-    {
-        for (auto literal = arguments.erase(optionsEnd); literal != arguments.end(); ++literal)
-            literal->insert(0, 1, literalMark);
-    }
+    MarkLiterals(arguments);
     for (CLI::App* command : m_commandLine.get_subcommands([](CLI::App*) { return true; }))
     {
         for (CLI::Option* option : command->get_options([](const CLI::Option* o) { return o->get_positional(); }))
             option->transform(WithoutMark);
     }
-    // "--option=" gives an empty value, which CLI11 would look for in the next argument.
-    std::vector<std::string> words;
-    for (const std::string& argument : arguments)
-    {
-        const bool isEmptyValue = argument.starts_with("--") && argument.ends_with('=');
-        words.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
-        if (isEmptyValue)
-            words.emplace_back();
-    }
+    const std::vector<std::string> words = SeparateEmptyValues(arguments);
     std::vector<const char*> pointers;
     for (const std::string& word : words)
         pointers.push_back(word.c_str());
