@@ -4,8 +4,7 @@
 #include "bench/CompressionData.h"
 #include "bench/Report.h"
 #include "bench/Timing.h"
-#include "streams/compression/QuickLzCompressor.h"
-#include "streams/compression/QuickLzDecompressor.h"
+#include "streams/compression/QuickLz.h"
 
 #include <functional>
 #include <lz4.h>

@@ -14,7 +14,7 @@ namespace qpr
 using SocketInputStream = GenericInputStream<SocketReader>;
 using SocketOutputStream = GenericOutputStream<SocketWriter>;
 
-/// Looks at what has come over a connection in large pieces, but takes from the socket no more than what has been read.
+/// Peeks at a connection's data in large pieces, but takes no more from the socket than has been read.
 class PeekingInputStreamBuffer final : public std::streambuf
 {
 public:
@@ -37,7 +37,7 @@ private:
     std::array<char, 512> m_bytes; ///< a copy of the socket's first bytes
 };
 
-/// Reads a connection that is to be handed on in the middle of its data, which begins after Settle.
+/// Reads the first part of a connection's data; after Settle another reader continues with the rest.
 class PeekingInputStream final : public std::istream
 {
 public:

@@ -12,7 +12,7 @@ namespace qpr
 namespace
 {
 
-/// An error with the guard that makes its stream good again when the last copy goes.
+/// An error that carries a guard, which makes the stream good again when the error's last copy is destroyed.
 template <class Error>
 class StreamError final : public Error
 {
@@ -75,7 +75,7 @@ void StreamFailure::KeepAndThrow()
     {
         m_text = ErrorText(error);
     }
-    catch (...) // the caller's own way out of a wait: it has to arrive as it is
+    catch (...) // the caller's own exception out of a wait: it must arrive unchanged
     {
         m_text = L"Unknown exception";
         m_hasFailed = true;
@@ -98,7 +98,7 @@ std::shared_ptr<void> StreamFailure::MakeGuard() const
 {
     const auto reviveIfThere = [link = m_link, thrower = std::this_thread::get_id()](void*)
     {
-        // Elsewhere the stream's own thread may be using it.
+        // On another thread this would interfere with the stream's own.
         if (!link || thrower != std::this_thread::get_id())
             return;
         const std::lock_guard lock(link->mutex);

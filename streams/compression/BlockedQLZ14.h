@@ -1,8 +1,7 @@
 #pragma once
 
 #include "streams/compression/CompressedBlocks.h"
-#include "streams/compression/QuickLzCompressor.h"
-#include "streams/compression/QuickLzDecompressor.h"
+#include "streams/compression/QuickLz.h"
 
 namespace qpr
 {

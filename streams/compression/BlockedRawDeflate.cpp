@@ -39,7 +39,7 @@ bool BlockedRawDeflateReader::InputPending()
     return m_hasByteAhead || m_endSeen;
 }
 
-/// Returns the number of bytes produced; having some, it waits only for a frame that is arriving.
+/// Returns the number of bytes produced. Once there are some, it waits only for a frame that is already arriving.
 std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t size, Wait wait)
 {
     const std::size_t room = std::min<std::size_t>(size, std::numeric_limits<uInt>::max());
@@ -69,8 +69,8 @@ bool BlockedRawDeflateReader::BringInput(Wait wait)
     return true;
 }
 
-/// Room filled to its end may leave output behind that needs no further input; asking for it in vain is no error. After
-/// a failure it is asked again, and fails again, before more input is taken.
+/// When the room was filled to its end, inflate may have more output without further input; asking for it in vain is no
+/// error. After a failure inflate is called again, and fails again, before more input is taken.
 void BlockedRawDeflateReader::Inflate()
 {
     const bool mayBeInVain = m_outputHeldBack && m_stream.avail_in == 0;
@@ -86,7 +86,7 @@ namespace
 
 constexpr int MemoryLevel = 8;
 
-/// The caller's memory is deflate's only while it lives.
+/// Lends the caller's memory to deflate while it lives.
 class InputLoan
 {
 public:

@@ -54,7 +54,7 @@ public:
     static constexpr std::size_t DefaultBufferSize = 32768;
     static constexpr int DefaultLevel = 1;
 
-    /// What a sync flush adds has to fit, or a flush would not end.
+    /// What a sync flush adds must fit, or a flush would never end.
     static constexpr std::size_t MinBufferSize = 7;
 
     /// Throws "deflateInit2() failed". Requires: MinBufferSize to MaxCompressedBlockSize; throws std::logic_error

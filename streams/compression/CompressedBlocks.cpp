@@ -4,10 +4,28 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 
 namespace qpr
 {
+
+MemoryBuffer::~MemoryBuffer()
+{
+    std::free(m_start);
+}
+
+void MemoryBuffer::GrowTo(std::size_t size)
+{
+    if (size <= m_size)
+        return;
+    const std::size_t newSize = std::max(size, m_size + m_size / 2);
+    void* const start = std::realloc(m_start, newSize);
+    if (!start)
+        throw RuntimeError(L"realloc(" + std::to_wstring(newSize) + L") failed reallocating qpr::MemoryBuffer");
+    m_start = static_cast<char*>(start);
+    m_size = newSize;
+}
 
 namespace
 {
@@ -150,7 +168,7 @@ namespace
 /// Room before the payload for "[10485760|"; the payload starts aligned.
 constexpr std::size_t HeadRoom = 16;
 
-/// Ours throw by themselves, with a better reason.
+/// For byte streams other than ours, which throw by themselves and with a better text.
 void Require(bool isWritten)
 {
     if (!isWritten)

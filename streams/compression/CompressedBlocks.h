@@ -2,7 +2,6 @@
 
 #include "runtime/channels/IReader.h"
 #include "runtime/channels/IWriter.h"
-#include "streams/MemoryBuffer.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +14,28 @@
 namespace qpr
 {
 
+/// An owned block of bytes that keeps its contents when it grows; new bytes are not initialised.
+class MemoryBuffer
+{
+public:
+    MemoryBuffer() noexcept = default;
+    ~MemoryBuffer();
+    MemoryBuffer(const MemoryBuffer&) = delete;
+    MemoryBuffer& operator=(const MemoryBuffer&) = delete;
+
+    char* Start() noexcept { return m_start; }
+    const char* Start() const noexcept { return m_start; }
+    std::size_t Size() const noexcept { return m_size; }
+
+    /// Makes the block at least that large. It grows by half its size or more, so that growing in small steps is cheap.
+    /// Throws "realloc(<size>) failed reallocating qpr::MemoryBuffer" and is then unchanged.
+    void GrowTo(std::size_t size);
+
+private:
+    char* m_start = nullptr;
+    std::size_t m_size = 0;
+};
+
 /// Takes frames, "[<length>|<payload>]", off a byte stream; a derived class unpacks their payloads. What arrives is
 /// hostile: every malformed frame is a RuntimeError, and reading on after one fails again.
 ///
@@ -25,7 +46,7 @@ protected:
     enum class Wait
     {
         Yes,
-        OnceArriving, ///< only when something of it is there
+        OnceArriving, ///< only if a part of it is there
         No, ///< take only what is there
     };
 
@@ -82,8 +103,8 @@ inline constexpr std::size_t MaxCompressedBlockSize = 0xA00000;
 class CompressedBlockWriter : public IWriter
 {
 protected:
-    /// The byte stream is not owned and outlives the writer. Its buffer is used without it: a write that throws leaves
-    /// the stream as it was.
+    /// The byte stream is not owned and outlives the writer. Only its buffer is used, so that a write that throws
+    /// leaves the stream itself as it was.
     explicit CompressedBlockWriter(std::ostream& output)
         : m_output(*output.rdbuf())
     {

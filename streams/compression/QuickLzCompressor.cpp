@@ -1,6 +1,4 @@
-#include "streams/compression/QuickLzCompressor.h"
-
-#include "streams/compression/UnalignedAccess.h"
+#include "streams/compression/QuickLz.h"
 
 #include <algorithm>
 #include <bit>
@@ -25,7 +23,7 @@ constexpr std::uint32_t LowThreeBytes = 0xFFFFFF;
 
 constexpr std::size_t Word = sizeof(std::uint64_t);
 
-/// How many of the first bytes of two words are the same, given in what bits the words differ; they do.
+/// How many of the first bytes of two words are equal. Requires: the given bits, in which the words differ, are not 0.
 inline std::size_t EqualBytes(std::uint64_t difference)
 {
     return static_cast<std::size_t>(std::countr_zero(difference)) / 8;
@@ -47,7 +45,7 @@ inline std::size_t CountEqual(const std::uint8_t* a, const std::uint8_t* b, std:
 }
 
 /// The tokens of one packet being made. The table holds every token start so far, which the reader enters up to three
-/// positions later; entries that were never made are 0, the first position, whose bytes then tell them apart.
+/// positions later; entries that were never made are 0, the first position, and told apart by the bytes there.
 class Packing
 {
 public:
@@ -106,8 +104,9 @@ inline bool Packing::IsHopeless()
     return TokensSize() > m_position - m_position / SavingDivisor;
 }
 
-/// The reader has not entered the two positions before this one. In a run of one byte the newest entry is the position
-/// before, and the reader finds an older one of the same run instead, if three literals have made one.
+/// Whether the reader's table leads to the same bytes. The reader has not entered the two positions before this one. In
+/// a run of one byte the newest entry is the position before; the reader finds an older position of the run instead, if
+/// three literals have entered one.
 inline bool Packing::ReaderHasSource(std::size_t source, std::uint32_t bytes) const
 {
     if (source + MinMatch <= m_position)

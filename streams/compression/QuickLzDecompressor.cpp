@@ -1,6 +1,4 @@
-#include "streams/compression/QuickLzDecompressor.h"
-
-#include "streams/compression/UnalignedAccess.h"
+#include "streams/compression/QuickLz.h"
 
 #include <algorithm>
 #include <bit>
@@ -8,8 +6,8 @@
 #include <string>
 
 // Where both ranges have room to spare, a run of literals (counted in the control word) and the match behind it are
-// taken in one step: copies are rounded up to 16 bytes, bounds checked once a step. Near the ends every byte is
-// checked.
+// taken in one step: copies are rounded up to 16 bytes, and bounds are checked once per step. Near the ends every byte
+// is checked.
 
 namespace qpr::quicklz
 {
@@ -31,7 +29,7 @@ inline void CopyPiece(std::uint8_t* to, const std::uint8_t* from)
     StoreUnaligned(to + sizeof(std::uint64_t), LoadUnaligned<std::uint64_t>(from + sizeof(std::uint64_t)));
 }
 
-/// Up to two steps, each by one store: the packet is never what was just written.
+/// In one or two moves of 16 bytes: a packet's bytes were not just written, so that no load waits for a store.
 inline void CopyLiterals(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
 {
     std::memcpy(to, from, CopyStep);
@@ -39,8 +37,8 @@ inline void CopyLiterals(std::uint8_t* to, const std::uint8_t* from, std::size_t
         std::memcpy(to + CopyStep, from + CopyStep, CopyStep);
 }
 
-/// In words of 8 bytes, one after the other: right for ranges at least that far apart, and a word that is soon read
-/// back comes from one store, which is fast.
+/// In words of 8 bytes, in order: correct for ranges at least that far apart, and fast, since a word that is soon read
+/// back comes from one store.
 inline void CopyRounded(std::uint8_t* to, const std::uint8_t* from, std::size_t size)
 {
     CopyPiece(to, from);
@@ -55,7 +53,7 @@ inline void CopyByByte(std::uint8_t* to, const std::uint8_t* from, std::size_t s
         to[i] = from[i];
 }
 
-/// One packet being unpacked. Every position from m_entered up to m_out is a literal's and not yet in the table.
+/// One packet being unpacked. Every position from m_entered up to m_out is that of a literal and not yet in the table.
 class Unpacking
 {
 public:
@@ -111,7 +109,7 @@ inline std::size_t Unpacking::FindSource(std::uint32_t index, std::size_t length
     return source;
 }
 
-/// Requires: end is two before the next position, which exists.
+/// Requires: end + 2 is a position of the data. Four bytes are loaded, three count.
 inline void Unpacking::EnterUpTo(std::size_t end)
 {
     for (; m_entered < end; ++m_entered)

@@ -1,8 +1,7 @@
-#include "streams/compression/QuickLzPacket.h"
+#include "streams/compression/QuickLz.h"
 
 #include "runtime/text/Errors.h"
 #include "streams/compression/CompressedBlocks.h"
-#include "streams/compression/UnalignedAccess.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "streams/MemoryBuffer.h"
+#include "streams/compression/CompressedBlocks.h"
 
 #include "support/ErrorOf.h"
 
@@ -22,7 +22,8 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_opt
 
 TEST(MemoryBuffer, KeepsItsContentsAsItGrows)
 {
-    qpr::MemoryBuffer buffer(4);
+    qpr::MemoryBuffer buffer;
+    buffer.GrowTo(4);
     std::memcpy(buffer.Start(), "abcd", 4);
     buffer.GrowTo(3);
     EXPECT_EQ(buffer.Size(), 4U);
@@ -30,8 +31,6 @@ TEST(MemoryBuffer, KeepsItsContentsAsItGrows)
     buffer.Start()[99999] = 'x';
     buffer.GrowTo(100001);
     EXPECT_GE(buffer.Size(), 150000U) << "growing byte by byte must stay cheap";
-    qpr::MemoryBuffer& itself = buffer;
-    buffer = std::move(itself);
     EXPECT_EQ(std::string(buffer.Start(), 4), "abcd");
 }
 
@@ -39,9 +38,8 @@ TEST(MemoryBuffer, NamesTheSizeThatCannotBeHad)
 {
     volatile std::size_t tooMuch = std::numeric_limits<std::size_t>::max() / 2 + 1;
     const std::string size = std::to_string(tooMuch);
-    EXPECT_EQ(test::ErrorOf([&] { qpr::MemoryBuffer buffer(tooMuch); }),
-        "malloc(" + size + ") failed allocating qpr::MemoryBuffer");
-    qpr::MemoryBuffer buffer(4);
+    qpr::MemoryBuffer buffer;
+    buffer.GrowTo(4);
     EXPECT_EQ(
         test::ErrorOf([&] { buffer.GrowTo(tooMuch); }), "realloc(" + size + ") failed reallocating qpr::MemoryBuffer");
     EXPECT_EQ(buffer.Size(), 4U);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "streams/compression/QuickLzCompressor.h"
-#include "streams/compression/QuickLzDecompressor.h"
+#include "streams/compression/QuickLz.h"
 
 #include <memory>
 #include <string>

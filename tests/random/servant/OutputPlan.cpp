@@ -1,7 +1,7 @@
 #include "random/servant/OutputPlan.h"
 
 #include "random/Random.h"
-#include "streams/compression/QuickLzCompressor.h"
+#include "streams/compression/QuickLz.h"
 
 #include <zlib.h>
 
