@@ -16,7 +16,7 @@ bool NeedsQuotes(std::wstring_view argument) noexcept
     return argument.empty() || argument.find_first_of(L" \t\n\v\"") != std::wstring_view::npos;
 }
 
-/// Backslashes are plain characters unless a quote follows them: then each counts half.
+/// Doubles the backslashes before a quote; all others are plain characters.
 void AppendQuoted(std::wstring& line, std::wstring_view argument)
 {
     std::size_t backslashCount = 0;
@@ -32,7 +32,7 @@ void AppendQuoted(std::wstring& line, std::wstring_view argument)
     line += L'"';
 }
 
-/// Within quotes too the interpreter expands variables and ends a line.
+/// Stricter than quoting: even within quotes the interpreter expands variables and ends a line.
 bool IsPlainText(std::wstring_view argument) noexcept
 {
     return argument.find_first_of(L"\"%!^&|<>()\r\n") == std::wstring_view::npos && !argument.ends_with(L'\\');

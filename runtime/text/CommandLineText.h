@@ -8,7 +8,8 @@ namespace qpr
 {
 
 /// A program's arguments as the one line that Windows starts it with, quoted such that its C library and
-/// CommandLineToArgvW split it into the same arguments again. The first one, the program's name, cannot hold a quote.
+/// CommandLineToArgvW split it into the same arguments again. The first one, the program's name, cannot contain a
+/// quote.
 std::wstring CommandLineText(const std::vector<std::wstring>& arguments);
 
 /// Whether Windows gives the program to its command interpreter, which reads the line by rules of its own.

@@ -13,7 +13,7 @@ namespace qpr
 namespace
 {
 
-/// The peer has gone: which of our calls noticed is of no interest, so these come without the place.
+/// Errors whose text does not name the place: the peer has gone, whichever of our calls noticed.
 constexpr std::uint32_t networkNameDeleted = 64;
 constexpr std::uint32_t connectionLost[] = {10053, 10054, 10061};
 
@@ -83,7 +83,7 @@ const wchar_t* DescribeSocketError(std::uint32_t error) noexcept
     return found == std::end(socketDescriptions) ? L"???" : found->text;
 }
 
-/// An application's global locale must not put separators into the numbers.
+/// In the classic locale: an application's global one may put separators into numbers.
 std::wostringstream MessageStream()
 {
     std::wostringstream stream;

@@ -25,7 +25,7 @@ public:
     using RuntimeError::RuntimeError;
 };
 
-/// The text of any exception as wide text; what() is taken as UTF-8, bytes that are not as U+FFFD.
+/// The text of any exception as wide text. what() is read as UTF-8; invalid bytes become U+FFFD.
 std::wstring ErrorText(const std::exception& error);
 
 /// The calling thread's last system error number. Read it before anything else is called.
@@ -43,7 +43,8 @@ std::wstring SystemErrorMessage(std::wstring_view text, std::wstring_view functi
 /// and 10061.
 std::wstring SocketErrorMessage(std::wstring_view text, std::wstring_view function, int line, std::uint32_t error);
 
-/// Throw a RuntimeError with the messages above. Those without a number read the thread's last error first thing.
+/// Throw a RuntimeError with the messages above. Those without a number read the thread's last error before anything
+/// else.
 [[noreturn]] void ThrowSystemError(std::wstring_view text, std::wstring_view function, int line = __builtin_LINE());
 [[noreturn]] void ThrowSystemErrorWithNumber(std::wstring_view text, std::wstring_view function, std::uint32_t error,
     int line = __builtin_LINE(), const void* messageModule = nullptr);

@@ -12,7 +12,7 @@ namespace qpr
 /// The same with a finished text: "Panic: <text>".
 [[noreturn]] void PanicWithText(std::string_view text) noexcept;
 
-/// Ends the process at once, as one that crashed: no destructors, no exit handlers, no message box.
+/// Ends the process at once, like a crash: no destructors, no exit handlers, no message box.
 [[noreturn]] void FailFast() noexcept;
 
 } // namespace qpr

@@ -4,11 +4,10 @@
 #include <string>
 #include <string_view>
 
-/// Text from outside (a peer's, a servant's, a file's) made fit to be read by people. A terminal obeys some characters
-/// and shows others so that the text around them reads differently; both kinds appear escaped: "\x1B", "\u202E". They
-/// are the control characters (C0, DEL, C1), the controls of writing direction, the line and paragraph separators,
-/// halves of surrogate pairs, and values beyond Unicode. A backslash stays as it is, so the escapes are for the eye and
-/// cannot be taken back.
+/// Text from outside (a peer's, a servant's, a file's) made safe to show to people. A terminal obeys some characters,
+/// and shows others so that the text around them reads differently; both kinds are escaped: "\x1B", "\u202E". They are
+/// the control characters (C0, DEL, C1), the controls of writing direction, the line and paragraph separators, halves
+/// of surrogate pairs, and values beyond Unicode. A backslash stays as it is, so that escapes cannot be decoded again.
 namespace qpr
 {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What the error messages ask of the operating system. For those that build them; everybody else uses Errors.h.
+/// What error messages ask of the operating system. For the code that builds them; all other code uses Errors.h.
 namespace qpr
 {
 
@@ -18,7 +18,7 @@ struct SystemDescription
 /// messageModule, a native module handle or null, is asked before the system.
 SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule);
 
-/// The system's number for bytes or characters that are no text.
+/// The system's error number for bytes or characters that are not valid text.
 std::uint32_t InvalidTextError() noexcept;
 
 /// The system's words for a signal's number, "Segmentation fault"; empty where it has none.

@@ -39,7 +39,7 @@ struct Source
     }
 };
 
-/// The same names on every platform, as configurations and logs are compared between them.
+/// The same names on every platform, so that logs can be compared between platforms.
 template <class T>
 constexpr std::wstring_view TypeName() noexcept
 {
@@ -69,7 +69,7 @@ std::wstring_view WithoutLeadingWhiteSpace(std::wstring_view text)
     return text;
 }
 
-/// Digits alone, which most numbers are, need no stream: making one costs a hundred times what they do.
+/// Reads digits alone, which most numbers are, without a stream: creating one costs a hundred times as much.
 template <class T>
 bool ReadDigits(std::wstring_view text, T& value)
 {
@@ -86,7 +86,8 @@ bool ReadDigits(std::wstring_view text, T& value)
     return true;
 }
 
-/// Whether the text is one value and nothing else. The stream's own skipping of white space differs between systems.
+/// Whether the text is one value and nothing else. White space is skipped here, because what a stream skips differs
+/// between systems.
 template <class T>
 bool Read(std::wstring_view text, T& value)
 {
@@ -110,7 +111,7 @@ T Plain(const Source& source, std::wstring_view number)
     return value;
 }
 
-/// An unsigned read would take "-1" for the largest number.
+/// Whether the number is below 0: an unsigned read would take "-1" as the largest number.
 bool IsNegativeInteger(std::wstring_view number)
 {
     number = WithoutLeadingWhiteSpace(number);
@@ -180,7 +181,7 @@ std::uint64_t MultiplierOf(const Source& source, const UnitTable& table, std::ws
         + UnitList(table));
 }
 
-/// The length of the integer that the text begins with, white space and a sign before it included; 0 without one.
+/// The length of the integer that the text begins with, including white space and a sign before it; 0 without one.
 std::size_t IntegerLength(std::wstring_view text)
 {
     std::wstring_view rest = WithoutLeadingWhiteSpace(text);
@@ -190,7 +191,7 @@ std::size_t IntegerLength(std::wstring_view text)
     return digitCount == 0 ? 0 : text.size() - rest.size() + digitCount;
 }
 
-/// The text without the characters at its end that the predicate takes.
+/// The text without the characters at its end for which the predicate holds.
 template <class Predicate>
 std::wstring_view WithoutTail(std::wstring_view text, Predicate isTail)
 {
@@ -232,7 +233,8 @@ std::uint64_t ParseUInt64(std::wstring_view text, std::wstring_view description)
 float ParsePercentage(std::wstring_view text, std::wstring_view description)
 {
     const Source source{text, description};
-    // What follows an integer can be the sign alone; where there is none, it is the number that is wrong.
+    // An integer must be followed by the sign and nothing else. Without an integer the number is the error, not the
+    // sign.
     const std::size_t length = IntegerLength(text);
     const bool hasSign = length == 0 ? text.empty() || text.ends_with(L'%') : text.substr(length) == L"%";
     if (!hasSign)
@@ -244,7 +246,7 @@ float ParsePercentage(std::wstring_view text, std::wstring_view description)
 std::uint64_t ParseQuantity(std::wstring_view text, UnitKind kind, std::wstring_view description)
 {
     const Source source{text, description};
-    // The unit is what follows the last digit or blank, so that "1.5 MB" is a wrong number and not a strange unit.
+    // The unit is what follows the last digit or blank, so that in "1.5 MB" the number is the error, not the unit.
     const std::wstring_view beforeUnit = WithoutTail(text, [](wchar_t c) { return !IsDigit(c) && !IsWhiteSpace(c); });
     const std::wstring_view unit = text.substr(beforeUnit.size());
     const std::wstring_view number = WithoutTail(beforeUnit, IsWhiteSpace);

@@ -9,12 +9,12 @@
 namespace qpr
 {
 
-/// Plain conversion: the text as the stream reads it (leading white space, Unicode's, and "+" pass), nothing left over.
+/// Plain conversion: as a stream reads the text, which must be used up. Leading white space (Unicode's) and "+" pass.
 std::int32_t ParseInt32(std::wstring_view text, std::wstring_view description);
 float ParseFloat(std::wstring_view text, std::wstring_view description);
 bool ParseBool(std::wstring_view text, std::wstring_view description);
 
-/// Non-negative conversion: "no value given", "value must be 0 or higher".
+/// Non-negative conversion, with the further errors "no value given" and "value must be 0 or higher".
 std::uint32_t ParseUInt32(std::wstring_view text, std::wstring_view description);
 std::uint64_t ParseUInt64(std::wstring_view text, std::wstring_view description);
 
@@ -28,11 +28,11 @@ enum class UnitKind
     Bandwidth, ///< bps, Kbps, Mbps, Gbps
 };
 
-/// A non-negative integer followed by a unit, with or without a blank, in the kind's base unit (bytes, Hz, bps); the
-/// multiples are powers of 1024 for all three.
+/// A non-negative integer followed by a unit, with or without a blank, converted to the kind's base unit (bytes, Hz,
+/// bps). Multiples are powers of 1024 for all three kinds.
 std::uint64_t ParseQuantity(std::wstring_view text, UnitKind kind, std::wstring_view description);
 
-/// The text without the double quotes that enclose it, if any do; an opening one without its closing one is an error.
+/// The text without its enclosing double quotes, if it has them. An opening quote without the closing one is an error.
 std::wstring ParseQuotedText(std::wstring_view text, std::wstring_view description);
 
 } // namespace qpr

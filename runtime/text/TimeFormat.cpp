@@ -10,7 +10,7 @@ namespace qpr
 namespace
 {
 
-/// As gmtime, which not every system has in a form that threads may share.
+/// Like gmtime, of which not every system has a form that is safe with threads.
 std::tm CalendarTime(std::chrono::system_clock::time_point moment)
 {
     using namespace std::chrono;

@@ -91,7 +91,7 @@ void Utf8LossyDecoder::Finish(std::wstring& text)
     m_bytesMissing = 0;
 }
 
-// The limits of the second byte keep out overlong forms, surrogates and what lies beyond U+10FFFF.
+// The limits of the second byte exclude overlong forms, surrogates and values above U+10FFFF.
 void Utf8LossyDecoder::Begin(unsigned char byte, std::wstring& text)
 {
     if (byte < 0x80)

@@ -1,6 +1,7 @@
 #include "runtime/text/SystemErrors.h"
 
 #include "runtime/text/Errors.h"
+#include "runtime/text/Panic.h"
 #include "runtime/text/windows/SystemHeaders.h"
 
 #include <iterator>
@@ -25,7 +26,7 @@ std::uint32_t InvalidTextError() noexcept
 
 std::wstring DescribeSignal(std::uint32_t)
 {
-    return {}; // no process here ends by one; another computer's numbers are its own
+    return {}; // no process ends by a signal here, and the numbers of other computers differ
 }
 
 SystemDescription DescribeSystemError(std::uint32_t error, const void* messageModule)
@@ -41,6 +42,14 @@ SystemDescription DescribeSystemError(std::uint32_t error, const void* messageMo
     if (length == 0)
         return {{}, GetLastError()};
     return {std::wstring(text, length), 0};
+}
+
+void FailFast() noexcept
+{
+    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX);
+    RaiseFailFastException(nullptr, nullptr, 0);
+    TerminateProcess(GetCurrentProcess(), STATUS_FATAL_APP_EXIT);
+    __builtin_unreachable();
 }
 
 } // namespace qpr
