@@ -1,5 +1,12 @@
 #include "runtime/channels/NativeSocket.h"
 
+#include "runtime/channels/Socket.h"
+#include "runtime/text/Errors.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
 namespace qpr
 {
 
@@ -39,6 +46,30 @@ SocketAddress NativeAddress::ToSocketAddress() const noexcept
     const auto& native = reinterpret_cast<const sockaddr_in6&>(storage);
     std::memcpy(bytes.data(), &native.sin6_addr, sizeof native.sin6_addr);
     return SocketAddress(SocketAddress::Family::IPv6, bytes, ntohs(native.sin6_port));
+}
+
+std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service, LookUp what)
+{
+    const Socket::LibraryUser libraryUser;
+    SystemAddressInfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = what == LookUp::Numbers ? AI_NUMERICHOST : 0;
+    SystemAddressInfo* results = nullptr;
+    const std::uint32_t error = LookUpSystemAddresses(host, service, hints, results);
+    if (error != 0)
+        ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", error);
+
+    const std::unique_ptr<SystemAddressInfo, decltype(&FreeSystemAddresses)> owner(results, &FreeSystemAddresses);
+    std::vector<SocketAddress> addresses;
+    for (const SystemAddressInfo* info = results; info; info = info->ai_next)
+    {
+        if (info->ai_family != AF_INET && info->ai_family != AF_INET6)
+            continue;
+        NativeAddress native;
+        std::memcpy(&native.storage, info->ai_addr, std::min<std::size_t>(info->ai_addrlen, sizeof native.storage));
+        addresses.push_back(native.ToSocketAddress());
+    }
+    return addresses;
 }
 
 } // namespace qpr

@@ -4,8 +4,7 @@
 #include "runtime/channels/SocketAddress.h"
 #include "runtime/threads/NativeHandle.h"
 
-#include <algorithm>
-#include <cstring>
+#include <string>
 #include <vector>
 
 // For the sources of this folder alone.
@@ -35,30 +34,26 @@ inline SystemSocket SystemSocketOf(NativeHandle handle) noexcept
     return static_cast<SystemSocket>(handle.Value());
 }
 
-/// False when the system refuses.
-bool CloseSystemSocket(NativeHandle handle) noexcept;
-
-/// Before a new socket is bound: accepting is never to block, and the address is to be this listener's alone.
+/// For a new socket before it is bound: it will not block in accepting, and share its address with no other listener.
 void PrepareToListen(NativeHandle handle);
+
+/// 1 when a read would not block, 0 when it would; negative, with the error number set, when the system refuses.
+int CountReadable(NativeHandle handle) noexcept;
 
 /// Throws "setsockopt() failed".
 void SetSocketOption(NativeHandle handle, int level, int option, int value);
 
-/// The addresses that the system's resolver found, a linked list, but those of families that SocketAddress does not
-/// know.
-template <class AddressInfo>
-std::vector<SocketAddress> ToSocketAddresses(const AddressInfo* info)
+enum class LookUp
 {
-    std::vector<SocketAddress> addresses;
-    for (; info; info = info->ai_next)
-    {
-        if (info->ai_family != AF_INET && info->ai_family != AF_INET6)
-            continue;
-        NativeAddress native;
-        std::memcpy(&native.storage, info->ai_addr, std::min<std::size_t>(info->ai_addrlen, sizeof native.storage));
-        addresses.push_back(native.ToSocketAddress());
-    }
-    return addresses;
-}
+    Numbers, ///< answers at once; a host that is not a number is not found
+    Names, ///< blocks as long as the system's resolver does, and cannot be interrupted
+};
+
+/// All that the system's resolver knows for a TCP host and service, in its order, in the families that SocketAddress
+/// knows. Throws "GetAddrInfo() failed".
+std::vector<SocketAddress> LookUpAddresses(const std::wstring& host, const std::wstring& service, LookUp what);
+
+/// Keeps the library that this code is part of loaded while a thread that nobody waits for runs in it.
+void KeepLoaded() noexcept;
 
 } // namespace qpr

@@ -5,6 +5,8 @@
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Thread.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace qpr
@@ -13,8 +15,16 @@ namespace qpr
 namespace
 {
 
+// In the numbers of the socket error table.
+constexpr std::uint32_t notEnoughMemory = 8;
+constexpr std::uint32_t invalidArgument = 10022;
+constexpr std::uint32_t tooManyFiles = 10024;
+constexpr std::uint32_t noSocket = 10038;
+constexpr std::uint32_t notSupported = 10045;
+constexpr std::uint32_t noBufferSpace = 10055;
 constexpr std::uint32_t timedOut = 10060;
 constexpr std::uint32_t refused = 10061;
+constexpr std::uint32_t libraryNotStarted = 10093;
 
 [[noreturn]] void ThrowConnectError(std::uint32_t error)
 {
@@ -30,42 +40,58 @@ void SetSocketOption(NativeHandle handle, int level, int option, int value)
 }
 
 Socket::Socket(Socket&& other) noexcept
-    : m_handle(std::exchange(other.m_handle, NativeHandle()))
+    : m_handle(std::move(other.m_handle))
     , m_hasEndedSending(other.m_hasEndedSending)
 {
 }
 
 Socket& Socket::operator=(Socket&& other) noexcept
 {
-    Socket taken(std::move(other));
-    std::swap(m_handle, taken.m_handle);
-    m_hasEndedSending = taken.m_hasEndedSending;
+    m_handle = std::move(other.m_handle);
+    m_hasEndedSending = other.m_hasEndedSending;
     return *this;
 }
 
-Socket::~Socket()
+void Socket::Kind::Fail() noexcept
 {
-    if (m_handle.IsValid() && !CloseSystemSocket(m_handle))
-        Panic("closesocket(m_handle) == 0", "qpr::Socket::~Socket");
+    Panic("closesocket(m_handle) == 0", "qpr::Socket::~Socket");
 }
 
 void Socket::Close()
 {
-    const NativeHandle handle = std::exchange(m_handle, NativeHandle());
-    if (handle.IsValid() && !CloseSystemSocket(handle))
+    if (IsOpen() && !m_handle.Close())
         ThrowSocketError(L"closesocket() failed", L"qpr::Socket::Close");
 }
 
 Socket Socket::Listen(const SocketAddress& address, int backlog)
 {
     Socket socket = Create(address.GetFamily());
-    PrepareToListen(socket.m_handle);
+    PrepareToListen(socket.Handle());
     const NativeAddress native(address);
-    if (bind(SystemSocketOf(socket.m_handle), native.Get(), native.size) != 0)
+    if (bind(SystemSocketOf(socket.Handle()), native.Get(), native.size) != 0)
         ThrowSocketError(L"bind() failed", L"qpr::Socket::Listen");
-    if (listen(SystemSocketOf(socket.m_handle), backlog) != 0)
+    if (listen(SystemSocketOf(socket.Handle()), backlog) != 0)
         ThrowSocketError(L"listen() failed", L"qpr::Socket::Listen");
     return socket;
+}
+
+std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
+{
+    // All other errors mean that nobody is there, or that somebody came and has gone again.
+    constexpr std::uint32_t failures[] = {
+        notEnoughMemory, invalidArgument, tooManyFiles, noSocket, notSupported, noBufferSpace, libraryNotStarted};
+    NativeAddress native;
+    Socket accepted = AcceptNext(native);
+    if (!accepted.IsOpen())
+    {
+        const std::uint32_t error = LastSocketError();
+        if (std::ranges::find(failures, error) != std::end(failures))
+            ThrowSocketErrorWithNumber(L"accept() failed", L"qpr::Socket::TryAccept", error);
+        return std::nullopt;
+    }
+    if (remoteAddress)
+        *remoteAddress = native.ToSocketAddress();
+    return accepted;
 }
 
 SocketAddress Socket::GetLocalAddress() const
@@ -112,7 +138,7 @@ void Socket::SetResetOnClose(bool reset)
 bool Socket::IsConnected() const noexcept
 {
     NativeAddress native;
-    return getpeername(SystemSocketOf(m_handle), native.Get(), &native.size) == 0 || !FailedForWantOfConnection();
+    return getpeername(SystemSocketOf(m_handle.Get()), native.Get(), &native.size) == 0 || !FailedForWantOfConnection();
 }
 
 bool Socket::ShutDown(Direction direction) noexcept
@@ -120,14 +146,14 @@ bool Socket::ShutDown(Direction direction) noexcept
     const int how = direction == Direction::Receive ? endReceiving
         : direction == Direction::Send              ? endSending
                                                     : endBoth;
-    return shutdown(SystemSocketOf(m_handle), how) == 0;
+    return shutdown(SystemSocketOf(m_handle.Get()), how) == 0;
 }
 
 NativeHandle Socket::Handle() const
 {
     if (!m_handle.IsValid())
         throw RuntimeError(L"Invalid Socket");
-    return m_handle;
+    return m_handle.Get();
 }
 
 WaitObject Socket::InputObject() const
@@ -147,7 +173,7 @@ void Socket::Connect(const SocketAddress& address, const Wait& wait)
     }
     if (GetLocalAddress() == GetRemoteAddress())
     {
-        *this = Socket(); // or nobody could listen at the port
+        *this = Socket(); // frees the port, so that somebody can listen at it
         ThrowConnectError(refused);
     }
 }
@@ -163,7 +189,7 @@ void Socket::Shutdown(Direction direction)
         ThrowSocketError(L"shutdown() failed", L"qpr::Socket::Shutdown");
 }
 
-// The two below exclude each other: a connection that both sides have ended looks like one that broke.
+// The next two functions exclude each other: a connection that both sides have ended looks like one that broke.
 
 bool Socket::TryShutdown(Direction direction) noexcept
 {
@@ -190,6 +216,15 @@ SocketReader::SocketReader(Socket& socket, Wait wait)
     : m_socket(socket)
     , m_wait(std::move(wait))
 {
+}
+
+bool SocketReader::InputPending()
+{
+    m_wait.Check();
+    const int count = CountReadable(m_socket.Handle());
+    if (count < 0)
+        ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
+    return count > 0;
 }
 
 SocketWriter::SocketWriter(Socket& socket, Wait wait)

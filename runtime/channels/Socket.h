@@ -13,10 +13,12 @@
 namespace qpr
 {
 
+struct NativeAddress;
+
 /// A TCP socket, owned. Moves, does not copy; the destructor closes. Not inherited by child processes. Whatever would
-/// block waits through a Wait, so that it can be given up from outside. Used by one thread at a time, but that one
-/// thread may read it while another writes. Every failed call throws "<call>() failed" with the socket error, one on
-/// a socket that is not open "Invalid Socket".
+/// block waits through a Wait, so that it can be ended from outside. Used by one thread at a time, except that one
+/// thread may read while another writes. Every failed call throws "<call>() failed" with the socket error; a call on a
+/// socket that is not open throws "Invalid Socket".
 class Socket
 {
 public:
@@ -25,7 +27,7 @@ public:
     {
     public:
         LibraryUser();
-        ~LibraryUser(); // NOLINT(performance-trivially-destructible): not on each system
+        ~LibraryUser(); // NOLINT(performance-trivially-destructible): not trivial on every system
         LibraryUser(const LibraryUser&) = delete;
         LibraryUser& operator=(const LibraryUser&) = delete;
     };
@@ -40,7 +42,6 @@ public:
     Socket() noexcept = default;
     Socket(Socket&& other) noexcept QX_NO_THREAD_SAFETY_ANALYSIS;
     Socket& operator=(Socket&& other) noexcept QX_NO_THREAD_SAFETY_ANALYSIS;
-    ~Socket();
 
     static Socket Create(SocketAddress::Family family);
 
@@ -51,8 +52,8 @@ public:
     /// The next connection that is there, or none, and where it comes from. Wait for InputObject before.
     std::optional<Socket> TryAccept(SocketAddress* remoteAddress = nullptr);
 
-    /// A wait that runs out of time is the socket error 10060, "Connection timed out"; a connection of the socket with
-    /// itself, which a port of this computer allows, is 10061, "Connection refused".
+    /// A wait that runs out of time is the socket error 10060, "Connection timed out". A socket that was connected with
+    /// itself, which can happen at a port of this computer that nobody listens at, is 10061, "Connection refused".
     void Connect(const SocketAddress& address, const Wait& wait = {});
 
     SocketAddress GetLocalAddress() const;
@@ -61,19 +62,19 @@ public:
     void SetReceiveBufferSize(std::uint32_t bytes);
     void SetSendBufferSize(std::uint32_t bytes);
 
-    /// Lets the system probe an idle connection, so that a peer whose computer has gone is noticed within minutes.
+    /// Makes the system probe an idle connection, so that a peer whose computer is gone is noticed within minutes.
     void EnableKeepAlive();
 
     /// Sends small pieces at once instead of waiting for the peer's acknowledgement of the ones before.
     void SendWithoutDelay();
 
-    /// Lets closing the socket, also by the death of this process, reset the connection, so that the peer cannot take
-    /// what it has received for everything.
+    /// Makes closing the socket, also by the death of this process, reset the connection, so that the peer cannot take
+    /// what it has received for the whole.
     void SetResetOnClose(bool reset);
 
     void Shutdown(Direction direction);
 
-    /// False for a connection that is broken: the peer knows then.
+    /// False when the connection is broken; the peer knows in that case.
     bool TryShutdown(Direction direction) noexcept;
 
     void Close();
@@ -81,14 +82,15 @@ public:
     /// Returns when there is data, its end, or a connection to accept.
     void WaitForInput(const Wait& wait = {}) const;
 
-    /// Copies what there is to be read without taking it; does not block: null when nothing is there yet, 0 at the end
-    /// of the data. Throws when the connection broke.
+    /// Copies what can be read without taking it, and does not block: none when nothing is there yet, 0 at the end of
+    /// the data. Throws when the connection broke.
     std::optional<std::size_t> TryPeek(void* buffer, std::size_t size) const;
 
     /// Whether the peer has ended its data and all of it has been read; otherwise as TryPeek.
     bool HasInputEnded() const;
 
     bool IsOpen() const noexcept { return m_handle.IsValid(); }
+
     /// Throws "Invalid Socket" when the socket is not open.
     NativeHandle Handle() const;
 
@@ -96,6 +98,12 @@ public:
     WaitObject InputObject() const;
 
 private:
+    struct Kind
+    {
+        static bool Close(NativeHandle handle) noexcept;
+        [[noreturn]] static void Fail() noexcept;
+    };
+
     explicit Socket(NativeHandle handle) noexcept
         : m_handle(handle)
     {
@@ -103,15 +111,16 @@ private:
 
     friend class SocketReader;
 
-    /// True when the connection broke rather than ended. The system tells of a reset once, to whoever asks first; when
-    /// that was a write, a read finds an end of the data that is none.
+    /// True when the connection broke rather than ended. The system reports a reset once, to the first call that meets
+    /// it; when that was a write, a read later seems to find the end of the data.
     bool HasBroken() const noexcept;
 
     bool IsConnected() const noexcept;
     bool ShutDown(Direction direction) noexcept;
+    Socket AcceptNext(NativeAddress& remoteAddress); ///< not open, with the error number set, when it fails
     void StartConnecting(const SocketAddress& address, const Wait& wait);
 
-    NativeHandle m_handle;
+    OwnedHandle<Kind> m_handle;
     mutable Mutex m_sendingLock; // one thread may end the sending while another reads
     bool m_hasEndedSending QX_GUARDED_BY(m_sendingLock) = false;
 };
@@ -133,8 +142,8 @@ private:
     const Wait m_wait;
 };
 
-/// Writes to a connected socket, which is not owned and outlives the writer, as does what its wait watches. After a
-/// write that was given up the peer may have a part of the data: the connection counts as broken.
+/// Writes to a connected socket, which is not owned and outlives the writer, as does what its wait watches. A write
+/// that was ended early leaves the peer with a part of the data: the connection counts as broken.
 class SocketWriter final : public IWriter
 {
 public:

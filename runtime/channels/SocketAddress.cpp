@@ -1,6 +1,6 @@
 #include "runtime/channels/SocketAddress.h"
 
-#include "runtime/channels/AddressLookup.h"
+#include "runtime/channels/NativeSocket.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Panic.h"
 #include "runtime/threads/IRunnable.h"
@@ -24,7 +24,7 @@ namespace
 constexpr std::uint32_t serviceNotFound = 10109;
 constexpr std::uint32_t hostNotFound = 11001;
 
-/// Resolvers take "99999", "-1" and the empty text for some port.
+/// Checked by us, since resolvers accept "99999", "-1" and the empty text as some port.
 bool IsServiceText(const std::wstring& service)
 {
     const auto isDigit = [](wchar_t character) { return character >= L'0' && character <= L'9'; };
@@ -34,7 +34,7 @@ bool IsServiceText(const std::wstring& service)
     return (first >= L'a' && first <= L'z') || (first >= L'A' && first <= L'Z');
 }
 
-/// Asks the resolver on a thread of its own.
+/// A look-up by the resolver, on a thread of its own.
 class NameLookUp final : private IRunnable
 {
 public:
@@ -75,11 +75,11 @@ private:
     std::vector<SocketAddress> m_addresses;
     std::exception_ptr m_error;
     ThreadEvent m_done{ThreadEvent::Kind_ManualReset};
-    Thread m_thread; // last: starts when the rest is there
+    Thread m_thread; // last: uses the other members from the start
 };
 
-/// Look-ups that nobody waits for any more, until they are done: the resolver cannot be interrupted. Never destroyed,
-/// since that would wait for them at the end of the program.
+/// Keeps look-ups that nobody waits for any more until they are done: the resolver cannot be interrupted. Never
+/// destroyed, since that would wait for them at the end of the program.
 class AbandonedLookUps
 {
 public:
@@ -119,7 +119,7 @@ std::vector<SocketAddress> LookUpName(const std::wstring& host, const std::wstri
     return lookUp->Result();
 }
 
-/// What is written in numbers needs no thread.
+/// An address in numbers needs no thread.
 std::vector<SocketAddress> FindAddresses(const std::wstring& host, const std::wstring& service, const Wait& wait)
 {
     try
@@ -174,7 +174,7 @@ SocketAddress SocketAddress::Resolve(
 {
     if (!IsServiceText(service))
         ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", serviceNotFound);
-    if (host.empty()) // some resolvers take it for this computer
+    if (host.empty()) // some resolvers take it as this computer
         ThrowSocketErrorWithNumber(L"GetAddrInfo() failed", L"qpr::SocketAddress::SetRemoteAddress", hostNotFound);
     const std::vector<SocketAddress> addresses = FindAddresses(host, service, wait);
     const auto found = std::ranges::find(addresses, family, &SocketAddress::GetFamily);

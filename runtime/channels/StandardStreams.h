@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// The standard streams of this process as bytes: no text mode, no buffer between. Reads and writes can be interrupted
-/// as those of pipes can, whatever the streams are connected to; other processes that share them notice nothing of it.
+/// The standard streams of this process as bytes: no text mode, no buffer. Reads and writes can be interrupted like
+/// those of pipes, whatever the streams are connected to; other processes that share the streams are not affected.
 namespace qpr
 {
 
@@ -18,12 +18,12 @@ enum class StandardStream
     Error,
 };
 
-/// A program calls it first of all: makes sure that no file opened later takes the place of a standard stream that the
-/// program was started without. On Windows the standard streams then carry bytes as they are, a console shows UTF-8
-/// until the program ends, and a crash shows no message box.
+/// Makes sure that no file opened later takes the place of a standard stream that the program was started without. A
+/// program calls it first of all. On Windows it also makes the standard streams carry bytes as they are, a console show
+/// UTF-8 until the program ends, and a crash show no message box.
 void ReserveStandardStreams();
 
-/// The handle as such, for waits. It stays the process's.
+/// The handle itself, for waits. The process keeps it.
 NativeHandle HandleOf(StandardStream stream) noexcept;
 
 class StandardInput final : public IReader

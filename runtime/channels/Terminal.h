@@ -22,8 +22,8 @@ struct TerminalSize
 /// The size as it is now; 80 x 24 where the system does not know.
 TerminalSize GetTerminalSize();
 
-/// While it lives, keys arrive at once and are not shown. The destructor gives the terminal back as it was. Requires:
-/// the standard input is a terminal. Used by one thread at a time.
+/// While it lives, keys arrive at once and are not shown. The destructor restores the terminal. Requires: the standard
+/// input is a terminal. Used by one thread at a time.
 class TerminalKeys
 {
 public:

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-/// What the system tells of the computer. Any thread may ask; each question is put to the system anew.
+/// What the system knows about the computer. Any thread may call these; each call asks the system again.
 namespace qpr::ComputerFacts
 {
 
@@ -20,6 +20,16 @@ struct Processors
     std::uint32_t packageCount = 0; ///< 0: the layout is not known or not regular
     std::uint32_t coresPerPackage = 0;
     bool areHyperThreads = false; ///< cores have several logical processors
+
+    /// Requires: logicalCount is set. A layout that is not regular stays unknown.
+    void SetLayout(std::uint32_t packages, std::uint32_t cores) noexcept
+    {
+        if (packages == 0 || cores == 0 || cores % packages != 0)
+            return;
+        packageCount = packages;
+        coresPerPackage = cores / packages;
+        areHyperThreads = logicalCount > cores;
+    }
 };
 
 /// Takes about a millisecond on small computers, more on large ones.

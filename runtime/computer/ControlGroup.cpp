@@ -17,7 +17,7 @@ void Lower(Nullable<T>& limit, T value)
     limit = limit.IsNull() ? value : std::min(limit.Value(), value);
 }
 
-/// Microseconds of processor time in a period; a quota of "max", or -1 in version 1, is none.
+/// A quota is microseconds of processor time per period; "max", or -1 in version 1, means no limit.
 void ReadProcessorLimit(std::istream& quotaSource, std::istream& periodSource, Nullable<double>& limit)
 {
     double quota = 0;
@@ -72,7 +72,7 @@ ControlGroupLimits ControlGroupLimits::Read(
         ReadProcessorLimit(processors, processors, limits.processors);
         ReadMemoryLimit(hierarchy / group / "memory.max", limits.memoryInBytes);
     }
-    // Version 1 has a hierarchy a controller.
+    // Version 1 has one hierarchy per controller.
     for (const auto& group : ReadGroups(membership, "cpu"))
     {
         const auto directory = hierarchy / "cpu" / group;

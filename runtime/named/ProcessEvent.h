@@ -11,7 +11,8 @@ namespace qpr
 {
 
 /// A named auto-reset event between processes. It exists as long as the process that created it keeps it (on Windows as
-/// long as anybody has it open); only that one waits for it, everyone may signal it. Any thread may use the object.
+/// long as anybody has it open); only that process waits for it, every process may signal it. Any thread may use the
+/// object.
 class ProcessEvent
 {
 public:
@@ -23,7 +24,7 @@ public:
     /// Throws "Event '<name>' already exists" when the name is taken, else "CreateEvent() failed".
     void Create(const std::wstring& name, const SecurityDescriptor& security);
 
-    /// Create for one who can do with another name: false when this one is taken.
+    /// The same for a caller that can use another name: false when this one is taken.
     bool TryCreate(const std::wstring& name, const SecurityDescriptor& security);
 
     /// False when no process keeps an event of that name. Throws "OpenMutex() failed".
@@ -35,10 +36,10 @@ public:
     /// Waits interruptibly and takes the signal. Requires: created by this object. Throws TimeoutException.
     void Wait(std::uint32_t timeoutMs = Infinite);
 
-    /// Whether others can still find it: where names are files somebody may have removed this one.
+    /// Whether others can still find it: where names are files, somebody may have removed the file.
     bool HasName() const noexcept;
 
-    /// Gives the name free.
+    /// Frees the name.
     void Close() noexcept;
 
 private:

@@ -10,9 +10,9 @@
 namespace qpr
 {
 
-/// A named lock between processes (and between the threads of one, which may share the object); not recursive, released
-/// by the thread that acquired it. It goes free when its owner's process ends. What it guards may be half written after
-/// an AbandonedMutexError.
+/// A named lock between processes, and between the threads of one, which may share the object. Not recursive; released
+/// by the thread that acquired it. It is free again when its owner's process ends: after an AbandonedMutexError what it
+/// guards may be half written.
 class ProcessMutex
 {
 public:
@@ -33,7 +33,7 @@ public:
     /// Throws "ReleaseMutex() failed" when the calling thread is not the owner.
     void Release();
 
-    /// Whether others can still find it: where names are files somebody may have removed this one.
+    /// Whether others can still find it: where names are files, somebody may have removed the file.
     bool HasName() const noexcept;
 
 private:

@@ -9,8 +9,8 @@
 namespace qpr
 {
 
-/// Named memory that several processes read and write. Its bytes are whatever any of them wrote last; it is read and
-/// written by copies, so that nothing another process does to it can reach this one's memory.
+/// Named memory that several processes read and write. Its bytes are what any of them wrote last. It is read and
+/// written by copies, so that nothing another process does to it can reach this process's memory.
 class SharedMemorySegment
 {
 public:
@@ -27,13 +27,13 @@ public:
     SharedMemorySegment(const SharedMemorySegment&) = delete;
     SharedMemorySegment& operator=(const SharedMemorySegment&) = delete;
 
-    /// From the segment's begin; what somebody has cut off reads as zeros. Throws "ReadFile() failed".
+    /// Reads from the start; bytes that somebody has cut off are zeros. Throws "ReadFile() failed".
     void Read(void* to, std::size_t size) const;
 
     /// Throws "WriteFile() failed".
     void Write(std::size_t offset, const void* from, std::size_t size);
 
-    /// Whether others can still find it: where names are files somebody may have removed this one.
+    /// Whether others can still find it: where names are files, somebody may have removed the file.
     bool HasName() const noexcept;
 
 private:

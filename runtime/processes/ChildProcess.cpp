@@ -1,6 +1,6 @@
 #include "runtime/processes/ChildProcess.h"
 
-#include "SystemProcess.h" // of posix/ or windows/
+#include "runtime/processes/SystemProcess.h"
 
 #include <algorithm>
 #include <chrono>

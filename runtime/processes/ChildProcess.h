@@ -15,8 +15,8 @@ namespace qpr
 {
 
 /// What to start and how. The three handles are given to the child as its standard streams; they stay the caller's. On
-/// Windows a process that the application starts itself at that moment, with handles to inherit and no list of them,
-/// gets them too.
+/// Windows a process that the application itself starts at that moment, with inherited handles but without a list of
+/// them, gets them too.
 struct ProcessStart
 {
     std::wstring executablePath; ///< as the system takes it; a bare name is searched for when searchPath is set
@@ -28,7 +28,7 @@ struct ProcessStart
     NativeHandle standardOutput;
     NativeHandle standardError;
 
-    /// Whether a text has a zero inside: it would reach the child cut short, and is refused.
+    /// Whether a text contains a zero character. It would reach the child cut short, so the start is refused.
     bool HasZeroCharacter() const noexcept;
 };
 
@@ -68,17 +68,17 @@ public:
     /// Interruptible.
     void WaitForCompletion();
 
-    /// Notes for the figures how much memory the process has had at most so far. Call it shortly before the process
+    /// Records, for the figures, the most memory that the process has had so far. Call it shortly before the process
     /// ends: afterwards the system does not always know.
     void NotePeakMemory() noexcept;
 
-    /// Ends the process and all that is left of its group, and waits for the process itself. Does nothing to one that
-    /// has been collected.
+    /// Ends the process and all that is left of its group, and waits for the process itself. Does nothing after it has
+    /// been collected.
     void Terminate() noexcept;
 
     struct ExitStatus
     {
-        bool isKnown = false; ///< not so when the application ignores or collects the processes that it starts
+        bool isKnown = false; ///< false when the application ignores or collects its children
         std::uint32_t exitCode = 0; ///< signal n counts as 128 + n
         std::uint32_t signal = 0; ///< that ended it; 0 when it ended by itself
     };

@@ -5,9 +5,9 @@
 namespace qpr
 {
 
-/// While it lives, the user's wish that the program stops (an interrupt from the keyboard, a closed terminal or
-/// console, a termination by the system) is a signalled object instead of the end of the process; once signalled it
-/// stays so. One at a time. Programs that the process starts are not concerned.
+/// While it lives, a request to stop the program (an interrupt from the keyboard, a closed terminal or console, a
+/// termination by the system) signals an object instead of ending the process; once signalled, the object stays so. One
+/// at a time. Programs that the process starts are not affected.
 ///
 /// On Linux these are SIGINT, SIGHUP and SIGTERM; one that the program was started with ignored (nohup, a shell's
 /// background) stays ignored. On Windows a closed console and a logoff leave the process 5 s from the signal to the
@@ -15,14 +15,14 @@ namespace qpr
 class InterruptSignal
 {
 public:
-    /// Throws what the system refuses.
+    /// Throws when the system refuses.
     InterruptSignal();
     ~InterruptSignal();
     InterruptSignal(const InterruptSignal&) = delete;
     InterruptSignal& operator=(const InterruptSignal&) = delete;
 
-    /// The one of a program that listens from now on to the very end of its process: a further interrupt, while it
-    /// winds down, cannot end it in another way.
+    /// For a program that listens from now on until its process ends, so that a further interrupt cannot end it while
+    /// it winds down.
     static const InterruptSignal& UntilExit()
     {
         static const auto* const signal = new InterruptSignal;

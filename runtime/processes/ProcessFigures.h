@@ -23,7 +23,7 @@ struct ProcessFigures
     double peakPageFileUsageMB = 0;
 };
 
-/// One line "<prefix>.<key>=<value>" a figure, each ended by a carriage return and a line feed: moments in UTC
+/// One line "<prefix>.<key>=<value>" per figure, each ended by a carriage return and a line feed: moments in UTC
 /// ("2026-02-28 23:59:59"), times in seconds with three digits ("1.250"), sizes in MB with three digits. ProcessorUsage
 /// is the number of processors kept busy on average.
 void WriteProcessFigures(std::wostream& stream, std::wstring_view prefix, const ProcessFigures& figures);

@@ -8,7 +8,7 @@ namespace qpr
 {
 
 /// The one way to stop a running call: every Wait on the call's channels watches it, whichever thread waits. Once
-/// cancelled it stays so. All operations may be called from any thread.
+/// cancelled, it stays cancelled. All operations may be called from any thread.
 class Cancellation
 {
 public:
@@ -17,11 +17,11 @@ public:
     Cancellation(const Cancellation&) = delete;
     Cancellation& operator=(const Cancellation&) = delete;
 
-    /// Makes the calling thread the call's own, until this object goes on it: on it a cancelled wait ends in
-    /// InterruptException, on all others in the runtime error "Call cancelled".
+    /// Makes the calling thread the call's own until this object is destroyed on it. There a cancelled wait throws
+    /// InterruptException, on all other threads the runtime error "Call cancelled".
     void AdoptCurrentThread() noexcept;
 
-    /// Of the call whose own thread this is; null on other threads.
+    /// That of the call whose own thread this is; null on other threads.
     static const Cancellation* OfCurrentThread() noexcept;
 
     void Cancel();

@@ -20,7 +20,7 @@ public:
             m_end = Clock::now() + std::chrono::milliseconds(timeoutMs);
     }
 
-    /// What is left, rounded up, as a timeout; 0 once it has passed, Infinite when there is none.
+    /// The time left as a timeout, rounded up; 0 once it has passed, Infinite without a limit.
     std::uint32_t LeftMs() const noexcept
     {
         if (!IsMoment())

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <mutex>
 
-/// Which lock guards what, checked by Clang (-Wthread-safety) and nothing elsewhere.
+/// Annotations that say which lock guards what. Clang checks them (-Wthread-safety); elsewhere they are empty.
 #if defined(__clang__)
 #define QX_THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -25,7 +25,7 @@
 namespace qpr
 {
 
-/// A lock between threads of this process, known to Clang's analysis. Not for waits that last: those go through Thread.
+/// A lock between threads of this process, known to Clang's analysis. Not for long waits: those go through Thread.
 class QX_CAPABILITY("mutex") Mutex
 {
 public:
@@ -53,7 +53,7 @@ private:
     Mutex& m_mutex;
 };
 
-/// Where threads of the application, which cannot be interrupted, wait for a change under a Mutex.
+/// Lets threads of the application, which cannot be interrupted, wait for a change under a Mutex.
 class ConditionVariable
 {
 public:

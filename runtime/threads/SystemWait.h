@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <span>
 
-/// What the rules that all waits share (Thread.cpp) ask of the operating system. For runtime/ itself.
+/// What the waits and events of all systems (Thread.cpp, ThreadEvent.cpp) ask of the operating system. For runtime/
+/// itself.
 namespace qpr
 {
 
@@ -25,14 +26,21 @@ struct SystemWaitResult
     std::uint32_t error = 0; ///< system error number of a failed wait
 };
 
-/// Waits for any of the objects, and for an interrupt when the current thread can be interrupted now. Without objects
-/// it sleeps.
+/// Waits for any of the objects, and for an interrupt if the current thread can be interrupted now. Without objects it
+/// sleeps.
 SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::uint32_t timeoutMs) noexcept;
 
 /// Whether the current thread is to be interrupted now; takes the request.
 bool TakeInterrupt() noexcept;
 
-/// Whether interrupts of the current thread are put off; returns what held before.
+/// Puts off interrupts of the current thread, or stops that; returns what held before.
 bool PutOffInterrupts(bool putOff) noexcept;
+
+/// A new event, not signalled; invalid when the system has none left. A wait takes the signal of an auto-reset one.
+NativeHandle CreateSystemEvent(WaitObject::Kind kind) noexcept;
+
+/// Both are false, with the system's error number set, when the system refuses. A signal handler may set an event.
+bool SetSystemEvent(NativeHandle event) noexcept;
+bool ResetSystemEvent(NativeHandle event) noexcept;
 
 } // namespace qpr

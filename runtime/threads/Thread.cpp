@@ -2,6 +2,7 @@
 
 #include "runtime/text/Utf8.h"
 #include "runtime/threads/SystemWait.h"
+#include "runtime/threads/ThreadState.h"
 
 #include <stdexcept>
 #include <utility>
@@ -56,6 +57,64 @@ TimeoutException::TimeoutException(std::wstring text)
 {
 }
 
+void Thread::State::Run() noexcept
+{
+    currentThread.interrupt = &interrupt;
+    try
+    {
+        try
+        {
+            runnable.Run();
+        }
+        catch (const InterruptException&)
+        {
+        }
+        catch (const std::exception& error)
+        {
+            runnable.HandleError(error);
+        }
+        catch (...)
+        {
+            runnable.HandleError(std::runtime_error("Unknown exception"));
+        }
+    }
+    catch (...) // an error handler that is interrupted or fails ends only its own thread
+    {
+    }
+    completed = true;
+}
+
+Thread::Thread(IRunnable& runnable, const char* name)
+    : m_state(std::make_unique<State>(runnable, name))
+{
+    m_state->Start();
+}
+
+Thread::~Thread()
+{
+    if (!m_state->completed)
+        Interrupt();
+    m_state->Join();
+}
+
+void Thread::Interrupt()
+{
+    m_state->Interrupt();
+}
+
+bool Thread::HasCompleted()
+{
+    CheckInterrupt();
+    if (m_state->completed)
+        m_state->Join();
+    return m_state->joined;
+}
+
+void Thread::WaitForCompletion(std::uint32_t timeoutMs)
+{
+    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs);
+}
+
 void Thread::CheckInterrupt()
 {
     if (TakeInterrupt())
@@ -97,31 +156,6 @@ int Thread::TryWaitForAnyObject(
     if (objects.empty() || objects.size() > maxObjectCount)
         throw std::logic_error("qpr::Thread::WaitForAnyObject: Invalid number of objects");
     return WaitFor(objects, waitForMultiple, location, timeoutMs, line);
-}
-
-void Thread::RunToEnd(IRunnable& runnable) noexcept
-{
-    try
-    {
-        try
-        {
-            runnable.Run();
-        }
-        catch (const InterruptException&)
-        {
-        }
-        catch (const std::exception& error)
-        {
-            runnable.HandleError(error);
-        }
-        catch (...)
-        {
-            runnable.HandleError(std::runtime_error("Unknown exception"));
-        }
-    }
-    catch (...) // an error handler that is interrupted or fails ends its own thread only
-    {
-    }
 }
 
 NonInterruptibleSection::NonInterruptibleSection() noexcept

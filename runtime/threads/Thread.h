@@ -28,26 +28,26 @@ private:
     std::string m_utf8Text;
 };
 
-/// The owner of a mutex ended without releasing it. The mutex is free again, whoever sees this does not own it.
+/// The owner of a mutex ended without releasing it. The mutex is free again; the thread that gets this does not own it.
 class AbandonedMutexError : public RuntimeError
 {
 public:
     using RuntimeError::RuntimeError;
 };
 
-/// Unwinds an interrupted thread up to its start routine. Deliberately no std::exception: nothing on the way takes it
-/// for an error.
+/// Unwinds an interrupted thread up to its start routine. Deliberately no std::exception: nothing on the way handles it
+/// as an error.
 class InterruptException
 {
 };
 
 /// A system thread that runs an IRunnable, and the waits that any thread blocks in. An interrupt takes effect only
 /// inside these waits and checks, where it surfaces as InterruptException; a thread that Thread did not start is never
-/// interrupted. A Thread object is used by one thread at a time, but for Interrupt, which any thread may call while the
-/// object lives.
+/// interrupted. A Thread object is used by one thread at a time, except for Interrupt, which any thread may call while
+/// the object lives.
 ///
-/// On Linux the thread starts with all signals blocked but those of its own faults (SIGSEGV and the like), so that the
-/// application's signals go to the application's threads.
+/// On Linux the thread starts with all signals blocked except those of its own faults (SIGSEGV and the like), so that
+/// the application's signals go to the application's threads.
 class Thread
 {
 public:
@@ -92,14 +92,10 @@ public:
 
 private:
     struct State;
-
-    /// What the new thread does: runs, reports what left Run, lets nothing out.
-    static void RunToEnd(IRunnable& runnable) noexcept;
-
     std::unique_ptr<State> m_state;
 };
 
-/// While it lives, the current thread cannot be interrupted; an interrupt asked for meanwhile takes effect at the next
+/// While it lives, the current thread cannot be interrupted; an interrupt requested meanwhile takes effect at the next
 /// wait or check after it. Sections nest.
 class NonInterruptibleSection
 {

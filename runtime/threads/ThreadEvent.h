@@ -18,7 +18,6 @@ public:
     };
 
     explicit ThreadEvent(Kind kind);
-    ~ThreadEvent();
     ThreadEvent(const ThreadEvent&) = delete;
     ThreadEvent& operator=(const ThreadEvent&) = delete;
 
@@ -28,11 +27,11 @@ public:
     /// An interruptible wait; throws TimeoutException.
     void Wait(std::uint32_t timeoutMs = Infinite);
 
-    WaitObject Object() const noexcept;
+    WaitObject Object() const noexcept { return {m_handle.Get(), m_kind}; }
 
 private:
-    NativeHandle m_handle;
-    Kind m_kind;
+    WaitObject::Kind m_kind;
+    SystemHandle<"qpr::ThreadEvent::~ThreadEvent", 19> m_handle;
 };
 
 } // namespace qpr

@@ -32,7 +32,7 @@ struct Wait::Watch
 
     void Add(const WaitObject& object) noexcept { objects[count++] = object; }
 
-    /// Whether the object itself is signalled; otherwise another one is, or it is late.
+    /// Whether the object itself is signalled; otherwise another one is, or the time is up.
     bool WaitForOwn(const wchar_t* location, std::uint32_t timeoutMs, int line) const
     {
         if (count == 1)
@@ -90,7 +90,7 @@ void Wait::For(const WaitObject& object, const wchar_t* location, int line) cons
         watch = AskAll(Begin(object, location), location);
 }
 
-/// Throws when the wait is over but for what the further objects say, which are not in the result yet.
+/// Throws when the wait is over, except for the further objects: they are not in the result yet.
 Wait::Watch Wait::Begin(const WaitObject& object, const wchar_t* location) const
 {
     Thread::CheckInterrupt();
@@ -110,7 +110,7 @@ Wait::Watch Wait::Begin(const WaitObject& object, const wchar_t* location) const
     return watch;
 }
 
-/// Asks the further objects that are signalled and adds the others.
+/// Calls what the signalled further objects mean, and adds the others to the watch.
 Wait::Watch Wait::AskAll(Watch watch, const wchar_t* location) const
 {
     for (std::size_t i = 0; i < m_furtherCount; ++i)

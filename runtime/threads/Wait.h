@@ -33,22 +33,21 @@ public:
     }
 
     /// Ends with a RuntimeError of this text (a literal) at that moment: all operations together are bounded, however
-    /// slowly they go on. Without a text it ends with a TimeoutException.
+    /// slowly they proceed. Without a text it ends with a TimeoutException.
     Wait& Until(const Deadline& deadline, const wchar_t* error = nullptr) noexcept;
 
-    /// What it means that a further object is signalled. Throws to end the wait; what it returns is for how many
-    /// milliseconds the wait may go on without that object, after which it is asked again. May be asked by any thread
-    /// that waits.
+    /// Called when a further object is signalled. It throws to end the wait, or returns for how many milliseconds the
+    /// wait goes on without that object before it is called again. Any thread that waits may call it.
     using Meaning = std::function<std::uint32_t()>;
 
-    /// Watches a further object, up to three. It outlives the wait and is one that a wait does not take the signal of.
+    /// Watches a further object; up to three. It outlives the wait, and waiting for it does not take its signal.
     Wait& Or(const WaitObject& object, Meaning meaning);
 
-    /// Looks for a few dozen microseconds before it sleeps. For the lines of a conversation: a peer on the same
-    /// computer answers sooner than a sleeping thread is woken. Other threads that want the processor get it meanwhile.
+    /// Spins for a few dozen microseconds before it sleeps, and yields the processor to others meanwhile. For the lines
+    /// of a conversation: a peer on the same computer answers sooner than a sleeping thread wakes.
     Wait& LookFirst() noexcept;
 
-    /// Throws when the wait is over, also when the operation would not block. To be asked before each one.
+    /// Throws when the wait is over, even if the operation would not block. Call it before each operation.
     void Check() const;
 
     /// Returns once the object is signalled, throws when something else ended the wait before. The location names the

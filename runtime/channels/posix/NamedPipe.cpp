@@ -3,7 +3,6 @@
 #include "runtime/channels/posix/SigPipeBlock.h"
 #include "runtime/text/CheckedIntCast.h"
 #include "runtime/text/Errors.h"
-#include "runtime/text/Panic.h"
 #include "runtime/threads/Thread.h"
 #include "runtime/threads/posix/Descriptor.h"
 
@@ -15,19 +14,14 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-// Our end is a non-blocking one: an operation is tried first, and a wait that can be interrupted stands
-// between two tries only when the pipe is empty or full.
+// Our end does not block: an operation is tried first, and only when the pipe is empty or full does a wait that can be
+// interrupted stand between two tries.
+
 namespace qpr
 {
 
 namespace
 {
-
-/// What the system closed counts as closed, also when a signal came in between.
-bool CloseDescriptor(NativeHandle handle) noexcept
-{
-    return close(DescriptorOf(handle)) == 0 || errno == EINTR;
-}
 
 bool StopBlocking(NativeHandle handle) noexcept
 {
@@ -35,18 +29,6 @@ bool StopBlocking(NativeHandle handle) noexcept
 }
 
 } // namespace
-
-PipeEnd::~PipeEnd()
-{
-    if (IsOpen() && !CloseDescriptor(m_handle))
-        Panic("CloseHandle(m_handle)", "qpr::PipeEnd::~PipeEnd");
-}
-
-void PipeEnd::Close()
-{
-    if (!CloseDescriptor(std::exchange(m_handle, {})))
-        ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
-}
 
 PipePair::PipePair(End serverEnd, End clientEnd)
 {
@@ -61,18 +43,6 @@ PipePair::PipePair(End serverEnd, End clientEnd)
         ThrowSystemError(L"CreateNamedPipe() failed", L"qpr::ServerPipeEnd::ServerPipeEnd", 173);
     }
 }
-
-struct IOReader::Overlapped
-{
-};
-
-IOReader::IOReader(NativeHandle handle, Wait wait)
-    : m_handle(handle)
-    , m_wait(std::move(wait))
-{
-}
-
-IOReader::~IOReader() = default;
 
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
@@ -100,6 +70,12 @@ bool PipeReader::InputPending()
     return entry.revents != 0;
 }
 
+std::size_t PipeReader::Available() const noexcept
+{
+    int count = 0;
+    return ioctl(DescriptorOf(m_handle), FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
+}
+
 namespace
 {
 
@@ -112,24 +88,6 @@ namespace
 }
 
 } // namespace
-
-std::size_t PipeReader::Available() const noexcept
-{
-    int count = 0;
-    return ioctl(DescriptorOf(m_handle), FIONREAD, &count) == 0 ? static_cast<std::size_t>(count) : 0;
-}
-
-struct IOWriter::Overlapped
-{
-};
-
-IOWriter::IOWriter(NativeHandle handle, Wait wait)
-    : m_handle(handle)
-    , m_wait(std::move(wait))
-{
-}
-
-IOWriter::~IOWriter() = default;
 
 void IOWriter::Write(const void* buffer, std::size_t size)
 {

@@ -2,11 +2,10 @@
 
 #include "runtime/channels/NativeSocket.h"
 #include "runtime/text/Errors.h"
-#include "runtime/text/posix/SocketErrors.h"
 
 #include <cerrno>
+#include <dlfcn.h>
 #include <poll.h>
-#include <unistd.h>
 
 // Sockets are non-blocking from their creation to their end: every operation is tried first, and what would block waits
 // through a Wait instead of in the system call.
@@ -27,15 +26,30 @@ bool WouldBlock(int error) noexcept
 Socket::LibraryUser::LibraryUser() = default;
 Socket::LibraryUser::~LibraryUser() = default;
 
-bool CloseSystemSocket(NativeHandle handle) noexcept
+bool Socket::Kind::Close(NativeHandle handle) noexcept
 {
-    return close(SystemSocketOf(handle)) == 0 || errno == EINTR;
+    return CloseSystemHandle(handle);
 }
 
 void PrepareToListen(NativeHandle handle)
 {
-    // Connections of a listener before that are still being wound up do not keep the port from us.
+    // The port may be taken although connections of an earlier listener are still being wound up.
     SetSocketOption(handle, SOL_SOCKET, SO_REUSEADDR, 1);
+}
+
+int CountReadable(NativeHandle handle) noexcept
+{
+    pollfd item{SystemSocketOf(handle), POLLIN, 0};
+    const int count = poll(&item, 1, 0);
+    return count < 0 && errno == EINTR ? 0 : count;
+}
+
+void KeepLoaded() noexcept
+{
+    Dl_info library{};
+    if (dladdr(reinterpret_cast<const void*>(&KeepLoaded), &library) != 0)
+        dlopen(
+            library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE); // fails for a program's own code, which stays
 }
 
 Socket Socket::Create(SocketAddress::Family family)
@@ -46,30 +60,11 @@ Socket Socket::Create(SocketAddress::Family family)
     return Socket(NativeHandle(descriptor));
 }
 
-std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
+Socket Socket::AcceptNext(NativeAddress& remoteAddress)
 {
-    NativeAddress native;
-    const int descriptor = accept4(SystemSocketOf(Handle()), native.Get(), &native.size, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (descriptor != -1)
-    {
-        if (remoteAddress)
-            *remoteAddress = native.ToSocketAddress();
-        return Socket(NativeHandle(descriptor));
-    }
-    switch (errno)
-    {
-    case EMFILE:
-    case ENFILE:
-    case ENOBUFS:
-    case ENOMEM:
-    case EBADF:
-    case EINVAL:
-    case ENOTSOCK:
-    case EOPNOTSUPP:
-        ThrowSocketError(L"accept() failed", L"qpr::Socket::TryAccept");
-    default:
-        return std::nullopt; // nobody there, or somebody who has gone again
-    }
+    const int listener = SystemSocketOf(Handle());
+    return Socket(
+        NativeHandle(accept4(listener, remoteAddress.Get(), &remoteAddress.size, SOCK_NONBLOCK | SOCK_CLOEXEC)));
 }
 
 void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
@@ -123,16 +118,6 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
         else if (errno != EINTR)
             ThrowSocketError(L"WSARecv() failed", L"qpr::SocketReader::Read");
     }
-}
-
-bool SocketReader::InputPending()
-{
-    m_wait.Check();
-    pollfd item{SystemSocketOf(m_socket.Handle()), POLLIN, 0};
-    const int count = poll(&item, 1, 0);
-    if (count == -1 && errno != EINTR)
-        ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
-    return count > 0;
 }
 
 void SocketWriter::Write(const void* buffer, std::size_t size)

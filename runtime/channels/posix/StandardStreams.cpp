@@ -15,23 +15,23 @@ namespace qpr
 namespace
 {
 
-const NativeHandle inputHandle(STDIN_FILENO);
+constexpr WaitObject inputObject(NativeHandle(STDIN_FILENO), WaitObject::Kind_Readable);
 
-/// A second opening of the pipe or terminal behind the standard output, so that its non-blocking mode is ours alone:
-/// the mode belongs to the open file, which we share with whoever started us. Invalid when there is none to be had;
-/// then the write itself may block.
+/// Opens the pipe or terminal behind the standard output once more, for a non-blocking mode of our own: the mode
+/// belongs to the open file, which we share with whoever started us. Not open where that cannot be done; then the write
+/// itself may block.
 PipeEnd ReopenOutput()
 {
     struct stat facts = {};
     const bool canBlock = ::fstat(STDOUT_FILENO, &facts) == 0 && (S_ISFIFO(facts.st_mode) || S_ISCHR(facts.st_mode));
-    const bool isForWriting = (::fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_RDONLY; // not so of a placeholder
+    const bool isForWriting = (::fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) != O_RDONLY; // false for a placeholder
     if (!canBlock || !isForWriting)
         return PipeEnd();
     const int descriptor = ::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     return descriptor < 0 ? PipeEnd() : PipeEnd(NativeHandle(descriptor));
 }
 
-/// Opened the wrong way round, so that using it fails as using a closed stream does.
+/// Opened for the wrong direction, so that using it fails as using a closed stream does.
 void OpenPlaceholder(int descriptor)
 {
     if (::fcntl(descriptor, F_GETFD) >= 0)
@@ -49,23 +49,14 @@ void ReserveStandardStreams()
 
 NativeHandle HandleOf(StandardStream stream) noexcept
 {
-    switch (stream)
-    {
-    case StandardStream::Input:
-        return NativeHandle(STDIN_FILENO);
-    case StandardStream::Output:
-        return NativeHandle(STDOUT_FILENO);
-    case StandardStream::Error:
-        break;
-    }
-    return NativeHandle(STDERR_FILENO);
+    return NativeHandle(static_cast<int>(stream));
 }
 
 std::size_t StandardInput::Read(void* buffer, std::size_t size)
 {
     for (;;)
     {
-        Thread::WaitForObject(WaitObject(inputHandle, WaitObject::Kind_Readable), L"qpr::StandardInput::Read");
+        Thread::WaitForObject(inputObject, L"qpr::StandardInput::Read");
         const ssize_t count = ::read(STDIN_FILENO, buffer, size);
         if (count >= 0)
             return static_cast<std::size_t>(count);
@@ -76,8 +67,7 @@ std::size_t StandardInput::Read(void* buffer, std::size_t size)
 
 bool StandardInput::InputPending()
 {
-    return Thread::TryWaitForObject(
-        WaitObject(inputHandle, WaitObject::Kind_Readable), L"qpr::StandardInput::InputPending", 0);
+    return Thread::TryWaitForObject(inputObject, L"qpr::StandardInput::InputPending", 0);
 }
 
 struct StandardOutput::State

@@ -3,7 +3,6 @@
 #include "runtime/channels/windows/OverlappedOperation.h"
 #include "runtime/text/CheckedIntCast.h"
 #include "runtime/text/Errors.h"
-#include "runtime/text/Panic.h"
 #include "runtime/threads/Thread.h"
 #include "runtime/threads/windows/Handle.h"
 
@@ -19,7 +18,7 @@ namespace qpr
 namespace
 {
 
-/// Nobody else has the name: the pair is at its address and the thread is busy with it.
+/// Unique: no other pair is at this address, and the thread makes one pipe at a time.
 std::wstring PipeName(const PipePair* pair)
 {
     wchar_t name[100];
@@ -59,21 +58,6 @@ bool IsEndOfData(DWORD error) noexcept
 
 } // namespace
 
-PipeEnd::~PipeEnd()
-{
-    if (IsOpen() && !CloseHandle(SystemHandleOf(m_handle)))
-        Panic("CloseHandle(m_handle)", "qpr::PipeEnd::~PipeEnd");
-}
-
-void PipeEnd::Close()
-{
-    const NativeHandle handle = std::exchange(m_handle, {});
-    if (!handle.IsValid())
-        ThrowSystemErrorWithNumber(L"CloseHandle() failed", L"qpr::PipeEnd::Close", ERROR_INVALID_HANDLE);
-    if (!CloseHandle(SystemHandleOf(handle)))
-        ThrowSystemError(L"CloseHandle() failed", L"qpr::PipeEnd::Close");
-}
-
 PipePair::PipePair(End serverEnd, End clientEnd)
 {
     const std::wstring name = PipeName(this);
@@ -81,26 +65,12 @@ PipePair::PipePair(End serverEnd, End clientEnd)
     client = OpenClientEnd(name, ModeOf(clientEnd));
 }
 
-struct IOReader::Overlapped
-{
-    OverlappedOperation operation;
-};
-
-IOReader::IOReader(NativeHandle handle, Wait wait)
-    : m_handle(handle)
-    , m_wait(std::move(wait))
-    , m_overlapped(std::make_unique<Overlapped>())
-{
-}
-
-IOReader::~IOReader() = default;
-
 std::size_t IOReader::Read(void* buffer, std::size_t size)
 {
     m_wait.Check();
     const HANDLE handle = SystemHandleOf(m_handle);
     const auto wanted = static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
-    OverlappedOperation& operation = m_overlapped->operation;
+    OverlappedOperation operation(m_ended);
     for (;;)
     {
         DWORD count = 0;
@@ -116,7 +86,7 @@ std::size_t IOReader::Read(void* buffer, std::size_t size)
         if (!isDone)
             ThrowSystemError(L"ReadFile/GetOverlappedResult() failed", L"qpr::IOReader::Read");
         if (count > 0 || wanted == 0)
-            return count; // a writer may also have written nothing, which is not the end
+            return count; // 0 bytes: a writer wrote nothing, which is not the end
     }
 }
 
@@ -129,6 +99,12 @@ bool PipeReader::InputPending()
     if (GetLastError() != ERROR_BROKEN_PIPE)
         ThrowSystemError(L"PeekNamedPipe() failed", L"qpr::PipeReader::InputPending", 265);
     return true;
+}
+
+std::size_t PipeReader::Available() const noexcept
+{
+    DWORD available = 0;
+    return PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr) ? available : 0;
 }
 
 namespace
@@ -167,35 +143,16 @@ void WritePiece(HANDLE handle, const void* buffer, std::uint32_t size, Overlappe
 
 } // namespace
 
-std::size_t PipeReader::Available() const noexcept
-{
-    DWORD available = 0;
-    return PeekNamedPipe(SystemHandleOf(m_handle), nullptr, 0, nullptr, &available, nullptr) ? available : 0;
-}
-
-struct IOWriter::Overlapped
-{
-    OverlappedOperation operation;
-};
-
-IOWriter::IOWriter(NativeHandle handle, Wait wait)
-    : m_handle(handle)
-    , m_wait(std::move(wait))
-    , m_overlapped(std::make_unique<Overlapped>())
-{
-}
-
-IOWriter::~IOWriter() = default;
-
 void IOWriter::Write(const void* buffer, std::size_t size)
 {
     const auto* next = static_cast<const char*>(buffer);
     m_wait.Check();
-    // Nothing is written of an empty buffer: a reader would take it for the end of the data.
+    OverlappedOperation operation(m_ended);
+    // An empty buffer is not written: a reader would take it for the end of the data.
     for (auto left = CheckedIntCast<std::uint32_t>(size); left != 0;)
     {
         const DWORD piece = PieceSize(left);
-        WritePiece(SystemHandleOf(m_handle), next, piece, m_overlapped->operation, m_wait);
+        WritePiece(SystemHandleOf(m_handle), next, piece, operation, m_wait);
         Thread::CheckInterrupt();
         next += piece;
         left -= piece;

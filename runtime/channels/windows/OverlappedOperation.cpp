@@ -5,8 +5,8 @@
 namespace qpr
 {
 
-OverlappedOperation::OverlappedOperation()
-    : m_ended(ThreadEvent::Kind_ManualReset)
+OverlappedOperation::OverlappedOperation(std::optional<ThreadEvent>& ended)
+    : m_ended(ended ? *ended : ended.emplace(ThreadEvent::Kind_ManualReset))
 {
 }
 
@@ -27,7 +27,7 @@ void OverlappedOperation::WaitForEnd(HANDLE handle, const std::function<void()>&
     {
         if (!CancelIo(handle))
             Panic("CancelIo(m_handle)", function, line);
-        // Until then the system may still write to the buffer and to the record.
+        // Until the operation has ended, the system may still write to the buffer and to the record.
         DWORD count = 0;
         GetOverlappedResult(handle, &m_record, &count, TRUE);
         throw;

@@ -5,16 +5,19 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace qpr
 {
 
-/// One read or write that may be under way while its thread waits, and the event that its end sets. Used by one thread
-/// at a time.
+/// Reads or writes, one after the other, each of which may be under way while its thread waits. Used by one thread at a
+/// time.
 class OverlappedOperation
 {
 public:
-    OverlappedOperation();
+    /// The event is set at an operation's end. It is created here when it does not exist, so that its owner can keep it
+    /// for later operations, and outlives this object.
+    explicit OverlappedOperation(std::optional<ThreadEvent>& ended);
 
     /// For the system call that starts the operation.
     OVERLAPPED* Begin() noexcept;
@@ -24,14 +27,14 @@ public:
     WaitObject Object() const noexcept { return m_ended.Object(); }
 
     /// Returns when the pending operation has ended. When the wait (for Object()) throws, the operation is cancelled
-    /// and over by the time this throws too. A cancel that fails is a panic in the given function.
+    /// and has ended by the time this throws too. A cancel that fails is a panic in the given function.
     void WaitForEnd(HANDLE handle, const std::function<void()>& wait, const char* function, int line);
 
     /// How many bytes the ended operation has moved. False, with the last error set, when it failed.
     bool TakeResult(HANDLE handle, DWORD& count) noexcept;
 
 private:
-    ThreadEvent m_ended;
+    const ThreadEvent& m_ended;
     OVERLAPPED m_record{};
 };
 

@@ -20,7 +20,8 @@ namespace qpr
 namespace
 {
 
-/// The library counts its users; Wine's does so without a lock and would close the sockets of those it forgot.
+/// Guards the library's count of its users: Wine counts without a lock, and closes all sockets when a lost count makes
+/// it 0 too early.
 Mutex userCount;
 
 void StartLibrary()
@@ -40,25 +41,19 @@ void LeaveLibrary() noexcept
         Panic("WSACleanup() == 0", "qpr::Socket::LibraryUser::~LibraryUser");
 }
 
-/// Servants that are started later are not to hold the socket.
+/// Servants that are started later must not hold the socket.
 void MakeNonInheritable(NativeHandle handle)
 {
     if (!SetHandleInformation(SystemHandleOf(handle), HANDLE_FLAG_INHERIT, 0))
         ThrowSystemError(L"SetHandleInformation() failed", L"qpr::`anonymous-namespace'::MakeNonInheritable");
 }
 
-void SetNonBlocking(NativeHandle handle)
+void SetBlocking(NativeHandle handle, bool isBlocking)
 {
-    u_long isNonBlocking = 1;
+    u_long isNonBlocking = isBlocking ? 0 : 1;
     if (ioctlsocket(SystemSocketOf(handle), FIONBIO, &isNonBlocking) != 0)
-        ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetNonBlocking");
-}
-
-void SetBlocking(NativeHandle handle)
-{
-    u_long isNonBlocking = 0;
-    if (ioctlsocket(SystemSocketOf(handle), FIONBIO, &isNonBlocking) != 0)
-        ThrowSocketError(L"ioctlsocket() failed", L"qpr::Socket::SetBlocking");
+        ThrowSocketError(
+            L"ioctlsocket() failed", isBlocking ? L"qpr::Socket::SetBlocking" : L"qpr::Socket::SetNonBlocking");
 }
 
 void EventSelect(NativeHandle handle, HANDLE event, long events)
@@ -108,7 +103,7 @@ Socket::LibraryUser::~LibraryUser()
     LeaveLibrary();
 }
 
-bool CloseSystemSocket(NativeHandle handle) noexcept
+bool Socket::Kind::Close(NativeHandle handle) noexcept
 {
     if (closesocket(SystemSocketOf(handle)) != 0)
         return false;
@@ -118,8 +113,20 @@ bool CloseSystemSocket(NativeHandle handle) noexcept
 
 void PrepareToListen(NativeHandle handle)
 {
-    SetNonBlocking(handle);
-    SetSocketOption(handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // or another program could listen there too
+    SetBlocking(handle, false);
+    SetSocketOption(handle, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, 1); // else another program could listen there too
+}
+
+int CountReadable(NativeHandle handle) noexcept
+{
+    return CountReadySockets(SystemSocketOf(handle), WaitObject::Kind_Readable);
+}
+
+void KeepLoaded() noexcept
+{
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+        reinterpret_cast<const wchar_t*>(&KeepLoaded), &library);
 }
 
 Socket Socket::Create(SocketAddress::Family family)
@@ -133,44 +140,28 @@ Socket Socket::Create(SocketAddress::Family family)
         ThrowSocketErrorWithNumber(L"WSASocket() failed", L"qpr::Socket::Create", error);
     }
     Socket socket(NativeHandle(static_cast<std::intptr_t>(created)));
-    MakeNonInheritable(socket.m_handle);
+    MakeNonInheritable(socket.Handle());
     return socket;
 }
 
-std::optional<Socket> Socket::TryAccept(SocketAddress* remoteAddress)
+Socket Socket::AcceptNext(NativeAddress& remoteAddress)
 {
-    NativeAddress native;
-    const SOCKET accepted = accept(SystemSocketOf(Handle()), native.Get(), &native.size);
-    if (accepted != INVALID_SOCKET)
-    {
-        StartLibrary();
-        Socket socket(NativeHandle(static_cast<std::intptr_t>(accepted)));
-        MakeNonInheritable(socket.Handle());
-        EventSelect(socket.Handle(), nullptr, 0); // it has the listener's
-        SetBlocking(socket.Handle());
-        if (remoteAddress)
-            *remoteAddress = native.ToSocketAddress();
-        return socket;
-    }
-    switch (WSAGetLastError())
-    {
-    case WSAEMFILE:
-    case WSAENOBUFS:
-    case WSAEINVAL:
-    case WSAENOTSOCK:
-    case WSAEOPNOTSUPP:
-    case WSANOTINITIALISED:
-        ThrowSocketError(L"accept() failed", L"qpr::Socket::TryAccept");
-    default:
-        return std::nullopt; // nobody there, or somebody who has gone again
-    }
+    const SOCKET accepted = accept(SystemSocketOf(Handle()), remoteAddress.Get(), &remoteAddress.size);
+    if (accepted == INVALID_SOCKET)
+        return Socket();
+    StartLibrary();
+    Socket socket(NativeHandle(static_cast<std::intptr_t>(accepted)));
+    MakeNonInheritable(socket.Handle());
+    EventSelect(socket.Handle(), nullptr, 0); // it has inherited the listener's
+    SetBlocking(socket.Handle(), true);
+    return socket;
 }
 
 void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
 {
     wait.Check();
     const NativeAddress native(address);
-    SetNonBlocking(Handle());
+    SetBlocking(Handle(), false);
     if (WSAConnect(SystemSocketOf(Handle()), native.Get(), native.size, nullptr, nullptr, nullptr, nullptr) != 0)
     {
         std::uint32_t error = LastSocketError();
@@ -179,7 +170,7 @@ void Socket::StartConnecting(const SocketAddress& address, const Wait& wait)
         if (error != 0)
             ThrowSocketErrorWithNumber(L"WSAConnect() failed", L"qpr::Socket::Connect", error);
     }
-    SetBlocking(Handle());
+    SetBlocking(Handle(), true);
 }
 
 void Socket::EnableKeepAlive()
@@ -194,7 +185,7 @@ void Socket::EnableKeepAlive()
 
 std::optional<std::size_t> Socket::TryPeek(void* buffer, std::size_t size) const
 {
-    if (CountReadySockets(SystemSocketOf(Handle()), WaitObject::Kind_Readable) <= 0)
+    if (CountReadable(Handle()) <= 0)
         return std::nullopt;
     const int count = recv(SystemSocketOf(Handle()), static_cast<char*>(buffer), CheckedIntCast<int>(size), MSG_PEEK);
     if (count >= 0)
@@ -216,7 +207,8 @@ DWORD Complete(const Socket& socket, const Wait& wait, Start start, const wchar_
     const char* panicFunction)
 {
     const HANDLE handle = SystemHandleOf(socket.Handle());
-    OverlappedOperation operation;
+    std::optional<ThreadEvent> ended; // each operation has its own, since two threads may use the socket
+    OverlappedOperation operation(ended);
     DWORD count = 0;
     if (start(SystemSocketOf(socket.Handle()), &count, operation.Begin()) == 0)
         return count;
@@ -244,15 +236,6 @@ std::size_t SocketReader::Read(void* buffer, std::size_t size)
     if (count == 0 && m_socket.HasBroken())
         ThrowSocketErrorWithNumber(L"WSARecv() failed", L"qpr::SocketReader::Read", WSAECONNRESET);
     return count;
-}
-
-bool SocketReader::InputPending()
-{
-    m_wait.Check();
-    const int count = CountReadySockets(SystemSocketOf(m_socket.Handle()), WaitObject::Kind_Readable);
-    if (count == SOCKET_ERROR)
-        ThrowSocketError(L"select() failed", L"qpr::SocketReader::InputPending");
-    return count > 0;
 }
 
 void SocketWriter::Write(const void* buffer, std::size_t size)

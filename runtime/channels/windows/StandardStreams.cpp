@@ -11,29 +11,16 @@
 #include <fcntl.h>
 #include <io.h>
 
-// Whoever started us has given us handles that are not overlapped, so that reads and writes wait in the system call; an
-// interrupt cancels that call.
+// The handles that we are started with are not overlapped: reads and writes wait in the system call, and an interrupt
+// cancels that call.
+
 namespace qpr
 {
 
 namespace
 {
 
-DWORD StreamNumber(StandardStream stream) noexcept
-{
-    switch (stream)
-    {
-    case StandardStream::Input:
-        return STD_INPUT_HANDLE;
-    case StandardStream::Output:
-        return STD_OUTPUT_HANDLE;
-    case StandardStream::Error:
-        break;
-    }
-    return STD_ERROR_HANDLE;
-}
-
-/// The console outlives the program, and others that share it expect its own code page.
+/// Restored at the end: the console outlives the program, and others that share it expect their code page.
 void UseUtf8UntilTheEnd() noexcept
 {
     static const UINT former = GetConsoleOutputCP();
@@ -46,14 +33,22 @@ HANDLE InputHandle() noexcept
     return GetStdHandle(STD_INPUT_HANDLE);
 }
 
+/// Of a call that may have been cancelled by an interrupt.
+[[noreturn]] void ThrowFailure(const wchar_t* text, const wchar_t* function, DWORD error)
+{
+    if (error == ERROR_OPERATION_ABORTED)
+        Thread::CheckInterrupt();
+    ThrowSystemErrorWithNumber(text, function, error);
+}
+
 } // namespace
 
 void ReserveStandardStreams()
 {
-    // A file never takes a standard stream's place here; but the C library's streams are to pass bytes as they are too.
+    // A file never takes a standard stream's place here. The C library's streams too must pass bytes as they are.
     for (FILE* const stream : {stdin, stdout, stderr})
         _setmode(_fileno(stream), _O_BINARY);
-    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX); // a crash is to end the program, not to wait for a click
+    SetErrorMode(GetErrorMode() | SEM_NOGPFAULTERRORBOX); // a crash ends the program without a box to click
     DWORD mode = 0;
     if (GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode))
         UseUtf8UntilTheEnd();
@@ -61,7 +56,8 @@ void ReserveStandardStreams()
 
 NativeHandle HandleOf(StandardStream stream) noexcept
 {
-    return NativeHandleOf(GetStdHandle(StreamNumber(stream)));
+    constexpr DWORD numbers[] = {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE};
+    return NativeHandleOf(GetStdHandle(numbers[static_cast<int>(stream)]));
 }
 
 std::size_t StandardInput::Read(void* buffer, std::size_t size)
@@ -74,9 +70,7 @@ std::size_t StandardInput::Read(void* buffer, std::size_t size)
     const DWORD error = GetLastError();
     if (error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF)
         return 0;
-    if (error == ERROR_OPERATION_ABORTED)
-        Thread::CheckInterrupt();
-    ThrowSystemErrorWithNumber(L"ReadFile() failed", L"qpr::StandardInput::Read", error);
+    ThrowFailure(L"ReadFile() failed", L"qpr::StandardInput::Read", error);
 }
 
 bool StandardInput::InputPending()
@@ -84,7 +78,7 @@ bool StandardInput::InputPending()
     Thread::CheckInterrupt();
     const HANDLE handle = InputHandle();
     if (GetFileType(handle) != FILE_TYPE_PIPE)
-        return WaitForSingleObject(handle, 0) == WAIT_OBJECT_0; // so of a file, always
+        return WaitForSingleObject(handle, 0) == WAIT_OBJECT_0; // a file is always signalled
     DWORD available = 0;
     return !PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr) || available > 0;
 }
@@ -110,12 +104,7 @@ void StandardOutput::Write(const void* buffer, std::size_t size)
         Thread::CheckInterrupt();
         DWORD count = 0;
         if (!WriteFile(m_state->handle, next, PieceSize(left), &count, nullptr))
-        {
-            const DWORD error = GetLastError();
-            if (error == ERROR_OPERATION_ABORTED)
-                Thread::CheckInterrupt();
-            ThrowSystemErrorWithNumber(L"WriteFile() failed", L"qpr::StandardOutput::Write", error);
-        }
+            ThrowFailure(L"WriteFile() failed", L"qpr::StandardOutput::Write", GetLastError());
         next += count;
         left -= count;
     }

@@ -16,7 +16,7 @@ bool IsTerminal(StandardStream stream)
     DWORD mode = 0;
     if (!GetConsoleMode(handle, &mode))
         return false;
-    // Cursor movement and colour have to be asked for; an old system's console does not know them.
+    // Cursor movement and colour must be switched on; the console of an old system does not know them.
     return stream == StandardStream::Input || SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
@@ -39,7 +39,7 @@ struct TerminalKeys::State
 {
     HANDLE input = SystemHandleOf(HandleOf(StandardStream::Input)); // not owned
     DWORD former = 0;
-    std::wstring halfPair; ///< the first half of a character whose second one is still to come
+    std::wstring halfPair; ///< a high surrogate whose low one is still to come
     std::string characters; ///< of keys that have been taken, not yet read
 };
 

@@ -38,7 +38,7 @@ Topology LoadTopology()
     hwloc_topology_set_all_types_filter(created, HWLOC_TYPE_FILTER_KEEP_NONE);
     hwloc_topology_set_type_filter(created, HWLOC_OBJ_PACKAGE, HWLOC_TYPE_FILTER_KEEP_ALL);
     hwloc_topology_set_type_filter(created, HWLOC_OBJ_CORE, HWLOC_TYPE_FILTER_KEEP_ALL);
-    // The application's threads run meanwhile: their binding stays as it is.
+    // Leaves the binding alone: the application's threads are running.
     hwloc_topology_set_flags(created,
         HWLOC_TOPOLOGY_FLAG_IS_THISSYSTEM | HWLOC_TOPOLOGY_FLAG_RESTRICT_TO_CPUBINDING
             | HWLOC_TOPOLOGY_FLAG_DONT_CHANGE_BINDING);
@@ -68,14 +68,7 @@ Processors ReadTopology()
     }
     processors.name = ProcessorName(topology);
     processors.logicalCount = std::max(Count(topology, HWLOC_OBJ_PU), 1u);
-    const std::uint32_t packageCount = Count(topology, HWLOC_OBJ_PACKAGE);
-    const std::uint32_t coreCount = Count(topology, HWLOC_OBJ_CORE);
-    if (packageCount > 0 && coreCount > 0 && coreCount % packageCount == 0)
-    {
-        processors.packageCount = packageCount;
-        processors.coresPerPackage = coreCount / packageCount;
-        processors.areHyperThreads = processors.logicalCount > coreCount;
-    }
+    processors.SetLayout(Count(topology, HWLOC_OBJ_PACKAGE), Count(topology, HWLOC_OBJ_CORE));
     return processors;
 }
 

@@ -17,7 +17,7 @@ namespace qpr::ComputerFacts
 namespace
 {
 
-/// The system's version as it is; other calls tell a program the one that it was made for.
+/// The system's real version: other calls return the version that a program was made for.
 RTL_OSVERSIONINFOEXW SystemVersion()
 {
     using GetVersion = NTSTATUS(NTAPI*)(RTL_OSVERSIONINFOEXW*);
@@ -29,10 +29,10 @@ RTL_OSVERSIONINFOEXW SystemVersion()
     return version;
 }
 
-/// One entry of what the system tells about its processors.
+/// One processor core or package.
 using ProcessorEntry = SYSTEM_LOGICAL_PROCESSOR_INFORMATION_EX;
 
-/// All entries of a kind, with the room that they lie in; no room when the system does not tell.
+/// All entries of a kind, and the memory that they lie in; empty when the system does not tell.
 class ProcessorEntries
 {
 public:
@@ -188,12 +188,7 @@ Processors GetProcessors()
     Processors processors;
     processors.name = ProcessorName();
     processors.logicalCount = std::max(logicalCount, 1u);
-    if (packageCount > 0 && coreCount % packageCount == 0)
-    {
-        processors.packageCount = packageCount;
-        processors.coresPerPackage = coreCount / packageCount;
-        processors.areHyperThreads = logicalCount > coreCount;
-    }
+    processors.SetLayout(packageCount, coreCount);
     return processors;
 }
 

@@ -29,4 +29,16 @@ bool NamedObjectsOutliveTheirUsers() noexcept
     return true;
 }
 
+SecurityDescriptor::SecurityDescriptor()
+    : m_buffer(std::make_unique<Buffer>())
+{
+}
+
+SecurityDescriptor::~SecurityDescriptor() = default;
+
+void SecurityDescriptor::GrantAllAccess()
+{
+    m_buffer->grantsAllAccess = true;
+}
+
 } // namespace qpr

@@ -10,10 +10,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// An event is a FIFO under /dev/shm, where the other objects are; a signal is a byte in it, and a full one is signalled
-// already. It exists while its creator holds a lock on it, which goes with that process however it ends; what a dead
-// creator left is taken over. Everybody opens it for reading and writing: a FIFO of one end only blocks, or ends the
-// writer by a signal.
+// An event is a FIFO under /dev/shm, beside the other objects; a signal is a byte in it, and a full FIFO is signalled
+// already. The event exists while its creator holds a lock on the file, which ends with that process in any case; a
+// file that a dead creator left is taken over. Everybody opens the FIFO for reading and writing: with one end only,
+// opening blocks, or a write ends the writer by a signal.
 
 namespace qpr
 {
@@ -23,10 +23,10 @@ using namespace posix;
 namespace
 {
 
-/// Somebody may make and remove a name as fast as we look for it.
+/// Bounded: somebody may create and remove a name as fast as we look for it.
 constexpr int maximumAttempts = 100;
 
-constexpr std::size_t capacity = 4096; // the least that the system gives
+constexpr std::size_t capacity = 4096; // of a FIFO: the least that the system offers
 
 int MakeFifo(const ObjectName& name, const SecurityDescriptor& security)
 {
@@ -35,7 +35,7 @@ int MakeFifo(const ObjectName& name, const SecurityDescriptor& security)
     const unsigned mode = FileMode(name, security);
     if (mkfifo(name.Path().c_str(), mode) != 0)
         return errno;
-    // Not left to the creation mode, which the process's umask narrows.
+    // The mode given at creation does not do: the process's umask narrows it.
     return fchmodat(AT_FDCWD, name.Path().c_str(), mode, 0) == 0 ? 0 : errno;
 }
 
@@ -47,7 +47,7 @@ struct flock WholeFile() noexcept
     return lock;
 }
 
-/// False when somebody has it.
+/// False when another process holds the lock.
 bool TryLock(int file) noexcept
 {
     struct flock lock = WholeFile();
@@ -60,7 +60,7 @@ bool IsLocked(int file) noexcept
     return fcntl(file, F_OFD_GETLK, &lock) != 0 || lock.l_type != F_UNLCK;
 }
 
-/// Takes what is in it. Bounded, since somebody may write as fast as we read.
+/// Takes all bytes out. Bounded, since somebody may write as fast as we read.
 void Drain(int fifo) noexcept
 {
     constexpr int maximumReads = 16;
@@ -75,7 +75,7 @@ void Drain(int fifo) noexcept
 struct ProcessEvent::State
 {
     State(FileDescriptor file, const ForkBlock& noFork, const ObjectName& fileName, bool isOurs)
-        : fifo(std::move(file), noFork)
+        : fifo(std::move(file), noFork, "qpr::ProcessEvent::~ProcessEvent")
         , name(fileName)
         , isCreator(isOurs)
     {
@@ -88,7 +88,7 @@ struct ProcessEvent::State
     bool isCreator;
 };
 
-/// The computer's events stay: only root could make them again.
+/// Leaves the computer's events: only root could create them again.
 void ProcessEvent::State::RemoveName() const noexcept
 {
     struct stat own, named;
@@ -139,7 +139,7 @@ bool ProcessEvent::TryCreate(const std::wstring& name, const SecurityDescriptor&
             return false;
         if (object.error != 0)
             ThrowObjectError(text, function, object.error, systemName);
-        const int fifo = object.file.Value();
+        const int fifo = DescriptorOf(object.file);
         if (!TryLock(fifo))
             return false;
         if (!HasLinks(fifo))
@@ -163,7 +163,7 @@ bool ProcessEvent::TryOpen(const std::wstring& name)
         return false;
     if (object.error != 0)
         ThrowObjectError(L"OpenMutex() failed", L"qpr::ProcessEvent::TryOpen", object.error, systemName);
-    if (!IsLocked(object.file.Value()))
+    if (!IsLocked(DescriptorOf(object.file)))
         return false;
     m_state = std::make_unique<State>(std::move(object.file), noFork, systemName, false);
     return true;
@@ -180,15 +180,8 @@ void ProcessEvent::Wait(std::uint32_t timeoutMs)
 {
     if (!m_state->isCreator)
         throw std::logic_error("qpr::ProcessEvent::Wait: not the creator");
-    const int fifo = m_state->fifo.Value();
-    Thread::WaitForObject(
-        WaitObject(NativeHandle(fifo), WaitObject::Kind_Readable), L"qpr::ProcessEvent::Wait", timeoutMs);
-    Drain(fifo);
-}
-
-bool ProcessEvent::HasName() const noexcept
-{
-    return HasLinks(m_state->fifo.Value());
+    Thread::WaitForObject({m_state->fifo.Get(), WaitObject::Kind_Readable}, L"qpr::ProcessEvent::Wait", timeoutMs);
+    Drain(m_state->fifo.Value());
 }
 
 void ProcessEvent::Close() noexcept
@@ -196,9 +189,12 @@ void ProcessEvent::Close() noexcept
     if (!m_state)
         return;
     m_state->RemoveName();
-    if (!m_state->fifo.Close())
-        Panic("CloseHandle(m_handle)", "qpr::ProcessEvent::~ProcessEvent");
     m_state.reset();
+}
+
+bool ProcessEvent::HasName() const noexcept
+{
+    return HasLinks(m_state->fifo.Value());
 }
 
 } // namespace qpr

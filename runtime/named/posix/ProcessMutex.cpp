@@ -13,11 +13,11 @@
 #include <thread>
 #include <unistd.h>
 
-// A lock of the kernel's on a file under /dev/shm, which goes free with its owner's process, behind one between this
-// process's threads, which the kernel does not tell apart. The file has two bytes. The first is 1 while the mutex is
-// owned: who finds it so, with the lock free, knows that an owner died inside. The second is 1 when somebody had to
-// wait since the last acquisition: who comes then waits too, or a process that uses the mutex all the time would keep
-// it.
+// Two locks in a row: one between this process's threads, which the kernel does not tell apart, then a file lock under
+// /dev/shm, which is released when its owner's process ends. The file has two bytes. The first is 1 while the mutex is
+// owned: a process that gets the file lock and finds the byte set knows that an owner died inside. The second is 1 when
+// somebody had to wait since the last acquisition: a process that comes then waits first, because one that uses the
+// mutex all the time would never let the others in.
 
 namespace qpr
 {
@@ -33,8 +33,8 @@ struct Content
     char isWanted = 0;
 };
 
-/// The mutex is mostly held for some microseconds: a waiter tries again at once, as long as that may be it, and then
-/// after pauses. It looks for an interrupt as often.
+/// The mutex is mostly held for microseconds: a waiter spins a few times, then pauses between its tries. It checks for
+/// an interrupt at each try.
 constexpr int eagerTries = 16;
 constexpr std::chrono::microseconds pauseBetweenTries(200);
 
@@ -43,16 +43,11 @@ constexpr std::chrono::microseconds pauseBetweenTries(200);
 struct ProcessMutex::State
 {
     State(FileDescriptor opened, const ForkBlock& noFork)
-        : file(std::move(opened), noFork)
+        : file(std::move(opened), noFork, "qpr::ProcessMutex::~ProcessMutex")
     {
-    }
-    ~State()
-    {
-        if (!file.Close())
-            Panic("CloseHandle(m_handle)", "qpr::ProcessMutex::~ProcessMutex");
     }
 
-    /// 0, EBUSY, EOWNERDEAD (the mutex is free again) or what else the system says.
+    /// 0, EBUSY, EOWNERDEAD (the mutex is free again) or the system's error number.
     int TryLock(bool hasWaited) noexcept;
     int TryLockFile(bool hasWaited) noexcept;
     int TakeOver(bool hasWaited) noexcept;
@@ -89,7 +84,7 @@ int ProcessMutex::State::TryLockFile(bool hasWaited) noexcept
     return error;
 }
 
-/// What the lock's owner finds in the file.
+/// Continues with what the file says. Requires: the file lock is held.
 int ProcessMutex::State::TakeOver(bool hasWaited) noexcept
 {
     Content content;

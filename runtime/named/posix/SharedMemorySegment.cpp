@@ -2,7 +2,6 @@
 
 #include "runtime/named/posix/SharedObject.h"
 #include "runtime/text/Errors.h"
-#include "runtime/text/Panic.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,8 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// A file under /dev/shm that is never mapped: a mapped file that somebody else cuts short ends the process that touches
-// it.
+// A file under /dev/shm that is never mapped: when somebody truncates a mapped file, the process that touches it is
+// ended.
 
 namespace qpr
 {
@@ -20,7 +19,10 @@ using namespace posix;
 
 struct SharedMemorySegment::FileMapping
 {
-    FileDescriptor file;
+    /// Throws when the object could not be opened.
+    FileMapping(SharedObject object, ObjectName objectName);
+
+    SystemHandle<"qpr::SharedMemorySegment::FileMapping::~FileMapping"> file;
     ObjectName name;
 };
 
@@ -36,21 +38,20 @@ std::size_t InWholePages(std::size_t size)
 constexpr wchar_t mappingText[] = L"CreateFileMapping() failed";
 constexpr wchar_t mappingFunction[] = L"qpr::SharedMemorySegment::FileMapping::FileMapping";
 
-FileDescriptor FileOf(SharedObject object, const ObjectName& name)
+} // namespace
+
+SharedMemorySegment::FileMapping::FileMapping(SharedObject object, ObjectName objectName)
+    : file(object.file.Release())
+    , name(std::move(objectName))
 {
     if (object.error != 0)
         ThrowObjectError(mappingText, mappingFunction, object.error, name);
-    return std::move(object.file);
 }
-
-} // namespace
 
 SharedMemorySegment::SharedMemorySegment(
     const std::wstring& name, std::size_t minimumSize, const SecurityDescriptor& security)
-    : SharedMemorySegment(
-        std::make_unique<FileMapping>(
-            FileMapping{FileOf(OpenOrCreateSharedObject(ObjectName(name), minimumSize, security), ObjectName(name)),
-                ObjectName(name)}),
+    : SharedMemorySegment(std::make_unique<FileMapping>(
+                              OpenOrCreateSharedObject(ObjectName(name), minimumSize, security), ObjectName(name)),
         name, minimumSize)
 {
 }
@@ -62,9 +63,8 @@ std::unique_ptr<const SharedMemorySegment> SharedMemorySegment::TryOpenReadOnly(
     SharedObject object = OpenSharedObject(systemName, Access::ReadOnly);
     if (object.IsAbsent(systemName))
         return nullptr;
-    return std::unique_ptr<const SharedMemorySegment>(new SharedMemorySegment(
-        std::make_unique<FileMapping>(FileMapping{FileOf(std::move(object), systemName), systemName}), name,
-        minimumSize));
+    return std::unique_ptr<const SharedMemorySegment>(
+        new SharedMemorySegment(std::make_unique<FileMapping>(std::move(object), systemName), name, minimumSize));
 }
 
 SharedMemorySegment::SharedMemorySegment(
@@ -72,7 +72,7 @@ SharedMemorySegment::SharedMemorySegment(
     : m_mapping(std::move(mapping))
 {
     struct stat status;
-    if (fstat(m_mapping->file.Value(), &status) != 0)
+    if (fstat(DescriptorOf(m_mapping->file), &status) != 0)
         ThrowSystemError(mappingText, mappingFunction);
     const std::size_t size = InWholePages(static_cast<std::size_t>(status.st_size));
     if (size < minimumSize)
@@ -81,15 +81,11 @@ SharedMemorySegment::SharedMemorySegment(
             + RemovalNote(m_mapping->name));
 }
 
-SharedMemorySegment::~SharedMemorySegment()
-{
-    if (!m_mapping->file.Close())
-        Panic("CloseHandle(m_handle)", "qpr::SharedMemorySegment::FileMapping::~FileMapping");
-}
+SharedMemorySegment::~SharedMemorySegment() = default;
 
 void SharedMemorySegment::Read(void* to, std::size_t size) const
 {
-    const ssize_t count = pread(m_mapping->file.Value(), to, size, 0);
+    const ssize_t count = pread(DescriptorOf(m_mapping->file), to, size, 0);
     if (count < 0)
         ThrowObjectError(L"ReadFile() failed", L"qpr::SharedMemorySegment::Read", errno, m_mapping->name);
     std::memset(static_cast<char*>(to) + count, 0, size - static_cast<std::size_t>(count));
@@ -97,7 +93,7 @@ void SharedMemorySegment::Read(void* to, std::size_t size) const
 
 void SharedMemorySegment::Write(std::size_t offset, const void* from, std::size_t size)
 {
-    const ssize_t count = pwrite(m_mapping->file.Value(), from, size, static_cast<off_t>(offset));
+    const ssize_t count = pwrite(DescriptorOf(m_mapping->file), from, size, static_cast<off_t>(offset));
     if (count != static_cast<ssize_t>(size))
         ThrowObjectError(
             L"WriteFile() failed", L"qpr::SharedMemorySegment::Write", count < 0 ? errno : ENOSPC, m_mapping->name);
@@ -105,7 +101,7 @@ void SharedMemorySegment::Write(std::size_t offset, const void* from, std::size_
 
 bool SharedMemorySegment::HasName() const noexcept
 {
-    return HasLinks(m_mapping->file.Value());
+    return HasLinks(DescriptorOf(m_mapping->file));
 }
 
 } // namespace qpr

@@ -1,7 +1,7 @@
 #include "runtime/named/posix/SharedObject.h"
 
-#include "runtime/named/posix/SecurityDescriptorBuffer.h"
 #include "runtime/text/Errors.h"
+#include "runtime/text/Panic.h"
 #include "runtime/text/Utf8.h"
 
 #include <cerrno>
@@ -24,7 +24,7 @@ namespace
 constexpr wchar_t globalPrefix[] = L"Global\\";
 constexpr wchar_t localPrefix[] = L"Local\\";
 
-/// Somebody may make and remove an object as fast as we look for it.
+/// Bounded: somebody may create and remove an object as fast as we look for it.
 constexpr int maximumAttempts = 100;
 
 SharedObject Failure(int error)
@@ -32,12 +32,7 @@ SharedObject Failure(int error)
     return {FileDescriptor(), error};
 }
 
-SharedObject Success(FileDescriptor file)
-{
-    return {std::move(file), 0};
-}
-
-/// What refused to be opened: a stranger's file counts as that, whatever it refused us with.
+/// For a file that could not be opened: EPERM when it is not trusted, whatever the system's error was.
 SharedObject Refusal(const ObjectName& name, FileKind kind, int error)
 {
     struct stat status;
@@ -45,31 +40,31 @@ SharedObject Refusal(const ObjectName& name, FileKind kind, int error)
     return Failure(isStrange ? EPERM : error);
 }
 
-/// The object without a name yet.
+/// The object, still without a name.
 SharedObject BuildObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security)
 {
     if (name.isGlobal && geteuid() != 0)
         return Failure(EPERM);
-    FileDescriptor file(open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    FileDescriptor file(HandleOf(open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600)));
     if (!file.IsValid())
         return Failure(errno);
-    // Not left to the creation mode, which the process's umask narrows.
-    if (fchmod(file.Value(), FileMode(name, security)) != 0)
+    // The mode given at creation does not do: the process's umask narrows it.
+    if (fchmod(DescriptorOf(file), FileMode(name, security)) != 0)
         return Failure(errno);
-    // Takes the memory now: a full file system is told here, and not at some later write.
-    if (const int error = posix_fallocate(file.Value(), 0, static_cast<off_t>(size)))
+    // Takes the memory now, so that a full file system is an error here and not at some later write.
+    if (const int error = posix_fallocate(DescriptorOf(file), 0, static_cast<off_t>(size)))
         return Failure(error);
-    return Success(std::move(file));
+    return SharedObject{std::move(file)};
 }
 
 int GiveName(const FileDescriptor& file, const ObjectName& name)
 {
-    const std::string nameless = "/proc/self/fd/" + std::to_string(file.Value());
+    const std::string nameless = "/proc/self/fd/" + std::to_string(DescriptorOf(file));
     const int result = linkat(AT_FDCWD, nameless.c_str(), AT_FDCWD, name.Path().c_str(), AT_SYMLINK_FOLLOW);
     return result == 0 ? 0 : errno;
 }
 
-/// The descriptors that a forked child closes. Its mutex is held over a fork, so that the child finds the list whole.
+/// The descriptors that a forked child closes. The mutex is held during a fork, so that the child's list is whole.
 struct LockRegistry
 {
     static LockRegistry& Get()
@@ -93,15 +88,16 @@ private:
     static void CloseAll()
     {
         for (LockDescriptor* descriptor : Get().descriptors)
-            descriptor->Close();
+            descriptor->CloseCopy();
         Unlock();
     }
 };
 
 } // namespace
 
-LockDescriptor::LockDescriptor(FileDescriptor file, const ForkBlock&)
+LockDescriptor::LockDescriptor(FileDescriptor file, const ForkBlock&, const char* destructor)
     : m_file(std::move(file))
+    , m_destructor(destructor)
 {
     LockRegistry::Get().descriptors.insert(this);
 }
@@ -109,6 +105,8 @@ LockDescriptor::LockDescriptor(FileDescriptor file, const ForkBlock&)
 LockDescriptor::~LockDescriptor()
 {
     const ForkBlock noFork;
+    if (m_file.IsValid() && !m_file.Close())
+        Panic("CloseHandle(m_handle)", m_destructor);
     LockRegistry::Get().descriptors.erase(this);
 }
 
@@ -120,12 +118,6 @@ ForkBlock::ForkBlock()
 ForkBlock::~ForkBlock()
 {
     LockRegistry::Get().mutex.unlock();
-}
-
-bool FileDescriptor::Close() noexcept
-{
-    const int value = std::exchange(m_value, -1);
-    return value < 0 || close(value) == 0;
 }
 
 ObjectName::ObjectName(const std::wstring& name)
@@ -158,20 +150,20 @@ bool SharedObject::IsAbsent(const ObjectName& name) const noexcept
 SharedObject OpenSharedObject(const ObjectName& name, Access access, FileKind kind)
 {
     const int mode = access == Access::ReadOnly ? O_RDONLY : O_RDWR;
-    FileDescriptor file(open(name.Path().c_str(), mode | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    FileDescriptor file(HandleOf(open(name.Path().c_str(), mode | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY)));
     if (!file.IsValid())
         return Refusal(name, kind, errno);
     struct stat status;
-    if (fstat(file.Value(), &status) != 0)
+    if (fstat(DescriptorOf(file), &status) != 0)
         return Failure(errno);
-    return IsTrusted(name, kind, status) ? Success(std::move(file)) : Failure(EPERM);
+    return IsTrusted(name, kind, status) ? SharedObject{std::move(file)} : Failure(EPERM);
 }
 
 SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security)
 {
     for (int attempt = 0; attempt < maximumAttempts; ++attempt)
     {
-        // Opened without O_CREAT first: a sticky directory's protection refuses that for other users' files.
+        // Opened without O_CREAT first: a sticky directory refuses that for other users' files.
         SharedObject existing = OpenSharedObject(name, Access::ReadWrite);
         if (existing.error != ENOENT)
             return existing;

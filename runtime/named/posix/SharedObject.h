@@ -1,45 +1,30 @@
 #pragma once
 
 #include "runtime/named/SecurityDescriptor.h"
+#include "runtime/threads/posix/Descriptor.h"
 
 #include <cstddef>
 #include <string>
-#include <utility>
 
 struct stat;
 
-/// Named objects of this system's users, as files under /dev/shm. "Global\" names belong to the computer: only root
-/// makes them, and one that somebody else owns is not trusted. All others belong to one user, whose id is part of the
-/// file's name. Memory and mutexes appear whole or not at all, and outlive their users.
+namespace qpr
+{
+
+struct SecurityDescriptor::Buffer
+{
+    bool grantsAllAccess = false;
+};
+
+} // namespace qpr
+
+/// Named objects as files under /dev/shm. "Global\" names belong to the computer: only root creates them, and a file of
+/// that name that somebody else owns is not trusted. All other names belong to one user, whose id is part of the file's
+/// name. Memory and mutexes appear whole or not at all, and outlive their users.
 namespace qpr::posix
 {
 
-/// A descriptor, owned. Closing may fail; who cares calls Close.
-class FileDescriptor
-{
-public:
-    explicit FileDescriptor(int value = -1) noexcept
-        : m_value(value)
-    {
-    }
-    FileDescriptor(FileDescriptor&& other) noexcept
-        : m_value(std::exchange(other.m_value, -1))
-    {
-    }
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept
-    {
-        std::swap(m_value, other.m_value);
-        return *this;
-    }
-    ~FileDescriptor() { Close(); }
-
-    bool Close() noexcept; ///< false when the system refuses
-    bool IsValid() const noexcept { return m_value >= 0; }
-    int Value() const noexcept { return m_value; }
-
-private:
-    int m_value;
-};
+using FileDescriptor = SystemHandle<"qpr::posix::FileDescriptor::~FileDescriptor">;
 
 /// While it lives no other thread forks. For a few system calls only; not recursive.
 class ForkBlock
@@ -51,22 +36,26 @@ public:
     ForkBlock& operator=(const ForkBlock&) = delete;
 };
 
-/// A descriptor whose lock goes with this process: a forked child closes its copy at once, since a lock stays as long
+/// A descriptor whose lock ends with this process: a forked child closes its copy at once, since a lock stays as long
 /// as any copy of its descriptor does. The child's object is left without a descriptor. The block lasts from before the
-/// opening, so that no child gets a copy that it does not know of.
+/// file is opened, so that no child gets an unknown copy. The panic of a failed close names the destructor, a literal.
 class LockDescriptor
 {
 public:
-    LockDescriptor(FileDescriptor file, const ForkBlock& noFork);
+    LockDescriptor(FileDescriptor file, const ForkBlock& noFork, const char* destructor);
     ~LockDescriptor();
     LockDescriptor(const LockDescriptor&) = delete;
     LockDescriptor& operator=(const LockDescriptor&) = delete;
 
-    int Value() const noexcept { return m_file.Value(); }
-    bool Close() noexcept { return m_file.Close(); }
+    int Value() const noexcept { return DescriptorOf(m_file); }
+    NativeHandle Get() const noexcept { return m_file.Get(); }
+
+    /// In a forked child.
+    void CloseCopy() noexcept { m_file.Close(); }
 
 private:
     FileDescriptor m_file;
+    const char* const m_destructor;
 };
 
 /// A name as this system knows it.
@@ -85,16 +74,16 @@ enum class FileKind
     Fifo,
 };
 
-/// Whether the file may be what the name stands for.
+/// Whether the file's kind and owner are those of the named object.
 bool IsTrusted(const ObjectName& name, FileKind kind, const struct stat& status) noexcept;
 
-/// What opening came to: a descriptor or an error number; EPERM for what is not trusted.
+/// The result of opening: a descriptor or an error number; EPERM for a file that is not trusted.
 struct SharedObject
 {
     FileDescriptor file;
     int error = 0;
 
-    /// Whether nobody has made the object; a computer's object that is not trusted counts as not made.
+    /// Whether nobody has created the object. A computer's object that is not trusted counts as not created.
     bool IsAbsent(const ObjectName& name) const noexcept;
 };
 
@@ -106,10 +95,10 @@ enum class Access
 
 SharedObject OpenSharedObject(const ObjectName& name, Access access, FileKind kind = FileKind::Regular);
 
-/// Opens the object or makes it with that many bytes, all 0.
+/// Opens the object or creates it with that many bytes, all 0.
 SharedObject OpenOrCreateSharedObject(const ObjectName& name, std::size_t size, const SecurityDescriptor& security);
 
-/// What the object's file is to be allowed.
+/// The permissions of the object's file.
 unsigned FileMode(const ObjectName& name, const SecurityDescriptor& security) noexcept;
 
 /// Whether the open file can still be found by a name.
@@ -118,13 +107,13 @@ bool HasLinks(int file) noexcept;
 /// "name (number)", or the number alone.
 std::wstring UserName(unsigned user);
 
-/// The file and its owner, and what to do about one that is in the way; empty when nothing is.
+/// For a file that is in the way: its name, its owner and what to do about it. Empty when nothing is in the way.
 std::wstring ObstacleAt(const ObjectName& name, FileKind kind);
 
-/// The end of a message about an object that is of no use: its file and owner, and to remove it.
+/// The end of a message about an object that cannot be used: its file and owner, and that it has to be removed.
 std::wstring RemovalNote(const ObjectName& name);
 
-/// Throws a system error about the object's file, with what a person needs to mend it.
+/// Throws a system error about the object's file, with a note that helps a person to mend it.
 [[noreturn]] void ThrowObjectError(
     const wchar_t* text, const wchar_t* function, int error, const ObjectName& name, int line = __builtin_LINE());
 

@@ -1,9 +1,8 @@
 #include "runtime/named/NamedObject.h"
 
+#include "runtime/named/windows/SecurityDescriptorBuffer.h"
 #include "runtime/text/Errors.h"
 #include "runtime/threads/windows/Handle.h"
-
-#include <array>
 
 namespace qpr
 {
@@ -11,18 +10,18 @@ namespace qpr
 namespace
 {
 
-OwnedHandle Open(const std::wstring& name, NamedObjectKind kind)
+HANDLE Open(const std::wstring& name, NamedObjectKind kind) noexcept
 {
     switch (kind)
     {
     case NamedObjectKind::Memory:
-        return OwnedHandle(OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, name.c_str()));
+        return OpenFileMappingW(FILE_MAP_READ | FILE_MAP_WRITE, FALSE, name.c_str());
     case NamedObjectKind::Mutex:
-        return OwnedHandle(OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
+        return OpenMutexW(SYNCHRONIZE, FALSE, name.c_str());
     case NamedObjectKind::Event:
-        return OwnedHandle(OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str()));
+        return OpenEventW(EVENT_MODIFY_STATE, FALSE, name.c_str());
     }
-    return OwnedHandle();
+    return nullptr;
 }
 
 } // namespace
@@ -31,7 +30,7 @@ NamedObjectStatus DescribeNamedObject(const std::wstring& name, NamedObjectKind 
 {
     NamedObjectStatus status;
     status.location = name;
-    const OwnedHandle handle = Open(name, kind);
+    const SystemHandle<"qpr::DescribeNamedObject"> handle(NativeHandleOf(Open(name, kind)));
     const DWORD error = GetLastError();
     status.exists = handle.IsValid();
     if (!status.exists && error != ERROR_FILE_NOT_FOUND)
@@ -43,6 +42,40 @@ NamedObjectStatus DescribeNamedObject(const std::wstring& name, NamedObjectKind 
 bool NamedObjectsOutliveTheirUsers() noexcept
 {
     return false;
+}
+
+SecurityDescriptor::SecurityDescriptor()
+    : m_buffer(std::make_unique<Buffer>())
+{
+    if (!InitializeSecurityDescriptor(m_buffer->descriptor, SECURITY_DESCRIPTOR_REVISION))
+        ThrowSystemError(L"InitializeSecurityDescriptor() failed", L"qpr::SecurityDescriptor::SecurityDescriptor");
+}
+
+SecurityDescriptor::~SecurityDescriptor() = default;
+
+void SecurityDescriptor::GrantAllAccess()
+{
+    // An access list that is present and null refuses nobody.
+    if (!SetSecurityDescriptorDacl(m_buffer->descriptor, TRUE, nullptr, FALSE))
+        ThrowSystemError(L"SetSecurityDescriptorDacl() failed", L"qpr::SecurityDescriptor::GrantAllAccess");
+}
+
+SecurityDescriptor::Buffer::Buffer()
+    : descriptor(LocalAlloc(LPTR, SECURITY_DESCRIPTOR_MIN_LENGTH))
+    , attributes{sizeof(SECURITY_ATTRIBUTES), descriptor, FALSE}
+{
+    if (!descriptor)
+        ThrowSystemError(L"LocalAlloc() failed", L"qpr::SecurityDescriptor::Buffer::Buffer");
+}
+
+SecurityDescriptor::Buffer::~Buffer()
+{
+    LocalFree(descriptor);
+}
+
+SECURITY_ATTRIBUTES* AttributesOf(const SecurityDescriptor& security) noexcept
+{
+    return const_cast<SECURITY_ATTRIBUTES*>(&security.GetBuffer().attributes); // which the system only reads
 }
 
 } // namespace qpr

@@ -12,7 +12,7 @@ namespace qpr
 
 struct ProcessEvent::State
 {
-    OwnedHandle handle;
+    SystemHandle<"qpr::ProcessEvent::~ProcessEvent"> handle;
     bool isCreator;
 };
 
@@ -33,16 +33,18 @@ bool ProcessEvent::TryCreate(const std::wstring& name, const SecurityDescriptor&
 {
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessEvent::Create");
-    OwnedHandle handle(CreateEventW(AttributesOf(security), FALSE, FALSE, name.c_str()));
+    State created{
+        decltype(State::handle)(NativeHandleOf(CreateEventW(AttributesOf(security), FALSE, FALSE, name.c_str()))),
+        true};
     const DWORD error = GetLastError();
-    // Refused, or of another kind: somebody has the name as well.
-    const bool isTaken = handle.IsValid() ? error == ERROR_ALREADY_EXISTS
-                                          : error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_HANDLE;
+    // The name is also taken when the event is refused to us, or is an object of another kind.
+    const bool isTaken = created.handle.IsValid() ? error == ERROR_ALREADY_EXISTS
+                                                  : error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_HANDLE;
     if (isTaken)
         return false;
-    if (!handle.IsValid())
+    if (!created.handle.IsValid())
         ThrowSystemErrorWithNumber(L"CreateEvent() failed", L"qpr::ProcessEvent::Create", error);
-    m_state = std::make_unique<State>(State{std::move(handle), true});
+    m_state = std::make_unique<State>(std::move(created));
     return true;
 }
 
@@ -50,20 +52,22 @@ bool ProcessEvent::TryOpen(const std::wstring& name)
 {
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessEvent::TryOpen");
-    OwnedHandle handle(OpenEventW(SYNCHRONIZE | EVENT_MODIFY_STATE, FALSE, name.c_str()));
-    if (!handle.IsValid())
+    State opened{
+        decltype(State::handle)(NativeHandleOf(OpenEventW(SYNCHRONIZE | EVENT_MODIFY_STATE, FALSE, name.c_str()))),
+        false};
+    if (!opened.handle.IsValid())
     {
         if (GetLastError() == ERROR_FILE_NOT_FOUND)
             return false;
         ThrowSystemError(L"OpenMutex() failed", L"qpr::ProcessEvent::TryOpen");
     }
-    m_state = std::make_unique<State>(State{std::move(handle), false});
+    m_state = std::make_unique<State>(std::move(opened));
     return true;
 }
 
 void ProcessEvent::Signal()
 {
-    if (!SetEvent(m_state->handle.Value()))
+    if (!SetEvent(SystemHandleOf(m_state->handle)))
         ThrowSystemError(L"SetEvent() failed", L"qpr::ProcessEvent::Signal");
 }
 
@@ -71,20 +75,17 @@ void ProcessEvent::Wait(std::uint32_t timeoutMs)
 {
     if (!m_state->isCreator)
         throw std::logic_error("qpr::ProcessEvent::Wait: not the creator");
-    Thread::WaitForObject(
-        {m_state->handle.Native(), WaitObject::Kind_AutoReset}, L"qpr::ProcessEvent::Wait", timeoutMs);
+    Thread::WaitForObject({m_state->handle.Get(), WaitObject::Kind_AutoReset}, L"qpr::ProcessEvent::Wait", timeoutMs);
 }
 
 void ProcessEvent::Close() noexcept
 {
-    if (m_state && !m_state->handle.Close())
-        Panic("CloseHandle(m_handle)", "qpr::ProcessEvent::~ProcessEvent");
     m_state.reset();
 }
 
 bool ProcessEvent::HasName() const noexcept
 {
-    return true; // as long as anybody has it open
+    return true; // a name lasts as long as anybody has the object open
 }
 
 } // namespace qpr

@@ -10,19 +10,7 @@ namespace qpr
 
 struct ProcessMutex::State
 {
-    explicit State(OwnedHandle owned) noexcept
-        : handle(std::move(owned))
-    {
-    }
-    ~State()
-    {
-        if (!handle.Close())
-            Panic("CloseHandle(m_handle)", "qpr::ProcessMutex::~ProcessMutex");
-    }
-    State(const State&) = delete;
-    State& operator=(const State&) = delete;
-
-    OwnedHandle handle;
+    SystemHandle<"qpr::ProcessMutex::~ProcessMutex"> handle;
 };
 
 ProcessMutex::ProcessMutex() noexcept = default;
@@ -33,42 +21,42 @@ void ProcessMutex::OpenOrCreate(const std::wstring& name, const SecurityDescript
 {
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessMutex::OpenOrCreate");
-    OwnedHandle handle(CreateMutexW(AttributesOf(security), FALSE, name.c_str()));
-    if (!handle.IsValid())
+    State opened{decltype(State::handle)(NativeHandleOf(CreateMutexW(AttributesOf(security), FALSE, name.c_str())))};
+    if (!opened.handle.IsValid())
         ThrowSystemError(L"CreateMutex() failed", L"qpr::ProcessMutex::OpenOrCreate");
-    m_state = std::make_unique<State>(std::move(handle));
+    m_state = std::make_unique<State>(std::move(opened));
 }
 
 bool ProcessMutex::TryOpen(const std::wstring& name)
 {
     if (m_state)
         Panic("m_handle == NULL", "qpr::ProcessMutex::TryOpen");
-    OwnedHandle handle(OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
-    if (!handle.IsValid())
+    State opened{decltype(State::handle)(NativeHandleOf(OpenMutexW(SYNCHRONIZE, FALSE, name.c_str())))};
+    if (!opened.handle.IsValid())
     {
         if (GetLastError() == ERROR_FILE_NOT_FOUND)
             return false;
         ThrowSystemError(L"OpenMutex() failed", L"qpr::ProcessMutex::TryOpen");
     }
-    m_state = std::make_unique<State>(std::move(handle));
+    m_state = std::make_unique<State>(std::move(opened));
     return true;
 }
 
 void ProcessMutex::Acquire(std::uint32_t timeoutMs)
 {
     Thread::WaitForObject(
-        {m_state->handle.Native(), WaitObject::Kind_AutoReset}, L"qpr::ProcessMutex::Acquire", timeoutMs);
+        {m_state->handle.Get(), WaitObject::Kind_AutoReset}, L"qpr::ProcessMutex::Acquire", timeoutMs);
 }
 
 void ProcessMutex::Release()
 {
-    if (!ReleaseMutex(m_state->handle.Value()))
+    if (!ReleaseMutex(SystemHandleOf(m_state->handle)))
         ThrowSystemError(L"ReleaseMutex() failed", L"qpr::ProcessMutex::Release");
 }
 
 bool ProcessMutex::HasName() const noexcept
 {
-    return true; // as long as anybody has it open
+    return true; // a name lasts as long as anybody has the object open
 }
 
 } // namespace qpr

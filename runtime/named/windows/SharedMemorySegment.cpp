@@ -11,9 +11,16 @@
 namespace qpr
 {
 
+namespace
+{
+
+using Mapping = SystemHandle<"qpr::SharedMemorySegment::FileMapping::~FileMapping">;
+
+}
+
 struct SharedMemorySegment::FileMapping
 {
-    FileMapping(OwnedHandle mapping, DWORD mappingAccess) noexcept
+    FileMapping(Mapping mapping, DWORD mappingAccess) noexcept
         : handle(std::move(mapping))
         , access(mappingAccess)
     {
@@ -22,7 +29,7 @@ struct SharedMemorySegment::FileMapping
     FileMapping(const FileMapping&) = delete;
     FileMapping& operator=(const FileMapping&) = delete;
 
-    OwnedHandle handle;
+    Mapping handle;
     DWORD access;
     char* address = nullptr; ///< of the view
 };
@@ -32,10 +39,10 @@ namespace
 
 constexpr wchar_t mappingFunction[] = L"qpr::SharedMemorySegment::FileMapping::FileMapping";
 
-OwnedHandle OpenOrCreateMapping(const std::wstring& name, std::size_t size, const SecurityDescriptor& security)
+Mapping OpenOrCreateMapping(const std::wstring& name, std::size_t size, const SecurityDescriptor& security)
 {
-    OwnedHandle handle(CreateFileMappingW(INVALID_HANDLE_VALUE, AttributesOf(security), PAGE_READWRITE,
-        static_cast<DWORD>(static_cast<std::uint64_t>(size) >> 32), static_cast<DWORD>(size), name.c_str()));
+    Mapping handle(NativeHandleOf(CreateFileMappingW(INVALID_HANDLE_VALUE, AttributesOf(security), PAGE_READWRITE,
+        static_cast<DWORD>(static_cast<std::uint64_t>(size) >> 32), static_cast<DWORD>(size), name.c_str())));
     if (!handle.IsValid())
         ThrowSystemError(L"CreateFileMapping() failed", mappingFunction);
     return handle;
@@ -64,7 +71,7 @@ SharedMemorySegment::SharedMemorySegment(
 std::unique_ptr<const SharedMemorySegment> SharedMemorySegment::TryOpenReadOnly(
     const std::wstring& name, std::size_t minimumSize)
 {
-    OwnedHandle handle(OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str()));
+    Mapping handle(NativeHandleOf(OpenFileMappingW(FILE_MAP_READ, FALSE, name.c_str())));
     if (!handle.IsValid())
     {
         if (GetLastError() == ERROR_FILE_NOT_FOUND)
@@ -79,7 +86,8 @@ SharedMemorySegment::SharedMemorySegment(
     std::unique_ptr<FileMapping> mapping, const std::wstring& name, std::size_t minimumSize)
     : m_mapping(std::move(mapping))
 {
-    m_mapping->address = static_cast<char*>(MapViewOfFile(m_mapping->handle.Value(), m_mapping->access, 0, 0, 0));
+    m_mapping->address =
+        static_cast<char*>(MapViewOfFile(SystemHandleOf(m_mapping->handle), m_mapping->access, 0, 0, 0));
     if (!m_mapping->address)
         ThrowSystemError(L"MapViewOfFile() failed", L"qpr::SharedMemorySegment::FileView::FileView");
     const std::size_t size = RegionSize(m_mapping->address);
@@ -92,8 +100,6 @@ SharedMemorySegment::FileMapping::~FileMapping()
 {
     if (address && !UnmapViewOfFile(address))
         Panic("UnmapViewOfFile(m_address)", "qpr::SharedMemorySegment::FileView::~FileView");
-    if (!handle.Close())
-        Panic("CloseHandle(m_handle)", "qpr::SharedMemorySegment::FileMapping::~FileMapping");
 }
 
 SharedMemorySegment::~SharedMemorySegment() = default;
@@ -110,7 +116,7 @@ void SharedMemorySegment::Write(std::size_t offset, const void* from, std::size_
 
 bool SharedMemorySegment::HasName() const noexcept
 {
-    return true; // as long as anybody has it open
+    return true; // a name lasts as long as anybody has the object open
 }
 
 } // namespace qpr

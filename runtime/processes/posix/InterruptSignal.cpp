@@ -1,15 +1,12 @@
 #include "runtime/processes/InterruptSignal.h"
 
 #include "runtime/text/Errors.h"
-#include "runtime/text/Panic.h"
-#include "runtime/threads/posix/Descriptor.h"
-#include "runtime/threads/posix/EventDescriptor.h"
+#include "runtime/threads/SystemWait.h"
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <unistd.h>
 
 namespace qpr
 {
@@ -18,19 +15,19 @@ namespace
 
 constexpr std::array handledSignals = {SIGINT, SIGTERM, SIGHUP};
 
-// The handler has nothing but globals to work with.
-int eventDescriptor = -1;
+// Global, for the signal handler.
+SystemHandle<"qpr::InterruptSignal::~InterruptSignal"> stopEvent;
 std::array<struct sigaction, handledSignals.size()> previousActions;
 
 extern "C" void SignalEvent(int)
 {
     const int error = errno;
-    static_cast<void>(SignalEventDescriptor(eventDescriptor));
+    static_cast<void>(SetSystemEvent(stopEvent.Get()));
     errno = error;
 }
 
-/// Whoever started the program may have wanted it to outlive the terminal (nohup) or an interrupt meant for others (a
-/// shell that runs it in the background).
+/// Whether the program was started with the signal ignored: to outlive the terminal (nohup), or an interrupt meant for
+/// others (a shell that runs it in the background).
 bool IsIgnored(int signal) noexcept
 {
     struct sigaction action = {};
@@ -47,8 +44,8 @@ void Restore(std::size_t count) noexcept
 
 InterruptSignal::InterruptSignal()
 {
-    eventDescriptor = CreateEventDescriptor();
-    if (eventDescriptor == -1)
+    stopEvent = decltype(stopEvent)(CreateSystemEvent(WaitObject::Kind_State));
+    if (!stopEvent.IsValid())
         ThrowSystemError(L"CreateEvent() failed", L"qpr::InterruptSignal::InterruptSignal");
     struct sigaction action = {};
     action.sa_handler = &SignalEvent;
@@ -60,7 +57,6 @@ InterruptSignal::InterruptSignal()
             continue;
         const std::uint32_t error = LastSystemError();
         Restore(index);
-        close(eventDescriptor);
         ThrowSystemErrorWithNumber(L"sigaction() failed", L"qpr::InterruptSignal::InterruptSignal", error);
     }
 }
@@ -68,13 +64,12 @@ InterruptSignal::InterruptSignal()
 InterruptSignal::~InterruptSignal()
 {
     Restore(handledSignals.size());
-    if (close(eventDescriptor) != 0)
-        Panic("CloseHandle(m_handle)", "qpr::InterruptSignal::~InterruptSignal");
+    stopEvent = {};
 }
 
 WaitObject InterruptSignal::Object() const noexcept
 {
-    return WaitObject(HandleOf(eventDescriptor), WaitObject::Kind_State);
+    return WaitObject(stopEvent.Get(), WaitObject::Kind_State);
 }
 
 } // namespace qpr

@@ -31,7 +31,7 @@ constexpr const wchar_t* constructor = L"qpr::ChildProcess::ChildProcess";
         L"CreateProcess('" + start.executablePath + L"') failed", constructor, static_cast<std::uint32_t>(error));
 }
 
-/// Texts as the pointers that a program is started with.
+/// Owns texts that a program is started with, which takes an array of pointers to them.
 class TextBlock
 {
 public:
@@ -68,7 +68,7 @@ TextBlock MergedEnvironment(const std::map<std::wstring, std::wstring>& changes)
     return block;
 }
 
-/// The handles for the child under numbers that none of them will be put on.
+/// The handles for the child, under numbers above those that they are put on.
 class StandardHandles
 {
 public:
@@ -77,43 +77,26 @@ public:
         const std::array handles = {start.standardInput, start.standardOutput, start.standardError};
         for (std::size_t i = 0; i < handles.size(); ++i)
         {
-            const int descriptor = DescriptorOf(handles[i]);
-            m_descriptors[i] = descriptor > STDERR_FILENO ? descriptor : Duplicate(i, descriptor);
+            m_descriptors[i] = DescriptorOf(handles[i]);
+            if (m_descriptors[i] > STDERR_FILENO)
+                continue;
+            m_descriptors[i] = fcntl(m_descriptors[i], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
             if (m_descriptors[i] < 0)
-            {
-                const int error = errno;
-                CloseDuplicates();
-                ThrowStartError(start, error);
-            }
+                ThrowStartError(start, errno);
+            m_duplicates[i] = Owner(HandleOf(m_descriptors[i]));
         }
     }
-
-    ~StandardHandles() { CloseDuplicates(); }
-    StandardHandles(const StandardHandles&) = delete;
-    StandardHandles& operator=(const StandardHandles&) = delete;
 
     int operator[](std::size_t index) const noexcept { return m_descriptors[index]; }
 
 private:
-    int Duplicate(std::size_t index, int descriptor) noexcept
-    {
-        return m_duplicates[index] = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    }
-
-    void CloseDuplicates() noexcept
-    {
-        for (const int duplicate : m_duplicates)
-        {
-            if (duplicate >= 0)
-                close(duplicate);
-        }
-    }
+    using Owner = SystemHandle<"qpr::ChildProcess::ChildProcess">;
 
     std::array<int, 3> m_descriptors{};
-    std::array<int, 3> m_duplicates = {-1, -1, -1};
+    std::array<Owner, 3> m_duplicates;
 };
 
-/// The functions behind these fail for want of memory only.
+/// For the result of functions that fail only for lack of memory.
 void CheckAllocation(int error)
 {
     if (error != 0)
@@ -174,7 +157,7 @@ private:
     posix_spawn_file_actions_t m_actions;
 };
 
-/// A relative path is relative to this process's working directory, whatever the child's will be.
+/// Absolute when the child gets another working directory: a relative path is relative to this process's own.
 std::string ExecutablePath(const ProcessStart& start)
 {
     std::string path = ToUtf8(start.executablePath);
@@ -184,12 +167,10 @@ std::string ExecutablePath(const ProcessStart& start)
     return std::filesystem::absolute(path).native();
 }
 
-/// When the start failed for the working directory, the error names that.
+/// The error of a start that failed because of the working directory names the directory.
 void ThrowIfNoDirectory(const std::wstring& directory)
 {
-    struct stat status
-    {
-    };
+    struct stat status = {};
     const std::string path = ToUtf8(directory);
     int error = 0;
     if (stat(path.c_str(), &status) != 0 || (S_ISDIR(status.st_mode) && access(path.c_str(), X_OK) != 0))

@@ -7,8 +7,9 @@
 namespace qpr
 {
 
-/// Starts the process in a process group of its own, with the three handles as its only descriptors, no signal blocked
-/// or ignored. Nothing of this process is copied, whatever it holds. Throws "CreateProcess('<path>') failed".
+/// Starts the process in a process group of its own, with the three handles as its only descriptors and no signal
+/// blocked or ignored. Copies nothing of this process's memory, however large that is. Throws "CreateProcess('<path>')
+/// failed".
 pid_t SpawnProcess(const ProcessStart& start);
 
 } // namespace qpr

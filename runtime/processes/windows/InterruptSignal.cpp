@@ -9,8 +9,9 @@
 #include <cstddef>
 
 // The C library turns an interrupt from the keyboard into SIGINT and a break into SIGBREAK; its handlers run on a
-// thread of the system's. The end of the console (its window is closed, the user logs off) needs a handler of our own:
-// once a handler has returned from that, the system ends the process.
+// thread of the system's. The end of the console (its window is closed, the user logs off) needs a handler of our own,
+// which must not return before the program has wound down: the system ends the process then.
+
 namespace qpr
 {
 namespace
@@ -22,8 +23,7 @@ constexpr std::array handledSignals = {SIGINT, SIGBREAK, SIGTERM};
 
 constexpr DWORD windDownMs = 5000; // what the system itself grants when a console is closed
 
-// The handlers have nothing but globals to work with. A handler may still wait when the object is destroyed: the events
-// stay.
+// Global, for the handlers, and never closed: a handler may still wait when the object is destroyed.
 HANDLE stopEvent = nullptr;
 HANDLE windDownEvent = nullptr; ///< signalled while there is no InterruptSignal
 std::array<Handler, handledSignals.size()> previousHandlers;
@@ -47,7 +47,7 @@ void Restore(std::size_t count) noexcept
 {
     for (std::size_t index = 0; index < count; ++index)
         std::signal(handledSignals[index], previousHandlers[index]);
-    SetEvent(windDownEvent); // first: the system may let the removal wait for a handler that runs
+    SetEvent(windDownEvent); // first: the removal may wait for a handler that runs
     SetConsoleCtrlHandler(&WindDown, FALSE);
 }
 
@@ -66,19 +66,20 @@ InterruptSignal::InterruptSignal()
 {
     MakeEvent(stopEvent);
     MakeEvent(windDownEvent);
-    SetConsoleCtrlHandler(nullptr, FALSE); // a process group of its own has come with Ctrl+C switched off
+    SetConsoleCtrlHandler(nullptr, FALSE); // Ctrl+C is off in a program that was started in a process group of its own
     for (std::size_t index = 0; index < handledSignals.size(); ++index)
     {
         previousHandlers[index] = std::signal(handledSignals[index], &SignalEvent);
         if (previousHandlers[index] == SIG_IGN)
-            std::signal(handledSignals[index], SIG_IGN); // whoever started the program wants it to go on
+            std::signal(handledSignals[index], SIG_IGN); // stays as the program was started
         if (previousHandlers[index] != SIG_ERR)
             continue;
         const std::uint32_t error = LastSystemError();
         Restore(index);
         ThrowSystemErrorWithNumber(L"signal() failed", L"qpr::InterruptSignal::InterruptSignal", error);
     }
-    SetConsoleCtrlHandler(&WindDown, TRUE); // the one asked first; a program without a console has none to lose
+    SetConsoleCtrlHandler(
+        &WindDown, TRUE); // asked before all others; may fail without a console, which cannot end then
 }
 
 InterruptSignal::~InterruptSignal()

@@ -17,7 +17,7 @@ namespace
 
 constexpr const wchar_t* constructor = L"qpr::ChildProcess::ChildProcess";
 
-/// Wine loses one new process in thousands before its program runs, and then reports an internal error.
+/// Wine loses one new process in thousands before its program runs, and reports an internal error.
 constexpr int maxStartAttempts = 3;
 
 [[noreturn]] void ThrowStartError(const ProcessStart& start, DWORD error)
@@ -34,8 +34,8 @@ struct NameLess
     }
 };
 
-/// The variables one after the other, each ended by a zero, all by another. Some that the system keeps for itself begin
-/// with "=".
+/// The variables in a row, each ended by a zero, and a further zero at the end. Names that begin with "=" are the
+/// system's own.
 std::wstring MergedEnvironment(const std::map<std::wstring, std::wstring>& changes)
 {
     std::map<std::wstring, std::wstring, NameLess> variables;
@@ -60,8 +60,8 @@ std::wstring MergedEnvironment(const std::map<std::wstring, std::wstring>& chang
     return block.append(1, L'\0');
 }
 
-/// Inheritable duplicates of the handles for the child. A process that the application itself starts at the same time,
-/// with handles to inherit and no list of them, gets these too and keeps them open.
+/// Inheritable duplicates of the handles for the child. A process that the application itself starts at this moment
+/// with inherited handles, but without a list of them, gets these too and keeps them open.
 class StandardHandles
 {
 public:
@@ -76,7 +76,7 @@ public:
             if (!DuplicateHandle(GetCurrentProcess(), SystemHandleOf(handles[i]), GetCurrentProcess(), &duplicate, 0,
                     TRUE, DUPLICATE_SAME_ACCESS))
                 ThrowStartError(start, GetLastError());
-            m_owners[i] = OwnedHandle(duplicate);
+            m_owners[i] = Owner(NativeHandleOf(duplicate));
             m_handles[i] = duplicate;
         }
     }
@@ -86,7 +86,9 @@ public:
     std::size_t ListSize() const noexcept { return sizeof m_handles; }
 
 private:
-    std::array<OwnedHandle, 3> m_owners;
+    using Owner = SystemHandle<"qpr::ChildProcess::ChildProcess">;
+
+    std::array<Owner, 3> m_owners;
     std::array<HANDLE, 3> m_handles{};
 };
 
@@ -138,7 +140,7 @@ std::wstring ExecutablePath(const ProcessStart& start)
     return found;
 }
 
-/// When the start failed for the working directory, the error names that.
+/// The error of a start that failed because of the working directory names the directory.
 void ThrowIfNoDirectory(const std::wstring& directory)
 {
     const DWORD attributes = GetFileAttributesW(directory.c_str());
@@ -151,10 +153,11 @@ void ThrowIfNoDirectory(const std::wstring& directory)
         ThrowSystemErrorWithNumber(L"SetCurrentDirectory('" + directory + L"') failed", constructor, error);
 }
 
-/// Lets a process that was created stopped run, as a member of the group where the system allows it.
-void Release(const ProcessStart& start, ProcessGroup& group, HANDLE process, HANDLE thread)
+/// Puts a process that was created stopped into the group, where the system allows it, and lets it run.
+void Release(const ProcessStart& start, const ProcessGroup& group, HANDLE process, HANDLE thread)
 {
-    group.Add(process);
+    if (group.IsValid())
+        AssignProcessToJobObject(SystemHandleOf(group), process);
     if (ResumeThread(thread) != static_cast<DWORD>(-1))
         return;
     const DWORD error = GetLastError();
@@ -164,7 +167,7 @@ void Release(const ProcessStart& start, ProcessGroup& group, HANDLE process, HAN
 
 } // namespace
 
-SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
+SpawnedProcess SpawnProcess(const ProcessStart& start, const ProcessGroup& group)
 {
     if (start.HasZeroCharacter())
         ThrowStartError(start, ERROR_INVALID_PARAMETER);
@@ -204,8 +207,8 @@ SpawnedProcess SpawnProcess(const ProcessStart& start, ProcessGroup& group)
             ThrowIfNoDirectory(start.workingDirectory);
         ThrowStartError(start, error);
     }
-    SpawnedProcess spawned{OwnedHandle(created.hProcess), created.dwProcessId};
-    const OwnedHandle thread(created.hThread);
+    SpawnedProcess spawned{decltype(spawned.process)(NativeHandleOf(created.hProcess)), created.dwProcessId};
+    const SystemHandle<"qpr::ChildProcess::ChildProcess"> thread(NativeHandleOf(created.hThread));
     Release(start, group, created.hProcess, created.hThread);
     return spawned;
 }

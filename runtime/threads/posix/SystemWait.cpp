@@ -1,17 +1,21 @@
 #include "runtime/threads/SystemWait.h"
 
 #include "runtime/threads/Deadline.h"
-#include "runtime/threads/posix/Descriptor.h"
-#include "runtime/threads/posix/EventDescriptor.h"
 #include "runtime/threads/posix/InterruptState.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <limits>
 #include <optional>
 #include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 #include <utility>
+
+// A wait is one poll over the objects' descriptors and that of the thread's interrupts. The event under thread events,
+// interrupts and the ends of threads is an eventfd, signalled while its counter is not 0.
 
 namespace qpr
 {
@@ -20,6 +24,31 @@ constinit thread_local CurrentThreadState currentThread;
 
 namespace
 {
+
+/// What a thread wrote before it signalled is visible to the thread whose wait this satisfied. The kernel guarantees
+/// it, but the language's memory model (and the thread sanitizer) needs an atomic that both touch. Descriptors with the
+/// same remainder share one, which orders more than necessary and does no harm.
+constinit std::atomic<std::uint32_t> signalMeetingPoints[64];
+
+std::atomic<std::uint32_t>& MeetingPointOf(int descriptor) noexcept
+{
+    return signalMeetingPoints[static_cast<unsigned>(descriptor) % std::size(signalMeetingPoints)];
+}
+
+/// Takes the signal without waiting; false, with EAGAIN, when there was none. Datagram sockets, which serve as events
+/// between processes, lose all that is queued. Requires: a descriptor that does not block.
+bool TakeSignal(int descriptor) noexcept
+{
+    std::uint64_t signal = 0;
+    for (bool taken = false;; taken = true)
+    {
+        const ssize_t size = read(descriptor, &signal, sizeof signal);
+        if (size == sizeof signal) // a whole counter: nothing is left
+            return true;
+        if (size < 0)
+            return taken;
+    }
+}
 
 constexpr std::size_t maxDescriptorCount = 64 + 1; // the objects and the thread's interrupt
 constexpr std::uint32_t unlimited = std::numeric_limits<int>::max(); // as far as poll can count
@@ -31,17 +60,17 @@ short PollEventsOf(WaitObject::Kind kind) noexcept
     return kind == WaitObject::Kind_Writable ? POLLOUT : POLLIN;
 }
 
-/// Whether an object found ready satisfies the wait: of an auto-reset one another thread may have taken the signal.
+/// Whether an object found ready satisfies the wait: another thread may have taken the signal of an auto-reset one.
 bool TakeReady(const WaitObject& object) noexcept
 {
     const int descriptor = DescriptorOf(object.Handle());
     if (object.GetKind() == WaitObject::Kind_AutoReset && !TakeSignal(descriptor))
         return false;
-    ReceiveThrough(descriptor);
+    static_cast<void>(MeetingPointOf(descriptor).load(std::memory_order_acquire));
     return true;
 }
 
-/// The lowest object that poll reports and that is still there; none when others were faster.
+/// The lowest object that poll reports and that is still signalled; none when other threads were faster.
 std::optional<SystemWaitResult> FirstReady(std::span<const WaitObject> objects, const pollfd* entries) noexcept
 {
     for (std::size_t i = 0; i < objects.size(); ++i)
@@ -63,7 +92,7 @@ struct PollSet
 
     void Add(int descriptor, short events) noexcept { entries[count++] = {descriptor, events, 0}; }
 
-    /// A longer time than one turn ends early.
+    /// Returns early when the time is longer than one turn.
     int Poll(std::uint32_t timeoutMs) noexcept
     {
         const bool isEndless = timeoutMs == Infinite && longestTurnMs == unlimited;
@@ -71,7 +100,7 @@ struct PollSet
     }
 };
 
-/// Adds the thread's interrupt to its wait. Without a descriptor for it the wait is cut into turns instead.
+/// Adds the thread's interrupt to its wait. When there is no descriptor for it, the wait is cut into turns instead.
 void AddInterrupt(PollSet& set, InterruptState& interrupt) noexcept
 {
     const int descriptor = interrupt.Descriptor();
@@ -85,7 +114,7 @@ void AddInterrupt(PollSet& set, InterruptState& interrupt) noexcept
 
 SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::uint32_t timeoutMs) noexcept
 {
-    // The usual wait is for one event, and often it is set: then a read is all it takes.
+    // The usual wait is for one event that is often set already: one read then does it.
     if (objects.size() == 1 && objects[0].GetKind() == WaitObject::Kind_AutoReset && TakeReady(objects[0]))
         return {SystemWaitResult::Outcome_Signalled};
 
@@ -128,6 +157,29 @@ bool TakeInterrupt() noexcept
 bool PutOffInterrupts(bool putOff) noexcept
 {
     return std::exchange(currentThread.putsOffInterrupts, putOff);
+}
+
+bool CloseSystemHandle(NativeHandle handle) noexcept
+{
+    return close(DescriptorOf(handle)) == 0 || errno == EINTR; // interrupted by a signal it is closed nevertheless
+}
+
+NativeHandle CreateSystemEvent(WaitObject::Kind) noexcept
+{
+    return HandleOf(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+}
+
+bool SetSystemEvent(NativeHandle event) noexcept
+{
+    const int descriptor = DescriptorOf(event);
+    MeetingPointOf(descriptor).fetch_add(1, std::memory_order_release);
+    const std::uint64_t one = 1;
+    return write(descriptor, &one, sizeof one) == sizeof one || errno == EAGAIN; // a full counter is signalled already
+}
+
+bool ResetSystemEvent(NativeHandle event) noexcept
+{
+    return TakeSignal(DescriptorOf(event)) || errno == EAGAIN;
 }
 
 } // namespace qpr

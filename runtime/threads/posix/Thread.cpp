@@ -1,19 +1,14 @@
-#include "runtime/threads/Thread.h"
-
 #include "runtime/text/Errors.h"
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Deadline.h"
 #include "runtime/threads/ThreadEvent.h"
-#include "runtime/threads/posix/Descriptor.h"
-#include "runtime/threads/posix/EventDescriptor.h"
-#include "runtime/threads/posix/InterruptState.h"
+#include "runtime/threads/ThreadState.h"
 
 #include <csignal>
 #include <optional>
-#include <pthread.h>
 
-// A descriptor costs a good part of what a thread costs, so there is none for a thread's end: the thread that waits for
-// it is woken through the descriptor of its own interrupts, and then joins.
+// A thread has no descriptor for its end, because that would add a good part to what starting a thread costs: it wakes
+// the thread that waits for it through the descriptor of that thread's own interrupts, and the waiter then joins.
 
 namespace qpr
 {
@@ -23,7 +18,7 @@ namespace
 constexpr int nobody = -1;
 
 /// What every thread starts with. The signals that a fault of the thread itself raises are not blocked: the system
-/// would end the process at once, past the application's own handlers.
+/// would end the process at once instead of calling the application's handlers.
 class ThreadAttributes
 {
 public:
@@ -50,126 +45,65 @@ private:
 
 } // namespace
 
-struct Thread::State
+void Thread::State::Start()
 {
-    class EndWaiter;
-
-    State(IRunnable& body, const char* threadName) noexcept
-        : runnable(body)
-        , name(threadName)
+    const auto routine = [](void* argument) noexcept -> void*
     {
-    }
-
-    static void* StartRoutine(void* argument) noexcept;
-    void WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs);
-    void Join() noexcept;
-
-    IRunnable& runnable;
-    const char* const name;
-    InterruptState interrupt;
-    pthread_t thread{};
-    bool joined = false; ///< the end has been observed
-    std::atomic<bool> completed = false; ///< the runnable has returned
-    std::atomic<int> endWaiter = nobody; ///< the event descriptor to signal once completed
-};
-
-/// Makes the current thread the one that is woken by the end.
-class Thread::State::EndWaiter
-{
-public:
-    explicit EndWaiter(State& state)
-        : m_state(state)
-    {
-        if (InterruptState* const own = currentThread.ActiveInterrupt())
-            m_descriptor = own->Descriptor();
-        if (m_descriptor == nobody)
-            m_descriptor = DescriptorOf(m_substitute.emplace(ThreadEvent::Kind_AutoReset).Object().Handle());
-        m_state.endWaiter = m_descriptor;
-    }
-
-    /// An ending thread may have the descriptor in hand already: it goes first.
-    ~EndWaiter()
-    {
-        m_state.endWaiter = nobody;
-        if (m_state.completed)
-            m_state.Join();
-    }
-
-    EndWaiter(const EndWaiter&) = delete;
-    EndWaiter& operator=(const EndWaiter&) = delete;
-
-    WaitObject Object() const noexcept { return {HandleOf(m_descriptor), WaitObject::Kind_AutoReset}; }
-
-private:
-    State& m_state;
-    int m_descriptor = nobody;
-    std::optional<ThreadEvent> m_substitute; ///< of a thread that cannot be interrupted now
-};
-
-void* Thread::State::StartRoutine(void* argument) noexcept
-{
-    State& state = *static_cast<State*>(argument);
-    currentThread.interrupt = &state.interrupt;
-    pthread_setname_np(pthread_self(), state.name);
-    RunToEnd(state.runnable);
-    state.completed = true;
-    const int waiter = state.endWaiter;
-    if (waiter != nobody)
-        SignalEventDescriptor(waiter);
-    return nullptr;
-}
-
-void Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs)
-{
-    if (timeoutMs == Infinite && !currentThread.ActiveInterrupt())
-        return Join(); // nothing else can end this wait
-    const EndWaiter waiter(*this);
-    for (const Deadline deadline(timeoutMs);
-         !completed;) // the signal may be an interrupt's, which the next turn throws
-        WaitForObject(waiter.Object(), location, deadline.LeftMs());
-}
-
-void Thread::State::Join() noexcept
-{
-    if (!joined && pthread_join(thread, nullptr) != 0)
-        Panic("WaitForSingleObject(m_handle, INFINITE) == WAIT_OBJECT_0", "qpr::Thread::~Thread");
-    joined = true;
-}
-
-Thread::Thread(IRunnable& runnable, const char* name)
-    : m_state(std::make_unique<State>(runnable, name))
-{
+        State& state = *static_cast<State*>(argument);
+        pthread_setname_np(pthread_self(), state.name);
+        state.Run();
+        const int waiter = state.thread.endWaiter;
+        if (waiter != nobody)
+            SetSystemEvent(HandleOf(waiter));
+        return nullptr;
+    };
     static const ThreadAttributes attributes; // lasts as long as the process
-    const int error = attributes.Start(m_state->thread, &State::StartRoutine, m_state.get());
+    const int error = attributes.Start(thread.id, routine, this);
     if (error != 0)
         ThrowSystemErrorWithNumber(
             L"CreateThread() failed", L"qpr::Thread::Thread", static_cast<std::uint32_t>(error), __LINE__);
 }
 
-Thread::~Thread()
+void Thread::State::Interrupt() noexcept
 {
-    if (!m_state->completed)
-        Interrupt();
-    m_state->Join();
+    interrupt.Request();
 }
 
-void Thread::Interrupt()
-{
-    m_state->interrupt.Request();
-}
-
-bool Thread::HasCompleted()
+/// Makes the current thread the one that is woken by the end.
+void Thread::State::WaitForEnd(const wchar_t* location, std::uint32_t timeoutMs)
 {
     CheckInterrupt();
-    if (m_state->completed)
-        m_state->Join();
-    return m_state->joined;
+    InterruptState* const own = currentThread.ActiveInterrupt();
+    if (timeoutMs == Infinite && !own)
+        return Join(); // nothing else can end this wait
+
+    std::optional<ThreadEvent> substitute; // for a thread that cannot be interrupted now
+    int descriptor = own ? own->Descriptor() : nobody;
+    if (descriptor == nobody)
+        descriptor = DescriptorOf(substitute.emplace(ThreadEvent::Kind_AutoReset).Object().Handle());
+    thread.endWaiter = descriptor;
+    const struct Leave
+    {
+        /// Joins before the descriptor can go: the ending thread may be about to signal it.
+        ~Leave()
+        {
+            state.thread.endWaiter = nobody;
+            if (state.completed)
+                state.Join();
+        }
+
+        State& state;
+    } leave{*this};
+    const Deadline deadline(timeoutMs);
+    while (!completed) // a signal may also be that of an interrupt, which the next turn throws
+        WaitForObject({HandleOf(descriptor), WaitObject::Kind_AutoReset}, location, deadline.LeftMs());
 }
 
-void Thread::WaitForCompletion(std::uint32_t timeoutMs)
+void Thread::State::Join() noexcept
 {
-    CheckInterrupt();
-    m_state->WaitForEnd(L"qpr::Thread::WaitForCompletion", timeoutMs);
+    if (!joined && pthread_join(thread.id, nullptr) != 0)
+        Panic("WaitForSingleObject(m_handle, INFINITE) == WAIT_OBJECT_0", "qpr::Thread::~Thread");
+    joined = true;
 }
 
 } // namespace qpr

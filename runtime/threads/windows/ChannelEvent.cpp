@@ -1,5 +1,6 @@
 #include "runtime/threads/windows/ChannelEvent.h"
 
+#include "runtime/threads/SystemWait.h"
 #include "runtime/threads/Thread.h"
 
 #include <winternl.h>
@@ -10,10 +11,10 @@ namespace qpr
 namespace
 {
 
-/// The system has no event for the end of a pipe's reader, so that we look this often.
+/// How often we look whether a pipe's reader has gone: the system has no event for it.
 constexpr std::uint32_t pipeTurnMs = 50;
 
-/// As the system's driver interface has it.
+/// FILE_PIPE_LOCAL_INFORMATION of the system's driver interface.
 struct PipeFacts
 {
     ULONG type;
@@ -54,13 +55,13 @@ int CountReadySockets(SOCKET socket, WaitObject::Kind kind) noexcept
 
 ChannelEvent::ChannelEvent(const WaitObject& channel) noexcept
     : m_channel(channel)
-    , m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr))
+    , m_event(CreateSystemEvent(WaitObject::Kind_State))
 {
     if (!IsSocket())
         return;
     const long events = channel.GetKind() == WaitObject::Kind_Readable ? FD_READ | FD_ACCEPT | FD_CLOSE
                                                                        : FD_WRITE | FD_CONNECT | FD_CLOSE;
-    WSAEventSelect(static_cast<SOCKET>(channel.Handle().Value()), m_event.Value(), events);
+    WSAEventSelect(static_cast<SOCKET>(channel.Handle().Value()), Handle(), events);
 }
 
 ChannelEvent::~ChannelEvent()
@@ -72,7 +73,7 @@ ChannelEvent::~ChannelEvent()
 std::uint32_t ChannelEvent::Look() noexcept
 {
     if (IsReady())
-        SetEvent(m_event.Value());
+        SetEvent(Handle());
     return IsSocket() ? Infinite : pipeTurnMs;
 }
 

@@ -18,10 +18,10 @@ public:
     ChannelEvent(ChannelEvent&&) noexcept = default;
     ~ChannelEvent();
 
-    HANDLE Handle() const noexcept { return m_event.Value(); }
+    HANDLE Handle() const noexcept { return SystemHandleOf(m_event); }
 
-    /// Sets the event when the channel is as waited for already; returns for how many milliseconds nobody need look
-    /// again, since the system will set the event.
+    /// Sets the event if the channel is already as waited for. Returns after how many milliseconds to look again:
+    /// Infinite where the system sets the event by itself.
     std::uint32_t Look() noexcept;
 
 private:
@@ -29,7 +29,7 @@ private:
     bool IsReady() const noexcept;
 
     WaitObject m_channel;
-    OwnedHandle m_event;
+    SystemHandle<"qpr::ChannelEvent::~ChannelEvent"> m_event;
 };
 
 /// 1 when a read from the socket (Kind_Readable) or a write to it would not block, 0 when it would; SOCKET_ERROR.

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 
 namespace qpr
 {
@@ -15,51 +14,24 @@ inline HANDLE SystemHandleOf(NativeHandle handle) noexcept
     return reinterpret_cast<HANDLE>(handle.Value());
 }
 
-/// The system has two ways to say that there is no handle; both become an invalid one.
+/// The system says "no handle" in two ways, null and INVALID_HANDLE_VALUE; both become an invalid one.
 inline NativeHandle NativeHandleOf(HANDLE handle) noexcept
 {
     return handle ? NativeHandle(reinterpret_cast<std::intptr_t>(handle)) : NativeHandle();
 }
 
-/// How much of so many bytes one system call is given: the system keeps a copy in its pool while nobody reads.
+/// Null when there is none.
+template <class Kind>
+HANDLE SystemHandleOf(const OwnedHandle<Kind>& handle) noexcept
+{
+    return handle.IsValid() ? SystemHandleOf(handle.Get()) : nullptr;
+}
+
+/// The size of the next piece of so many bytes. A system call is given no more: the system keeps a copy in its pool
+/// while nobody reads.
 inline DWORD PieceSize(std::size_t size) noexcept
 {
     return static_cast<DWORD>(std::min<std::size_t>(size, 1 << 20));
 }
-
-/// A handle, owned. Closing may fail; who cares calls Close.
-class OwnedHandle
-{
-public:
-    OwnedHandle() noexcept = default;
-    explicit OwnedHandle(HANDLE handle) noexcept
-        : m_handle(NativeHandleOf(handle))
-    {
-    }
-    OwnedHandle(OwnedHandle&& other) noexcept
-        : m_handle(std::exchange(other.m_handle, {}))
-    {
-    }
-    OwnedHandle& operator=(OwnedHandle&& other) noexcept
-    {
-        std::swap(m_handle, other.m_handle);
-        return *this;
-    }
-    ~OwnedHandle() { Close(); }
-
-    /// False when the system refuses.
-    bool Close() noexcept
-    {
-        const NativeHandle handle = std::exchange(m_handle, {});
-        return !handle.IsValid() || CloseHandle(SystemHandleOf(handle));
-    }
-
-    bool IsValid() const noexcept { return m_handle.IsValid(); }
-    HANDLE Value() const noexcept { return m_handle.IsValid() ? SystemHandleOf(m_handle) : nullptr; }
-    NativeHandle Native() const noexcept { return m_handle; }
-
-private:
-    NativeHandle m_handle;
-};
 
 } // namespace qpr

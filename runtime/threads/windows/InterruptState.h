@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/text/windows/SystemHeaders.h"
+#include "runtime/threads/windows/Handle.h"
 
 #include <atomic>
 #include <cstdint>
@@ -8,16 +8,16 @@
 namespace qpr
 {
 
-/// What an interrupt needs to know of the thread that it is for: whether that one is in a system call that only
-/// CancelSynchronousIo ends. Owned by the Thread object.
+/// What an interrupt needs to know of its thread: whether that is in a system call that only CancelSynchronousIo ends.
+/// Owned by the Thread object.
 class InterruptState
 {
 public:
     /// Any thread may call it; thread is the one that this state belongs to.
     void Request(HANDLE thread) noexcept;
 
-    /// While it lives, the current thread is in such a call; an interrupt lets it fail with ERROR_OPERATION_ABORTED.
-    /// Check for interrupts after its construction and before the call.
+    /// While it lives, the current thread is in such a call; an interrupt makes the call fail with
+    /// ERROR_OPERATION_ABORTED. Check for interrupts between its construction and the call.
     class SynchronousCall
     {
     public:
@@ -43,11 +43,13 @@ struct CurrentThreadState
     std::uint32_t interruptWord = 0; ///< the bits above
     InterruptState* interrupt = nullptr; ///< not owned, outlives the thread; null for one that Thread did not start
 
-    /// Only such a thread waits alertably: calls that an application has queued to a thread of its own are not to run
-    /// inside a wait of ours.
+    /// Only such a thread waits alertably: calls that an application queued to a thread of its own must not run inside
+    /// our waits.
     bool IsInterruptible() const noexcept { return interrupt && (interruptWord & notInterruptible) == 0; }
 };
 
 extern constinit thread_local CurrentThreadState currentThread;
+
+using SystemThread = SystemHandle<"qpr::Thread::~Thread">;
 
 } // namespace qpr

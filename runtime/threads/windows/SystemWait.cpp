@@ -3,7 +3,6 @@
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Deadline.h"
 #include "runtime/threads/windows/ChannelEvent.h"
-#include "runtime/threads/windows/Handle.h"
 #include "runtime/threads/windows/InterruptState.h"
 
 #include <algorithm>
@@ -15,6 +14,8 @@
 
 namespace qpr
 {
+
+constinit thread_local CurrentThreadState currentThread;
 
 namespace
 {
@@ -146,6 +147,53 @@ bool PutOffInterrupts(bool putOff) noexcept
     if (putOff)
         currentThread.interruptWord |= CurrentThreadState::notInterruptible;
     return before;
+}
+
+void InterruptState::Request(HANDLE thread) noexcept
+{
+    const auto noteInterrupt = [](ULONG_PTR) noexcept
+    { currentThread.interruptWord |= CurrentThreadState::interruptPending; };
+    if (!QueueUserAPC(noteInterrupt, thread, 0))
+        return; // the thread has ended
+    // A thread that has announced a call may not have entered it yet: then there is nothing to cancel so far.
+    while (m_isInSynchronousCall && !CancelSynchronousIo(thread))
+        ::Sleep(1);
+}
+
+InterruptState::SynchronousCall::SynchronousCall() noexcept
+    : m_state(currentThread.IsInterruptible() ? currentThread.interrupt : nullptr)
+{
+    if (m_state)
+        m_state->m_isInSynchronousCall = true;
+}
+
+InterruptState::SynchronousCall::~SynchronousCall()
+{
+    if (m_state)
+        m_state->m_isInSynchronousCall = false;
+}
+
+bool CloseSystemHandle(NativeHandle handle) noexcept
+{
+    if (handle.IsValid())
+        return CloseHandle(SystemHandleOf(handle));
+    SetLastError(ERROR_INVALID_HANDLE); // the value also stands for this process, which can be closed without effect
+    return false;
+}
+
+NativeHandle CreateSystemEvent(WaitObject::Kind kind) noexcept
+{
+    return NativeHandleOf(CreateEventW(nullptr, kind != WaitObject::Kind_AutoReset, FALSE, nullptr));
+}
+
+bool SetSystemEvent(NativeHandle event) noexcept
+{
+    return SetEvent(SystemHandleOf(event));
+}
+
+bool ResetSystemEvent(NativeHandle event) noexcept
+{
+    return ResetEvent(SystemHandleOf(event));
 }
 
 } // namespace qpr

@@ -16,6 +16,13 @@ constexpr DWORD comesUpMs = 1000;
 constexpr DWORD retryMs = 100;
 constexpr int tries = 50;
 
+using ProcessHandle = qpr::SystemHandle<"test::ProcessHandle">;
+
+ProcessHandle Open(DWORD id, DWORD access)
+{
+    return ProcessHandle(qpr::NativeHandleOf(OpenProcess(access, FALSE, id)));
+}
+
 /// What a program that was just started still has to wait until it listens to interrupts; 0 for others.
 DWORD TimeToComeUp(HANDLE process)
 {
@@ -45,11 +52,11 @@ const test::ChildRegistration interrupter("interrupt",
     [](const std::vector<std::string>& arguments)
     {
         const auto id = static_cast<DWORD>(std::stoul(arguments[0]));
-        const qpr::OwnedHandle process(OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
-        DWORD waitMs = TimeToComeUp(process.Value());
+        const ProcessHandle process = Open(id, SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION);
+        DWORD waitMs = TimeToComeUp(SystemHandleOf(process));
         for (int count = 0; count < tries && process.IsValid(); ++count, waitMs = retryMs)
         {
-            if (WaitForSingleObject(process.Value(), waitMs) == WAIT_OBJECT_0 || TryInterrupt(id))
+            if (WaitForSingleObject(SystemHandleOf(process), waitMs) == WAIT_OBJECT_0 || TryInterrupt(id))
                 break;
         }
         return 0;
@@ -64,8 +71,8 @@ void test::InterruptProcess(std::uint32_t processId)
 
 void test::SetStalled(std::uint32_t processId, bool isStalled)
 {
-    const qpr::OwnedHandle process(OpenProcess(PROCESS_SUSPEND_RESUME, FALSE, processId));
-    EXPECT_EQ(isStalled ? NtSuspendProcess(process.Value()) : NtResumeProcess(process.Value()), 0);
+    const ProcessHandle process = Open(processId, PROCESS_SUSPEND_RESUME);
+    EXPECT_EQ(isStalled ? NtSuspendProcess(SystemHandleOf(process)) : NtResumeProcess(SystemHandleOf(process)), 0);
 }
 
 bool test::KillResetsConnections()

@@ -1,15 +1,16 @@
 #pragma once
 
 #include "runtime/processes/ChildProcess.h"
-#include "runtime/processes/windows/ProcessGroup.h"
-#include "runtime/threads/windows/Handle.h"
+
+#include <memory>
 
 namespace qpr
 {
 
-/// A started process. Its handle keeps its id from being given to another, and its figures; the group is a job that
-/// ends with the object. Where the system refuses a job (this process's own job may forbid it) only the process itself
-/// is ended.
+/// What ChildProcess asks of the system: a started process, held so that no other process is ever taken for it, and its
+/// group. On Linux it is held by a pidfd and collected, which frees its id, only after the group has been signalled. On
+/// Windows the handle keeps the id from being given to another process, and the group is a job that ends with this
+/// object; where the system refuses a job (this process's own job may forbid it) only the process itself is ended.
 class SystemProcess
 {
 public:
@@ -19,12 +20,11 @@ public:
     SystemProcess(const SystemProcess&) = delete;
     SystemProcess& operator=(const SystemProcess&) = delete;
 
-    std::uint32_t Id() const noexcept { return m_processId; }
-    WaitObject EndObject() const noexcept { return {m_process.Native(), WaitObject::Kind_State}; }
+    std::uint32_t Id() const noexcept;
+    WaitObject EndObject() const noexcept;
     void SetPriorityLevel(PriorityLevel level) noexcept;
     void NotePeakMemory(ProcessFigures& figures) noexcept;
-
-    bool IsEnded() const noexcept { return WaitForEnd(0); }
+    bool IsEnded() const noexcept;
 
     /// Ends the process and its group, and waits for the process.
     void Kill() noexcept;
@@ -34,11 +34,8 @@ public:
     ChildProcess::ExitStatus Collect(ProcessFigures& figures) noexcept;
 
 private:
-    bool WaitForEnd(DWORD timeoutMs) const noexcept;
-
-    ProcessGroup m_group;
-    OwnedHandle m_process;
-    std::uint32_t m_processId = 0;
+    struct Native;
+    std::unique_ptr<Native> m_native;
 };
 
 } // namespace qpr
