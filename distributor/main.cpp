@@ -7,7 +7,6 @@
 #include "runtime/channels/StandardStreams.h"
 #include "runtime/processes/CurrentProcess.h"
 #include "runtime/processes/InterruptSignal.h"
-#include "runtime/processes/ProgramArguments.h"
 #include "runtime/text/Errors.h"
 
 #include <algorithm>

@@ -7,7 +7,6 @@
 #include "protocol/ServantAnswer.h"
 #include "runtime/channels/StandardStreams.h"
 #include "runtime/processes/CurrentProcess.h"
-#include "runtime/processes/ProgramArguments.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/TextValues.h"
 #include "runtime/text/Utf8.h"

@@ -1,7 +1,7 @@
 #include "worktable/WorkTable.h"
 
 #include "runtime/named/NamedObject.h"
-#include "runtime/processes/Environment.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Panic.h"
 #include "runtime/threads/Deadline.h"

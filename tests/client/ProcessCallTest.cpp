@@ -1,7 +1,7 @@
 #include "client/ProcessCall.h"
 
 #include "client/RecordingProcessRequest.h"
-#include "runtime/processes/Environment.h"
+#include "runtime/processes/CurrentProcess.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "random/Oracle.h"
 #include "random/Random.h"
 #include "runtime/channels/StandardStreams.h"
-#include "runtime/processes/ProgramArguments.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "support/ChildMain.h"
 #include "support/DistributorProgram.h"
 #include "support/ProcessControl.h"

@@ -1,7 +1,6 @@
 #include "random/Places.h"
 
 #include "runtime/processes/CurrentProcess.h"
-#include "runtime/processes/Environment.h"
 
 #include <fstream>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #include "runtime/processes/ChildProcess.h"
 
-#include "runtime/processes/Environment.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "runtime/text/Utf8.h"
 #include "support/ChildMain.h"
 #include "support/PipedChild.h"

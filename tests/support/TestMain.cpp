@@ -1,5 +1,5 @@
 #include "runtime/channels/StandardStreams.h"
-#include "runtime/processes/ProgramArguments.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "support/ChildMain.h"
 
 #include <gmock/gmock.h>

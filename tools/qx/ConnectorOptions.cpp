@@ -2,7 +2,7 @@
 
 #include "client/ConnectorFactory.h"
 #include "config/LocalHost.h"
-#include "runtime/processes/Environment.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "runtime/text/Errors.h"
 #include "runtime/text/Utf8.h"
 #include "tools/qx/Explanation.h"

@@ -1,5 +1,5 @@
 #include "runtime/channels/StandardStreams.h"
-#include "runtime/processes/ProgramArguments.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "tools/qx/Commands.h"
 #include "tools/qx/Program.h"
 

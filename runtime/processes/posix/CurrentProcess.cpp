@@ -5,13 +5,13 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
-#include <vector>
+#include <utility>
 
 #include <pwd.h>
 #include <sys/resource.h>
 #include <unistd.h>
-#include <utility>
 
 namespace qpr::CurrentProcess
 {
@@ -51,8 +51,31 @@ std::size_t RaiseDescriptorLimit() noexcept
 
 } // namespace qpr::CurrentProcess
 
-bool qpr::IsProcessRunning(std::uint32_t id) noexcept
+namespace qpr
+{
+
+std::optional<std::wstring> EnvironmentVariable(std::wstring_view name)
+{
+    const char* const value = std::getenv(ToUtf8(name).c_str());
+    if (!value)
+        return std::nullopt;
+    return FromUtf8(value);
+}
+
+std::vector<std::string> ProgramArguments(int argc, char** argv)
+{
+    return std::vector<std::string>(argv, argv + argc);
+}
+
+void ResetInheritedSignals() noexcept
+{
+    std::signal(SIGCHLD, SIG_DFL);
+}
+
+bool IsProcessRunning(std::uint32_t id) noexcept
 {
     const auto pid = static_cast<pid_t>(id);
     return pid > 0 && (kill(pid, 0) == 0 || errno == EPERM);
 }
+
+} // namespace qpr

@@ -1,11 +1,14 @@
 #include "runtime/processes/CurrentProcess.h"
 
 #include "runtime/text/Errors.h"
-#include "runtime/text/windows/SystemHeaders.h"
+#include "runtime/text/Utf8.h"
+#include "runtime/threads/windows/Handle.h"
 
 #include <iterator>
+#include <memory>
 
 #include <lmcons.h>
+#include <shellapi.h>
 
 namespace qpr::CurrentProcess
 {
@@ -41,17 +44,57 @@ std::wstring GetUserName()
 
 std::size_t RaiseDescriptorLimit() noexcept
 {
-    return std::size_t(1) << 24; // what a process may have of handles; memory ends before
+    return std::size_t(1) << 24; // the most handles that a process may have; memory ends before
 }
 
 } // namespace qpr::CurrentProcess
 
-bool qpr::IsProcessRunning(std::uint32_t id) noexcept
+namespace qpr
 {
-    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, id);
-    if (!process)
-        return GetLastError() == ERROR_ACCESS_DENIED;
-    const bool isRunning = WaitForSingleObject(process, 0) == WAIT_TIMEOUT;
-    CloseHandle(process);
-    return isRunning;
+
+std::optional<std::wstring> EnvironmentVariable(std::wstring_view name)
+{
+    const std::wstring terminated(name);
+    std::wstring value(256, L'\0');
+    for (;;)
+    {
+        SetLastError(ERROR_SUCCESS);
+        const DWORD length =
+            GetEnvironmentVariableW(terminated.c_str(), value.data(), static_cast<DWORD>(value.size()));
+        if (length == 0 && GetLastError() != ERROR_SUCCESS)
+            return std::nullopt;
+        const bool fits = length < value.size();
+        value.resize(length); // includes the terminator when it does not fit
+        if (fits)
+            return value;
+    }
 }
+
+std::vector<std::string> ProgramArguments(int argc, char** argv)
+{
+    // The arguments of main have lost the characters that the system's 8-bit character set lacks.
+    int count = 0;
+    const std::unique_ptr<wchar_t*, decltype(&LocalFree)> words(
+        CommandLineToArgvW(GetCommandLineW(), &count), &LocalFree);
+    if (!words)
+        return std::vector<std::string>(argv, argv + argc);
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i)
+        arguments.push_back(ToUtf8(words.get()[i]));
+    return arguments;
+}
+
+void ResetInheritedSignals() noexcept
+{
+    // Exit codes are always kept here.
+}
+
+bool IsProcessRunning(std::uint32_t id) noexcept
+{
+    const SystemHandle<"qpr::IsProcessRunning"> process(NativeHandleOf(OpenProcess(SYNCHRONIZE, FALSE, id)));
+    if (!process.IsValid())
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    return WaitForSingleObject(SystemHandleOf(process), 0) == WAIT_TIMEOUT;
+}
+
+} // namespace qpr

@@ -1,6 +1,5 @@
 #include "random/Places.h"
 #include "runtime/processes/CurrentProcess.h"
-#include "runtime/processes/ProgramArguments.h"
 #include "runtime/text/Utf8.h"
 #include "runtime/threads/Thread.h"
 #include "support/ProcessTable.h"

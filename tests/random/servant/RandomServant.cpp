@@ -2,7 +2,7 @@
 #include "random/servant/OutputPlan.h"
 #include "runtime/channels/NamedPipe.h"
 #include "runtime/channels/StandardStreams.h"
-#include "runtime/processes/ProgramArguments.h"
+#include "runtime/processes/CurrentProcess.h"
 #include "runtime/text/Utf8.h"
 #include "runtime/threads/Thread.h"
 #include "streams/ByteStreams.h"
