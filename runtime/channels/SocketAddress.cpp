@@ -183,13 +183,6 @@ SocketAddress SocketAddress::Resolve(
     return *found;
 }
 
-bool SocketAddress::IsLoopback() const noexcept
-{
-    if (m_family == Family::IPv4)
-        return m_bytes[0] == 127;
-    return m_bytes == AddressBytes{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-}
-
 bool SocketAddress::IsSameHost(const SocketAddress& other) const noexcept
 {
     return m_family == other.m_family && m_bytes == other.m_bytes;

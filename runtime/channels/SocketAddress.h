@@ -37,8 +37,6 @@ public:
     const AddressBytes& Bytes() const noexcept { return m_bytes; }
     std::uint16_t Port() const noexcept { return m_port; }
 
-    bool IsLoopback() const noexcept;
-
     /// The same host, whatever the port.
     bool IsSameHost(const SocketAddress& other) const noexcept;
 

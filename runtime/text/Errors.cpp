@@ -1,9 +1,11 @@
 #include "runtime/text/Errors.h"
 
+#include "runtime/text/Panic.h"
 #include "runtime/text/SystemErrors.h"
 #include "runtime/text/Utf8.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 #include <locale>
 #include <sstream>
@@ -158,6 +160,20 @@ void ThrowSocketError(std::wstring_view text, std::wstring_view function, int li
 void ThrowSocketErrorWithNumber(std::wstring_view text, std::wstring_view function, std::uint32_t error, int line)
 {
     throw RuntimeError(SocketErrorMessage(text, function, line, error));
+}
+
+void Panic(const char* condition, const char* function, int line) noexcept
+{
+    std::fprintf(stderr, "Panic: %s failed in %s.%d\n", condition, function, line);
+    std::fflush(stderr);
+    FailFast();
+}
+
+void PanicWithText(std::string_view text) noexcept
+{
+    std::fprintf(stderr, "Panic: %.*s\n", static_cast<int>(text.size()), text.data());
+    std::fflush(stderr);
+    FailFast();
 }
 
 } // namespace qpr

@@ -4,6 +4,9 @@
 #include <limits>
 #include <stdexcept>
 
+// Frames cut the deflate stream anywhere: a frame may hold no whole byte of data, and inflate may still have output of
+// the frame before.
+
 namespace qpr
 {
 

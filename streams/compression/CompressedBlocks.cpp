@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
+// The reader is a state machine over "[<length>|<payload>]" that can stop after any byte, so that a frame which arrives
+// in pieces can be taken without waiting for its end.
+
 namespace qpr
 {
 

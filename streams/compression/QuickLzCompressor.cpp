@@ -4,6 +4,10 @@
 #include <bit>
 #include <cstring>
 
+// One pass over the data. At each position the table gives an earlier one whose first three bytes have the same index;
+// when these bytes are equal and the reader's table will hold that position too, a match is written, otherwise a
+// literal. Data that does not become smaller is given up early and stored.
+
 namespace qpr::quicklz
 {
 

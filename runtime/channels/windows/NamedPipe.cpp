@@ -12,6 +12,9 @@
 #include <iterator>
 #include <limits>
 
+// Our end is overlapped: a wait that can be interrupted stands between the start of an operation and its end. A pipe
+// without a name cannot be overlapped, so each pair has a name.
+
 namespace qpr
 {
 

@@ -15,6 +15,8 @@
 #include <unistd.h>
 #include <vector>
 
+// An object is created without a name, completed and then linked to its name: others see it whole or not at all.
+
 namespace qpr::posix
 {
 

@@ -17,6 +17,9 @@
 #include <unistd.h>
 #include <vector>
 
+// By posix_spawn: a fork would copy the page tables of this process, and could not run much between that and the
+// program's start while other threads hold locks.
+
 namespace qpr
 {
 

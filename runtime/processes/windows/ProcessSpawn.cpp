@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+// A process is created stopped, put into its group and only then runs, so that nothing it starts escapes from the
+// group. It inherits the three handles that its attributes list, and no others.
+
 namespace qpr
 {
 

@@ -12,6 +12,9 @@
 #include <utility>
 #include <vector>
 
+// A wait is one system call, alertable when the thread can be interrupted: an interrupt is an asynchronous procedure
+// call. Sockets, and the end of a pipe's reader, are no objects to wait for: events stand for them (ChannelEvent.h).
+
 namespace qpr
 {
 
