@@ -19,7 +19,7 @@
 namespace qpr
 {
 
-/// Gives a stream that was constructed without a buffer one of ours.
+/// Attaches one of our buffers to a stream that was constructed without a buffer.
 template <class CharT>
 void AttachStreamBuffer(std::basic_ios<CharT>& stream, std::basic_streambuf<CharT>& buffer)
 {

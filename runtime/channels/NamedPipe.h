@@ -35,7 +35,7 @@ private:
 /// both.
 struct PipePair
 {
-    /// Whose an end is. Reads and writes of our own can be interrupted; a child expects a plain one.
+    /// Who uses an end. Reads and writes at our end can be interrupted; a child expects a plain end.
     enum class End
     {
         Ours,

@@ -34,7 +34,7 @@ inline SystemSocket SystemSocketOf(NativeHandle handle) noexcept
     return static_cast<SystemSocket>(handle.Value());
 }
 
-/// For a new socket before it is bound: it will not block in accepting, and share its address with no other listener.
+/// For a new socket before it is bound: accepting must not block, and no other listener may share the address.
 void PrepareToListen(NativeHandle handle);
 
 /// 1 when a read would not block, 0 when it would; negative, with the error number set, when the system refuses.

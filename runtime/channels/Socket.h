@@ -45,8 +45,8 @@ public:
 
     static Socket Create(SocketAddress::Family family);
 
-    /// A socket that listens at the address; port 0 lets the system choose, GetLocalAddress tells. The backlog bounds
-    /// how many connections may wait to be accepted.
+    /// A socket that listens at the address; for port 0 the system chooses one, which GetLocalAddress returns. The
+    /// backlog bounds the connections that wait to be accepted.
     static Socket Listen(const SocketAddress& address, int backlog = 128);
 
     /// The next connection that is there, or none, and where it comes from. Wait for InputObject before.

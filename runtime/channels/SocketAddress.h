@@ -28,8 +28,8 @@ public:
     static SocketAddress Loopback(std::uint16_t port) noexcept;
 
     /// The first address of the family that the system's resolver knows for a TCP host and service; a service is a name
-    /// or a decimal port. A name is looked up on a thread of its own, which is left behind when the wait ends before it
-    /// is found. Throws "GetAddrInfo() failed" or "No remote address found for host '<host>' and service '<service>'".
+    /// or a decimal port. A name is looked up on a thread of its own, which is left to itself when the wait ends first.
+    /// Throws "GetAddrInfo() failed" or "No remote address found for host '<host>' and service '<service>'".
     static SocketAddress Resolve(
         const std::wstring& host, const std::wstring& service, Family family = Family::IPv4, const Wait& wait = {});
 

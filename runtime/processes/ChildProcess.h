@@ -83,8 +83,8 @@ public:
         std::uint32_t signal = 0; ///< that ended it; 0 when it ended by itself
     };
 
-    /// The ended process's exit code, which stays to be collected. Throws std::logic_error when it has not ended. May
-    /// be called by another thread, as long as nobody collects.
+    /// The ended process's exit code, which stays to be collected. Throws std::logic_error when it has not ended.
+    /// Another thread may call it as long as none collects.
     ExitStatus PeekExitStatus() const;
 
     /// Takes the ended process's exit code and figures; from then on its id may belong to another. Throws

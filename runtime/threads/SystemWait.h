@@ -30,7 +30,7 @@ struct SystemWaitResult
 /// sleeps.
 SystemWaitResult WaitForSystemObjects(std::span<const WaitObject> objects, std::uint32_t timeoutMs) noexcept;
 
-/// Whether the current thread is to be interrupted now; takes the request.
+/// Takes a request to interrupt the current thread. False when there is none, and while interrupts are put off.
 bool TakeInterrupt() noexcept;
 
 /// Puts off interrupts of the current thread, or stops that; returns what held before.

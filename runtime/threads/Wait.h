@@ -14,8 +14,8 @@ namespace qpr
 class Cancellation;
 
 /// How an operation that may block waits: until when, what else is watched meanwhile, and what each of these means. A
-/// small value, made once and copied into readers and writers; a const one may be used by several threads. Whatever
-/// ends a wait early does so by an exception. An interrupt of the calling thread always counts.
+/// small value, made once and copied into readers and writers; a const one may be used by several threads. A wait that
+/// is ended early throws. An interrupt of the calling thread always counts.
 ///
 ///     Wait wait(cancellation);
 ///     wait.Until(Deadline(5000), L"The client took too long").Or(stop.Object(), [] { throw Stopped(); });

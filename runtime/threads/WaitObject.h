@@ -15,7 +15,7 @@ public:
         Kind_AutoReset, ///< a satisfied wait takes the signal
         Kind_Readable, ///< a channel with data or its end
         Kind_Writable, ///< a channel with room, or broken
-        Kind_PeerGone, ///< a channel that we write to and nobody reads any more
+        Kind_PeerGone, ///< a channel that we write to and that has lost its reader
     };
 
     /// Names nothing; a wait for it fails.

@@ -39,7 +39,7 @@ private:
     void Inflate();
 
     z_stream m_stream = {};
-    bool m_outputHeldBack = false; ///< inflate stopped for want of room and may have more without input
+    bool m_outputHeldBack = false; ///< inflate stopped for lack of room and may have more output without input
     bool m_endSeen = false;
     bool m_hasByteAhead = false;
     std::uint8_t m_byteAhead = 0;

@@ -63,7 +63,7 @@ protected:
     {
     }
 
-    /// Brings in the next frame, or goes on with one that was incomplete. The payload stays until the next call.
+    /// Reads the next frame, or continues with an incomplete one. The payload stays until the next call.
     FrameState ReadFrame(Wait wait);
 
     std::span<const std::uint8_t> Payload() const;

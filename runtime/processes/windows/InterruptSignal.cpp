@@ -78,8 +78,7 @@ InterruptSignal::InterruptSignal()
         Restore(index);
         ThrowSystemErrorWithNumber(L"signal() failed", L"qpr::InterruptSignal::InterruptSignal", error);
     }
-    SetConsoleCtrlHandler(
-        &WindDown, TRUE); // asked before all others; may fail without a console, which cannot end then
+    SetConsoleCtrlHandler(&WindDown, TRUE); // asked before all others; without a console it may fail
 }
 
 InterruptSignal::~InterruptSignal()

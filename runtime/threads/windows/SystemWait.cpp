@@ -13,7 +13,7 @@
 #include <vector>
 
 // A wait is one system call, alertable when the thread can be interrupted: an interrupt is an asynchronous procedure
-// call. Sockets, and the end of a pipe's reader, are no objects to wait for: events stand for them (ChannelEvent.h).
+// call. Sockets and the ends of pipes cannot be waited for directly: events stand for them (ChannelEvent.h).
 
 namespace qpr
 {
