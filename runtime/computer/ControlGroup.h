@@ -8,8 +8,8 @@
 namespace qpr
 {
 
-/// What a container grants a process, from the files of its control groups, of both versions, and of those above
-/// them.
+/// What a container grants a process, read from the files of its control groups (of either version) and of the groups
+/// above them.
 struct ControlGroupLimits
 {
     Nullable<double> processors; ///< processor time per time; null: not limited

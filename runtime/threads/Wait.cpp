@@ -17,7 +17,7 @@ namespace qpr
 namespace
 {
 
-constexpr std::chrono::microseconds lookingTime(60); // about what sleeping and being woken takes
+constexpr std::chrono::microseconds lookingTime(60); // about as long as sleeping and waking takes
 
 } // namespace
 

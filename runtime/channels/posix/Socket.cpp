@@ -9,6 +9,7 @@
 
 // Sockets are non-blocking from their creation to their end: every operation is tried first, and what would block waits
 // through a Wait instead of in the system call.
+
 namespace qpr
 {
 namespace
@@ -47,9 +48,9 @@ int CountReadable(NativeHandle handle) noexcept
 void KeepLoaded() noexcept
 {
     Dl_info library{};
+    // A program's own code, which stays loaded anyway, is not found by that name: then this fails.
     if (dladdr(reinterpret_cast<const void*>(&KeepLoaded), &library) != 0)
-        dlopen(
-            library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE); // fails for a program's own code, which stays
+        dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 Socket Socket::Create(SocketAddress::Family family)

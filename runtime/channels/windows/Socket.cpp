@@ -15,6 +15,7 @@
 
 // Reads and writes are overlapped, so that two threads can wait for the same socket at once; waits for input alone and
 // connecting go through the network events, of which a socket has one set.
+
 namespace qpr
 {
 namespace

@@ -87,7 +87,7 @@ struct SystemProcess::Native
     void TakeUsage(const rusage& usage, ProcessFigures& figures) const noexcept;
 
     const pid_t id;
-    const long clientPeakKB; ///< a fresh process seems to have had so much resident, and has not
+    const long clientPeakKB; ///< this process's own peak, which the system may count for the new one too
     SystemHandle<"qpr::ChildProcess::~ChildProcess"> end; ///< readable once the process has ended
     bool isLost = false; ///< ended and was collected by somebody else before it could be held
     long notedPeakKB = 0;

@@ -35,19 +35,11 @@ std::atomic<std::uint32_t>& MeetingPointOf(int descriptor) noexcept
     return signalMeetingPoints[static_cast<unsigned>(descriptor) % std::size(signalMeetingPoints)];
 }
 
-/// Takes the signal without waiting; false, with EAGAIN, when there was none. Datagram sockets, which serve as events
-/// between processes, lose all that is queued. Requires: a descriptor that does not block.
+/// Takes the signal without waiting; false, with EAGAIN, when there was none.
 bool TakeSignal(int descriptor) noexcept
 {
-    std::uint64_t signal = 0;
-    for (bool taken = false;; taken = true)
-    {
-        const ssize_t size = read(descriptor, &signal, sizeof signal);
-        if (size == sizeof signal) // a whole counter: nothing is left
-            return true;
-        if (size < 0)
-            return taken;
-    }
+    std::uint64_t count = 0;
+    return read(descriptor, &count, sizeof count) == sizeof count;
 }
 
 constexpr std::size_t maxDescriptorCount = 64 + 1; // the objects and the thread's interrupt
@@ -56,7 +48,7 @@ constexpr std::uint32_t unlimited = std::numeric_limits<int>::max(); // as far a
 short PollEventsOf(WaitObject::Kind kind) noexcept
 {
     if (kind == WaitObject::Kind_PeerGone)
-        return 0; // what poll always reports is all that counts
+        return 0; // what poll reports in any case
     return kind == WaitObject::Kind_Writable ? POLLOUT : POLLIN;
 }
 
