@@ -108,7 +108,7 @@ CallOrder ReceiveCall(qpr::Socket& client, const SessionSurroundings& surroundin
     client.EnableKeepAlive();
     try
     {
-        ClientConversation conversation(client, Within(receptionTimeMs).LookFirst());
+        ClientConversation conversation(client, Within(receptionTimeMs).SpinFirst());
         const qxm::HostDescription description = conversation.LogIn();
         return TakeRequest(conversation, description, surroundings);
     }

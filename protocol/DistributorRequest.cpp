@@ -203,7 +203,7 @@ DistributorRequest::DistributorRequest(std::wstring distributorHost, std::wstrin
 bool DistributorRequest::WaitUntilReady()
 {
     qpr::Wait wait = m_wait;
-    wait.LookFirst();
+    wait.SpinFirst();
     if (m_giveUpObject)
         wait.Or(*m_giveUpObject, []() -> std::uint32_t { throw GivenUp(); });
     try

@@ -17,7 +17,7 @@ namespace qpr
 namespace
 {
 
-constexpr std::chrono::microseconds lookingTime(60); // about as long as sleeping and waking takes
+constexpr std::chrono::microseconds spinTime(60); // about as long as sleeping and waking takes
 
 } // namespace
 
@@ -41,10 +41,10 @@ struct Wait::Watch
         return signalled == static_cast<int>(own);
     }
 
-    bool LookForOwn(const wchar_t* location, int line) const
+    bool SpinForOwn(const wchar_t* location, int line) const
     {
         using Clock = std::chrono::steady_clock;
-        for (const Clock::time_point end = Clock::now() + lookingTime; Clock::now() < end; std::this_thread::yield())
+        for (const Clock::time_point end = Clock::now() + spinTime; Clock::now() < end; std::this_thread::yield())
         {
             if (WaitForOwn(location, 0, line))
                 return true;
@@ -68,9 +68,9 @@ Wait& Wait::Or(const WaitObject& object, Meaning meaning)
     return *this;
 }
 
-Wait& Wait::LookFirst() noexcept
+Wait& Wait::SpinFirst() noexcept
 {
-    m_looksFirst = true;
+    m_spinsFirst = true;
     return *this;
 }
 
@@ -84,7 +84,7 @@ void Wait::For(const WaitObject& object, const wchar_t* location, int line) cons
     Watch watch = Begin(object, location);
     for (std::size_t i = 0; i < m_furtherCount; ++i)
         watch.Add(m_further[i].object);
-    if (m_looksFirst && watch.LookForOwn(location, line))
+    if (m_spinsFirst && watch.SpinForOwn(location, line))
         return;
     while (!watch.WaitForOwn(location, watch.leftMs, line))
         watch = AskAll(Begin(object, location), location);

@@ -45,7 +45,7 @@ public:
 
     /// Spins for a few dozen microseconds before it sleeps, and yields the processor to others meanwhile. For the lines
     /// of a conversation: a peer on the same computer answers sooner than a sleeping thread wakes.
-    Wait& LookFirst() noexcept;
+    Wait& SpinFirst() noexcept;
 
     /// Throws when the wait is over, even if the operation would not block. Call it before each operation.
     void Check() const;
@@ -71,7 +71,7 @@ private:
     const Cancellation* m_cancellation = nullptr; // not owned
     Deadline m_deadline{Infinite};
     const wchar_t* m_lateError = nullptr;
-    bool m_looksFirst = false;
+    bool m_spinsFirst = false;
     std::size_t m_furtherCount = 0;
     std::array<Further, maxFurtherCount> m_further;
 };

@@ -12,17 +12,17 @@ std::size_t BlockedQLZ14Reader::Read(void* buffer, std::size_t size)
 {
     auto* const target = static_cast<std::uint8_t*>(buffer);
     std::size_t done = TakeUnpacked(target, size);
-    while (done < size && BringFrame(done == 0 ? Wait::Yes : Wait::OnceArriving))
+    while (done < size && FetchFrame(done == 0 ? Wait::Yes : Wait::OnceArriving))
         done += Unpack(target + done, size - done);
     return done;
 }
 
 bool BlockedQLZ14Reader::InputPending()
 {
-    return m_unpackedRead != m_unpackedSize || BringFrame(Wait::No) || m_endSeen;
+    return m_unpackedRead != m_unpackedSize || FetchFrame(Wait::No) || m_endSeen;
 }
 
-bool BlockedQLZ14Reader::BringFrame(Wait wait)
+bool BlockedQLZ14Reader::FetchFrame(Wait wait)
 {
     if (!m_frameReady && !m_endSeen)
     {

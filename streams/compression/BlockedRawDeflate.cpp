@@ -50,7 +50,7 @@ std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t si
     m_stream.avail_out = static_cast<uInt>(room);
     while (m_stream.avail_out != 0)
     {
-        if (m_stream.avail_in == 0 && !m_outputHeldBack && !BringInput(wait))
+        if (m_stream.avail_in == 0 && !m_outputHeldBack && !FetchInput(wait))
             break;
         Inflate();
         if (wait == Wait::Yes && m_stream.avail_out != room)
@@ -59,7 +59,7 @@ std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t si
     return room - m_stream.avail_out;
 }
 
-bool BlockedRawDeflateReader::BringInput(Wait wait)
+bool BlockedRawDeflateReader::FetchInput(Wait wait)
 {
     if (m_endSeen)
         return false;

@@ -35,7 +35,7 @@ public:
 
 private:
     std::size_t Unpack(std::uint8_t* target, std::size_t size, Wait wait);
-    bool BringInput(Wait wait);
+    bool FetchInput(Wait wait);
     void Inflate();
 
     z_stream m_stream = {};

@@ -28,30 +28,6 @@ TEST(Evaluator, ComputesHelpersOnDemand)
     EXPECT_EQ(Evaluated(evaluator, expression, {{L"Area", Value(60.0F)}, {L"Big", Value(false)}}), 60.5F);
 }
 
-TEST(Evaluator, EvaluatesWhatIsLeftOfASpecialisedFormula)
-{
-    // formula, and what is left with N = M = 4, T = 'x' and F = false
-    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-        {L"N * 2 + sqrt(M) * P", L"add(8, mul(2, float P))"},
-        {L"if T == 'x' then P else Q", L"float P"},
-        {L"if F or P > N then N else -Q", L"if_then_else(or(false, gt(float P, 4)), 4, neg(float Q))"},
-        {L"H + N ^ 2", L"add(float H, 16)"},
-    };
-    const ValueMap given = {{L"M", Value(4.0F)}, {L"N", Value(4.0F)}, {L"T", Value(L"x")}, {L"F", Value(false)}};
-    const ValueMap rest = {{L"P", Value(3.0F)}, {L"Q", Value(5.0F)}};
-    ValueMap all = given;
-    all.insert(rest.begin(), rest.end());
-    for (const auto& [formula, special] : cases)
-    {
-        Evaluator evaluator;
-        evaluator.AddHelperVariableDefinitions(L"H = float P + 1;", L"helpers");
-        const ExpressionPtr expression = evaluator.ParseExpression(formula, L"formula", Float);
-        const ExpressionPtr specialised = expression->Specialise(given);
-        EXPECT_EQ(specialised->ToText(), special);
-        EXPECT_EQ(Evaluated(evaluator, specialised, rest), Evaluated(evaluator, expression, all));
-    }
-}
-
 TEST(Evaluator, TellsInputsAndUses)
 {
     Evaluator evaluator;

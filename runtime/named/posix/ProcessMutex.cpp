@@ -35,7 +35,7 @@ struct Content
 
 /// The mutex is mostly held for microseconds: a waiter spins a few times, then pauses between its tries. It checks for
 /// an interrupt at each try.
-constexpr int eagerTries = 16;
+constexpr int spinTries = 16;
 constexpr std::chrono::microseconds pauseBetweenTries(200);
 
 } // namespace
@@ -150,7 +150,7 @@ void ProcessMutex::Acquire(std::uint32_t timeoutMs)
     for (int tries = 0;; ++tries)
     {
         Thread::CheckInterrupt();
-        const int error = m_state->TryLock(tries > eagerTries || deadline.HasPassed());
+        const int error = m_state->TryLock(tries > spinTries || deadline.HasPassed());
         if (error == 0)
             return;
         if (error == EOWNERDEAD)
@@ -159,7 +159,7 @@ void ProcessMutex::Acquire(std::uint32_t timeoutMs)
             ThrowSystemErrorWithNumber(L"WaitForSingleObjectEx() failed", function, static_cast<std::uint32_t>(error));
         if (deadline.HasPassed())
             throw TimeoutException(std::wstring(L"Timeout executing ") + function);
-        if (tries < eagerTries)
+        if (tries < spinTries)
         {
             std::this_thread::yield();
             continue;

@@ -28,11 +28,11 @@ namespace
 /// What a thread wrote before it signalled is visible to the thread whose wait this satisfied. The kernel guarantees
 /// it, but the language's memory model (and the thread sanitizer) needs an atomic that both touch. Descriptors with the
 /// same remainder share one, which orders more than necessary and does no harm.
-constinit std::atomic<std::uint32_t> signalMeetingPoints[64];
+constinit std::atomic<std::uint32_t> signalFences[64];
 
-std::atomic<std::uint32_t>& MeetingPointOf(int descriptor) noexcept
+std::atomic<std::uint32_t>& FenceOf(int descriptor) noexcept
 {
-    return signalMeetingPoints[static_cast<unsigned>(descriptor) % std::size(signalMeetingPoints)];
+    return signalFences[static_cast<unsigned>(descriptor) % std::size(signalFences)];
 }
 
 /// Takes the signal without waiting; false, with EAGAIN, when there was none.
@@ -58,7 +58,7 @@ bool TakeReady(const WaitObject& object) noexcept
     const int descriptor = DescriptorOf(object.Handle());
     if (object.GetKind() == WaitObject::Kind_AutoReset && !TakeSignal(descriptor))
         return false;
-    static_cast<void>(MeetingPointOf(descriptor).load(std::memory_order_acquire));
+    static_cast<void>(FenceOf(descriptor).load(std::memory_order_acquire));
     return true;
 }
 
@@ -164,7 +164,7 @@ NativeHandle CreateSystemEvent(WaitObject::Kind) noexcept
 bool SetSystemEvent(NativeHandle event) noexcept
 {
     const int descriptor = DescriptorOf(event);
-    MeetingPointOf(descriptor).fetch_add(1, std::memory_order_release);
+    FenceOf(descriptor).fetch_add(1, std::memory_order_release);
     const std::uint64_t one = 1;
     return write(descriptor, &one, sizeof one) == sizeof one || errno == EAGAIN; // a full counter is signalled already
 }
