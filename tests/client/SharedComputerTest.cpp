@@ -74,8 +74,7 @@ public:
         Tell("end " + id, usage);
     }
 
-    std::unique_ptr<QxClient::INetworkExecution> PrepareNetwork(
-        qxm::ICallContext&, std::optional<qpr::WaitObject>) override
+    bool RunOnNetwork(qxm::ICallContext&, std::optional<qpr::WaitObject>, const std::function<void()>&) override
     {
         throw std::logic_error("no network");
     }

@@ -2,8 +2,8 @@
 
 #include "runtime/named/SharedMemorySegment.h"
 #include "runtime/text/Utf8.h"
-#include "worktable/TableMutex.h"
 #include "worktable/TestTable.h"
+#include "worktable/WorkTable.h"
 
 #include <algorithm>
 #include <array>
