@@ -14,6 +14,33 @@ function(qx_room name)
   endif()
 endfunction()
 
+include(GenerateExportHeader)
+
+# qx_public_library(NAME FOLDER): what a library that others link has beside its sources: its versions, the public headers
+# in include/FOLDER, the generated NAMEExport.h among them, and nothing exported but what that marks.
+function(qx_public_library name folder)
+  set(generated ${CMAKE_CURRENT_BINARY_DIR}/include)
+  generate_export_header(${name} EXPORT_FILE_NAME ${generated}/${folder}/${name}Export.h)
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${generated}> $<INSTALL_INTERFACE:include>)
+  target_compile_features(${name} INTERFACE cxx_std_17)
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(WIN32)
+    set_target_properties(${name} PROPERTIES PREFIX "")
+  else()
+    target_link_options(${name} PRIVATE LINKER:--exclude-libs,ALL LINKER:--no-undefined)
+  endif()
+  if(QX_INSTALL)
+    install(TARGETS ${name} EXPORT QxClientTargets
+      RUNTIME COMPONENT library
+      LIBRARY COMPONENT library NAMELINK_COMPONENT development
+      ARCHIVE COMPONENT development
+      INCLUDES DESTINATION include)
+    install(DIRECTORY include/${folder} ${generated}/${folder} TYPE INCLUDE COMPONENT development 
+      FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+  endif()
+endfunction()
+
 # qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program with one CTest entry for each case; one
 # entry for the program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp,
 # ...PosixTest.cpp and so on are of that platform.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <qxservant/QxServantExport.h>
+
 #include <functional>
 #include <initializer_list>
 #include <istream>
@@ -74,6 +76,6 @@ struct Service
 /// failure, 2 for a command line that asks for no service of this servant; both are explained on the standard error
 /// stream. While it runs, a thread watches the client: when the client is gone, or has closed the output and waited
 /// 0.1 s for the servant to end, the process ends with 3, however busy it is. To be called once, from main.
-int Run(int argc, char** argv, std::initializer_list<Service> services);
+QXSERVANT_EXPORT int Run(int argc, char** argv, std::initializer_list<Service> services);
 
 } // namespace qxservant

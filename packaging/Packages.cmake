@@ -1,0 +1,20 @@
+# The packages that CPack makes of the components: Debian's, and a zip for Windows. scripts/package builds them.
+set(CPACK_PACKAGE_NAME qxclient)
+set(CPACK_PACKAGE_VENDOR "QxClient")
+set(CPACK_PACKAGE_CONTACT "The developers of QxClient <qxclient@lists.example.org>" CACHE STRING "Maintainer of the packages")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Spreads long computations over worker processes")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL library development tools distributor documentation)
+
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_COMPONENTS_ALL library development tools distributor documentation examples licences)
+  set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_PACKAGE_FILE_NAME QxClient-${PROJECT_VERSION}-windows-x64)
+else()
+  include(DebianPackages.cmake)
+endif()
+include(CPack)
