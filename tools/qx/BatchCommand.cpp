@@ -85,22 +85,31 @@ void qx::AddBatchCommand(Program& program)
         "qx batch --config QxConfiguration.xml --service Gzip --suffix .gz --output-dir packed *.txt",
         [options, &program] { return RunBatch(*options, program); });
     options->connector.AddTo(command);
-    command.add_option("--service", options->service, "Name of the service")->required()->type_name("NAME");
+    command.add_option("--service", options->service, "Name of the service")
+        ->required()
+        ->type_name("NAME")
+        ->group("Calls");
     command
         .add_option("FILE", options->files,
             "Input files; @LIST is a file of names, one per line, and - such a list on standard input")
         ->required()
         ->type_name("");
-    command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end with a null character (find -print0)");
+    command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end with a null character (find -print0)")
+        ->group("Calls");
     command.add_option("--attribute", options->attributes, "Attribute of every request; may be repeated")
         ->type_name("KEY=VALUE")
-        ->allow_extra_args(false);
+        ->allow_extra_args(false)
+        ->group("Calls");
     command.add_option("--output-dir", options->outputDirectory, "Directory for the outputs; created if missing")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->group("Outputs");
     command.add_option("--suffix", options->suffix, "Added to a file's name to name its output (default .out)")
-        ->type_name("TEXT");
+        ->type_name("TEXT")
+        ->group("Outputs");
     command.add_option("--joblog", options->jobLog, "Write a tab-separated log with one line per call")
-        ->type_name("FILE");
-    command.add_flag(
-        "--resume", options->resume, "Skip calls that the job log lists as done and whose outputs are there");
+        ->type_name("FILE")
+        ->group("Job log");
+    command
+        .add_flag("--resume", options->resume, "Skip calls that the job log lists as done and whose outputs are there")
+        ->group("Job log");
 }

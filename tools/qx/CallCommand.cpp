@@ -253,7 +253,10 @@ void qx::AddCallCommand(Program& program)
     command.add_option("SERVICE", options->service, "Name of the service")->required()->type_name("");
     command.add_option("KEY=VALUE", options->attributes, "Attributes of the request, for the service's formulas")
         ->type_name("");
-    command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")->type_name("SECONDS");
+    command.add_option("--timeout", options->timeout, "Cancel the call after this many seconds")
+        ->type_name("SECONDS")
+        ->group("Call");
     command.add_option("--log", options->logFile, "Write the call's log to this file instead of standard error")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->group("Call");
 }

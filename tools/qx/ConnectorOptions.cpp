@@ -15,11 +15,13 @@ void ConnectorOptions::AddTo(CLI::App& command, const std::string& connectorName
 {
     command
         .add_option(connectorName, m_connector, "Connector configuration, or @FILE (default: <LocalServiceConnector/>)")
-        ->type_name("XML");
+        ->type_name("XML")
+        ->group("Connector");
     command
         .add_option(
             "--config", m_configurationPath, "Configuration file (default: the connector's, then $QX_CONFIGURATION)")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->group("Connector");
 }
 
 qxm::ConnectorConfiguration ConnectorOptions::Connector() const

@@ -108,9 +108,11 @@ void qx::AddUsageCommand(Program& program)
         ->type_name("");
     command.add_option("--processors", options->processors, "Assume a computer with this many processors")
         ->check(AtLeastOne(options->processors))
-        ->type_name("N");
+        ->type_name("N")
+        ->group("Another computer");
     command.add_option("--memory-mb", options->memoryInMB, "Assume a computer with this much memory")
         ->check(AtLeastOne(options->memoryInMB))
-        ->type_name("N");
+        ->type_name("N")
+        ->group("Another computer");
     command.add_flag("--json", options->json, "Print one JSON document");
 }
