@@ -22,10 +22,10 @@ namespace QxClient
 ///                            +-------------------------------------+
 ///                                    End (cancelled, or its start failed)
 ///
-/// A call has exactly one outcome: the first error reported, else cancelled when that was asked for, else done. A
-/// queued call that is cancelled ends at once; a started one is asked to stop and ends on its own thread.
+/// A call has exactly one outcome: cancelled when that was asked for before any error, else the first error, else done.
+/// A queued call that is cancelled ends at once; a started one is asked to stop and ends on its own thread.
 ///
-/// Not thread safe: the caller holds the connector's lock, but where a function says otherwise.
+/// Not thread safe: the caller holds the connector's lock, except where a function says otherwise.
 class CallLife
 {
 public:
@@ -55,7 +55,7 @@ public:
     void Cancel();
     bool IsCancelRequested() const noexcept { return m_isCancelRequested; }
 
-    /// Of an error after the first, or after a cancel, nobody hears.
+    /// An error after the first one, or after a cancel, is ignored.
     void ReportError(std::exception_ptr error) noexcept;
 
     /// Fixes the outcome of a call that has nothing left to do but to tell its request.

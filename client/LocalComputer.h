@@ -53,8 +53,8 @@ public:
     using Row = qxm::WorkTable::JobManager::RowInWorkTable;
     using Wake = Row::Wake;
 
-    /// Tells all client processes what this connector runs and has waiting. Who is to wake hears of it, this connector
-    /// also when nothing has changed.
+    /// Tells all client processes what this connector runs and has waiting, and wakes those that `wake` names: with
+    /// Wake::All this connector too, even when nothing has changed.
     void Publish(const qxm::WorkRecord& record, Wake wake);
 
     /// The same where nothing may fail: what cannot be published now is published with the next heartbeat.

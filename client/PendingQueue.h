@@ -49,8 +49,8 @@ public:
     bool IsEmpty() const noexcept { return m_nodes[root].count == 0; }
     const LocalSum& SumOfLocal() const noexcept { return m_nodes[root].localSum; }
 
-    /// The first call whose needs the predicate admits; null when there is none. A predicate that admits some needs
-    /// admits lesser ones too. It may look at the amounts of calls that can run locally.
+    /// The first call whose needs the predicate admits; null when there is none. The predicate is monotonic:
+    /// if it admits some needs, it admits all smaller ones. Amounts are meaningful only where canRunLocally is set.
     template <class Predicate>
     ServiceCallBase* FindFirst(Predicate admits) const
     {

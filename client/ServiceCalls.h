@@ -48,7 +48,8 @@ private:
     ICallExecutor& m_executor; // the connector's
 };
 
-/// A call that runs on this computer or on the network.
+/// A call that runs on this computer or on the network; CallScheduler decides which, and when a call that waits at the
+/// distributor comes back.
 class HybridServiceCall final : public ServiceCallBase
 {
 public:

@@ -27,7 +27,7 @@ float ParseUtilizationLimit(const XmlAttribute& attribute)
     return limit;
 }
 
-/// What the two names of this setting have in common; the later of them counts.
+/// Shared by the two names of this setting; the later one counts.
 void TakeMaxLocalServants(const XmlAttribute& attribute, ConnectorConfiguration& configuration)
 {
     const std::uint32_t count = qpr::ParseUInt32(attribute.value, attribute.name);
@@ -39,7 +39,7 @@ void TakeMaxLocalServants(const XmlAttribute& attribute, ConnectorConfiguration&
 struct Setting
 {
     const wchar_t* name;
-    bool isForAll; ///< of every connector, or of those that run calls on this computer
+    bool isForAll; ///< true: every connector has it; false: only those that run calls here
     void (*take)(const XmlAttribute& attribute, ConnectorConfiguration& configuration);
 };
 

@@ -32,8 +32,8 @@ struct ExpectedUsage
 };
 
 /// From the service's formulas and the request's attributes; a service without formulas takes an equal share of the
-/// limits. Throws what compiling or evaluating the formulas throws. Any thread may call; the caller holds a reference
-/// to the service.
+/// limits. UsageModel chooses the number of processors. Throws what compiling or evaluating the formulas throws. Any
+/// thread may call; the caller holds a reference to the service.
 ExpectedUsage ComputeExpectedUsage(const LocalServiceInfo& service,
     const std::map<std::wstring, std::wstring>& attributes, const LocalLimits& limits, std::uint32_t maxLocalServants);
 

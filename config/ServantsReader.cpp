@@ -45,8 +45,8 @@ qexpr::ValueMap HostVariables(const HostDescription& host)
     };
 }
 
-/// A formula that cannot be parsed or evaluated is not met, silently: a configuration shared by many computers may use
-/// formulas that make sense on some of them only.
+/// Requirements whose formula fails count as not met, without an error: a configuration shared by many computers may
+/// use formulas that make sense on some of them only.
 bool MeetsHostRequirements(const XmlElement& element, const HostDescription& host)
 {
     try

@@ -29,7 +29,7 @@ void ReadBaseServants(const ConfigurationFile& file, const CrashDumpSettings& cr
 /// Throws what is wrong with the formula.
 bool EvaluateHostRequirements(const XmlElement& element, const HostDescription& host);
 
-/// The child elements of the container of that name; none without it.
+/// The children of the parent's child element of that name; empty when there is none.
 const std::vector<XmlElement>& ChildrenOf(const XmlElement& parent, const wchar_t* container);
 
 /// A servant of a configuration file, and one of a service configuration file, which says less.

@@ -14,8 +14,8 @@ namespace qxm
 
 class UsageModel;
 
-/// A servant executable as the configuration describes it. Shared by its services; never changed once read. Like all
-/// shared descriptions: references are taken and dropped under the framework's lock.
+/// A servant executable as the configuration describes it. Shared by its services; never changed once read. Its
+/// references, like those of all descriptions here, are taken and dropped by one thread at a time.
 struct ServantInfo final : qpr::ReferenceCounted
 {
     std::wstring crashDumpFlags;

@@ -12,7 +12,7 @@ namespace qxm
 namespace
 {
 
-/// A text of more runs than this, which no formula has, is placed in part only.
+/// Positions are kept for so many runs of a text; no real formula has more.
 constexpr std::size_t maxTextRuns = 10000;
 
 void Validate(const XmlElement& root, const XmlElement& allowed)

@@ -46,10 +46,10 @@ struct XmlElement
     /// The value; empty when there is no such attribute.
     std::wstring AttributeValue(std::wstring_view attributeName) const;
 
-    /// Of the attribute, or of the element when there is no such attribute.
+    /// The position of the attribute, or of the element when there is no such attribute.
     XmlPosition PositionOf(std::wstring_view attributeName) const noexcept;
 
-    /// Of the text's character at the index, or of its end.
+    /// The position of the text's character at the index, or of its end.
     XmlPosition PositionInText(std::size_t index) const noexcept;
 
     /// The first child of that name, or null.

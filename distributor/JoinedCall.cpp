@@ -92,7 +92,7 @@ void JoinedCall::CopyOutput()
         m_mainSocket.TryShutdown(qpr::Socket::Direction::Send);
 }
 
-/// The end of the data of a servant that a signal ended is not its own.
+/// A servant that a signal ended did not choose where its data ends: the client must not take it for whole.
 void JoinedCall::NoteSignal()
 {
     if (!qpr::Thread::TryWaitForObject(m_servant->EndObject(), L"qxd::JoinedCall::NoteSignal", signalTimeMs))

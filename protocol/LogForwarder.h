@@ -15,9 +15,9 @@ class IReader;
 namespace qxm
 {
 
-/// Copies a servant's log channel into its call's log on a thread of its own, as it comes, until the channel ends.
-/// While it runs nobody else writes the log. The reader and the log outlive it. A log never ends a call: bytes that are
-/// no UTF-8 become U+FFFD, and a channel that fails has ended.
+/// Copies a servant's log channel into its call's log (RequestLog, for a service call) on a thread of its own, as it
+/// comes, until the channel ends. While it runs nobody else writes the log. The reader and the log outlive it. A log
+/// never ends a call: bytes that are no UTF-8 become U+FFFD, and a channel that fails has ended.
 class LogForwarder final : private qpr::IRunnable
 {
 public:

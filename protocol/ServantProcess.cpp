@@ -43,7 +43,7 @@ std::size_t ServantOutput::Read(void* buffer, std::size_t size)
     if (m_left)
         *m_left -= count;
     else if (m_hasServantEnded)
-        DrawLine();
+        FixDataSize();
     return count;
 }
 
@@ -64,7 +64,7 @@ void ServantOutput::NoteServantEnd()
     const qpr::ScopedLock lock(m_lock);
     m_hasServantEnded = true;
     if (!m_isReading) // a read may have taken data that it has not counted yet
-        DrawLine();
+        FixDataSize();
 }
 
 /// Asked before each read and while one waits, once the servant has ended.
@@ -73,13 +73,13 @@ std::uint32_t ServantOutput::AllowAfterEnd()
     m_grace.Start(graceTimeMs);
     const std::uint32_t leftMs = m_grace.LeftMs();
     const qpr::ScopedLock lock(m_lock);
-    DrawLine();
+    FixDataSize();
     if (leftMs == 0 && m_reader.Available() == 0)
         throw Over();
     return leftMs;
 }
 
-void ServantOutput::DrawLine()
+void ServantOutput::FixDataSize()
 {
     if (!m_left)
         m_left = m_reader.Available();

@@ -31,15 +31,15 @@ public:
     std::size_t Read(void* buffer, std::size_t size) override;
     bool InputPending() override;
 
-    /// Draws the line between the servant's data and that of others. Called by whoever waits for the servant's end, on
-    /// any thread: the reading thread may be busy with what it has read.
+    /// Notes how much is in the pipe: what comes after it was written by another process. Called by whoever waits for
+    /// the servant's end, on any thread: the reading thread may be busy with what it has read.
     void NoteServantEnd() QX_EXCLUDES(m_lock);
 
 private:
     class Over;
 
     std::uint32_t AllowAfterEnd() QX_EXCLUDES(m_lock);
-    void DrawLine() QX_REQUIRES(m_lock);
+    void FixDataSize() QX_REQUIRES(m_lock);
 
     GraceTimer& m_grace; // not owned
     const std::wstring m_servantPath;

@@ -12,10 +12,10 @@
 #include <streambuf>
 #include <string>
 
-/// Standard streams over readers and writers of bytes. All of them throw what their channel throws (an interrupt
-/// included) and throw it again at each later use, never write in a destructor, format in the classic locale, and are
-/// used by one thread at a time. Buffers are allocated at their first use; requests at least as large as the buffer
-/// bypass it.
+/// std::istream and std::ostream over readers and writers of bytes. All of them throw what their channel throws (an
+/// interrupt included) and throw it again at each later use, never write in a destructor, format in the classic locale,
+/// and are used by one thread at a time. Buffers are allocated at their first use; requests at least as large as the
+/// buffer bypass it.
 namespace qpr
 {
 

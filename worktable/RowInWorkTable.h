@@ -48,15 +48,15 @@ public:
     RowInWorkTable(const RowInWorkTable&) = delete;
     RowInWorkTable& operator=(const RowInWorkTable&) = delete;
 
-    /// The running work of all live job managers, this one included. What no honest owner writes does no harm: see
-    /// WorkSum. Requires: a lock of the same table.
+    /// The running work of all live job managers, this one included. Implausible values in
+    /// other rows do no harm: see WorkSum. Requires: a lock of the same table.
     Work SumActiveWork(Lock& lock);
 
     /// Whom a publication wakes.
     enum class Wake
     {
         All, ///< all live job managers, this one included
-        Others, ///< for one whose owner knows that it has nothing to look for
+        Others, ///< all but this one, which has nothing to start
     };
 
     /// Writes the record into the row and wakes the live job managers; when the row says so already, wakes nobody and

@@ -97,8 +97,8 @@ class WorkTable::Lock
 {
 public:
     /// Waits interruptibly; throws TimeoutException when the table is not free within the limit, and what opening and
-    /// reading it throw. An owner that died holding the table is passed over. A table whose name was removed
-    /// is left, within a second, for the one that has it now.
+    /// reading it throw. An owner that died holding the table is passed over. A table whose name was removed is left,
+    /// within a second, for the one that has it now.
     explicit Lock(WorkTable& table);
 
     /// Writes the trace, if one is asked for, and lets go.
@@ -109,7 +109,7 @@ public:
 
     std::int64_t Now() const noexcept { return m_now; }
 
-    /// Two locks of the same table have the same; one that took another's name has another.
+    /// Equal for two locks of the same table; a table that has replaced another under its name has another.
     std::shared_ptr<const void> TableId() const noexcept { return m_objects; }
 
     const layout::Row& Row(std::size_t index) const noexcept { return m_content.rows[index]; }
@@ -117,7 +117,7 @@ public:
     /// A row that changes its owner, or loses it, makes room: the lock's end tells all job managers.
     void Write(std::size_t index, const layout::Row& row);
 
-    /// The one place that decides by its time whether a row counts; frees the row of a dead owner.
+    /// Whether the row counts, judged here alone by its last sign of life; frees the row of a dead owner.
     bool IsInUse(std::size_t index)
     {
         const layout::Row& row = m_content.rows[index];

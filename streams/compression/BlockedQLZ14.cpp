@@ -12,17 +12,17 @@ std::size_t BlockedQLZ14Reader::Read(void* buffer, std::size_t size)
 {
     auto* const target = static_cast<std::uint8_t*>(buffer);
     std::size_t done = TakeUnpacked(target, size);
-    while (done < size && FetchFrame(done == 0 ? Wait::Yes : Wait::OnceArriving))
+    while (done < size && FetchFrame(done == 0 ? WaitForData::Yes : WaitForData::OnceArriving))
         done += Unpack(target + done, size - done);
     return done;
 }
 
 bool BlockedQLZ14Reader::InputPending()
 {
-    return m_unpackedRead != m_unpackedSize || FetchFrame(Wait::No) || m_endSeen;
+    return m_unpackedRead != m_unpackedSize || FetchFrame(WaitForData::No) || m_endSeen;
 }
 
-bool BlockedQLZ14Reader::FetchFrame(Wait wait)
+bool BlockedQLZ14Reader::FetchFrame(WaitForData wait)
 {
     if (!m_frameReady && !m_endSeen)
     {

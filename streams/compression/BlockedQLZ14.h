@@ -22,7 +22,7 @@ public:
     bool InputPending() override;
 
 private:
-    bool FetchFrame(Wait wait);
+    bool FetchFrame(WaitForData wait);
     std::size_t TakeUnpacked(std::uint8_t* target, std::size_t size);
     std::size_t Unpack(std::uint8_t* target, std::size_t size);
 

@@ -29,21 +29,21 @@ std::size_t BlockedRawDeflateReader::Read(void* buffer, std::size_t size)
         return 0;
     auto* const target = static_cast<std::uint8_t*>(buffer);
     if (!m_hasByteAhead)
-        return Unpack(target, size, Wait::Yes);
+        return Unpack(target, size, WaitForData::Yes);
     target[0] = m_byteAhead;
     m_hasByteAhead = false;
-    return 1 + Unpack(target + 1, size - 1, Wait::OnceArriving);
+    return 1 + Unpack(target + 1, size - 1, WaitForData::OnceArriving);
 }
 
 bool BlockedRawDeflateReader::InputPending()
 {
     if (!m_hasByteAhead && !m_endSeen)
-        m_hasByteAhead = Unpack(&m_byteAhead, 1, Wait::No) != 0;
+        m_hasByteAhead = Unpack(&m_byteAhead, 1, WaitForData::No) != 0;
     return m_hasByteAhead || m_endSeen;
 }
 
 /// Returns the number of bytes produced. Once there are some, it waits only for a frame that is already arriving.
-std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t size, Wait wait)
+std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t size, WaitForData wait)
 {
     const std::size_t room = std::min<std::size_t>(size, std::numeric_limits<uInt>::max());
     m_stream.next_out = target;
@@ -53,13 +53,13 @@ std::size_t BlockedRawDeflateReader::Unpack(std::uint8_t* target, std::size_t si
         if (m_stream.avail_in == 0 && !m_outputHeldBack && !FetchInput(wait))
             break;
         Inflate();
-        if (wait == Wait::Yes && m_stream.avail_out != room)
-            wait = Wait::OnceArriving;
+        if (wait == WaitForData::Yes && m_stream.avail_out != room)
+            wait = WaitForData::OnceArriving;
     }
     return room - m_stream.avail_out;
 }
 
-bool BlockedRawDeflateReader::FetchInput(Wait wait)
+bool BlockedRawDeflateReader::FetchInput(WaitForData wait)
 {
     if (m_endSeen)
         return false;

@@ -34,8 +34,8 @@ public:
     bool InputPending() override;
 
 private:
-    std::size_t Unpack(std::uint8_t* target, std::size_t size, Wait wait);
-    bool FetchInput(Wait wait);
+    std::size_t Unpack(std::uint8_t* target, std::size_t size, WaitForData wait);
+    bool FetchInput(WaitForData wait);
     void Inflate();
 
     z_stream m_stream = {};

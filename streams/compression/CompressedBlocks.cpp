@@ -71,13 +71,13 @@ std::size_t ParseLength(const std::string& text)
 
 } // namespace
 
-CompressedBlockReader::FrameState CompressedBlockReader::ReadFrame(Wait wait)
+CompressedBlockReader::FrameState CompressedBlockReader::ReadFrame(WaitForData wait)
 {
-    if (wait == Wait::OnceArriving && !InputAvailable())
+    if (wait == WaitForData::OnceArriving && !InputAvailable())
         return FrameState::Incomplete;
     for (;;)
     {
-        if (wait == Wait::No && !InputAvailable())
+        if (wait == WaitForData::No && !InputAvailable())
             return FrameState::Incomplete;
         switch (m_step)
         {
@@ -152,10 +152,10 @@ void CompressedBlockReader::TakeLengthDigit()
     TakeByte(Step::Payload);
 }
 
-void CompressedBlockReader::TakePayload(Wait wait)
+void CompressedBlockReader::TakePayload(WaitForData wait)
 {
     std::streamsize count = static_cast<std::streamsize>(m_payloadSize - m_payloadRead);
-    if (wait == Wait::No)
+    if (wait == WaitForData::No)
         count = std::clamp<std::streamsize>(m_input.in_avail(), 1, count);
     const std::streamsize taken = m_input.sgetn(m_payload.Start() + m_payloadRead, count);
     if (taken < count)

@@ -39,11 +39,11 @@ private:
 /// Takes frames, "[<length>|<payload>]", off a byte stream; a derived class unpacks their payloads. What arrives is
 /// hostile: every malformed frame is a RuntimeError, and reading on after one fails again.
 ///
-/// Whether bytes are there without waiting is what the byte stream's buffer answers (in_avail).
+/// The byte stream's buffer says whether bytes can be read without waiting (in_avail).
 class CompressedBlockReader : public IReader
 {
 protected:
-    enum class Wait
+    enum class WaitForData
     {
         Yes,
         OnceArriving, ///< only if a part of it is there
@@ -53,7 +53,7 @@ protected:
     enum class FrameState
     {
         Complete, ///< the payload is there
-        Incomplete, ///< not all of it has arrived; never with Wait::Yes
+        Incomplete, ///< not all of it has arrived; never with WaitForData::Yes
         End, ///< the data ended before another frame
     };
 
@@ -64,7 +64,7 @@ protected:
     }
 
     /// Reads the next frame, or continues with an incomplete one. The payload stays until the next call.
-    FrameState ReadFrame(Wait wait);
+    FrameState ReadFrame(WaitForData wait);
 
     std::span<const std::uint8_t> Payload() const;
 
@@ -85,7 +85,7 @@ private:
     void ExpectDelimiter(char expected, const wchar_t* context);
     void TakeByte(Step next);
     void TakeLengthDigit();
-    void TakePayload(Wait wait);
+    void TakePayload(WaitForData wait);
 
     std::streambuf& m_input; // not owned
     MemoryBuffer m_payload;

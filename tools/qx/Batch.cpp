@@ -103,7 +103,7 @@ void Batch::CollectCall(BatchCall& call)
 void Batch::ReportFailure(const BatchCall& call)
 {
     const ExplainedError& problem = call.Problem().value();
-    m_program.Report(ExplainedError(call.Record().name + ": " + problem.what(), problem.Inside()));
+    m_program.Report(ExplainedError(call.Record().name + ": " + problem.what(), problem.LibraryText()));
     m_program.Errors().WriteQuote(call.LastLogLines());
 }
 

@@ -54,11 +54,11 @@ public:
     void Start(qxmi::IServiceConnectorW& connector);
     void Cancel();
 
-    /// Has the listener told when the call has ended. Requires: the conversation is over.
+    /// Arranges for the listener to be told once the call has ended. Requires: the conversation is over.
     void WaitForEnd();
 
-    /// Waits for the end, which is near; gives the file its output if all went well. The second time it says false and
-    /// does nothing.
+    /// Waits for the end, which is near; gives the file its output if all went well. Returns false on later
+    /// calls, which do nothing.
     bool Collect();
 
     bool HasStarted() const noexcept { return m_hasStarted; }

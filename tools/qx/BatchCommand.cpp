@@ -91,7 +91,7 @@ void qx::AddBatchCommand(Program& program)
         ->group("Calls");
     command
         .add_option("FILE", options->files,
-            "Input files; @LIST is a file of names, one per line, and - such a list on standard input")
+            "Input files; @LIST reads names from a file, one per line; - reads them from standard input")
         ->required()
         ->type_name("");
     command.add_flag("-0,--null", options->namesEndInNull, "Names in lists end with a null character (find -print0)")
@@ -103,7 +103,7 @@ void qx::AddBatchCommand(Program& program)
     command.add_option("--output-dir", options->outputDirectory, "Directory for the outputs; created if missing")
         ->type_name("DIR")
         ->group("Outputs");
-    command.add_option("--suffix", options->suffix, "Added to a file's name to name its output (default .out)")
+    command.add_option("--suffix", options->suffix, "Suffix of the outputs' names (default .out)")
         ->type_name("TEXT")
         ->group("Outputs");
     command.add_option("--joblog", options->jobLog, "Write a tab-separated log with one line per call")

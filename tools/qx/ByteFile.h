@@ -28,8 +28,8 @@ private:
     std::ifstream m_file;
 };
 
-/// A file that comes into being whole: written under a hidden name in its directory, and given its own by Publish. The
-/// destructor removes one that was not published.
+/// An output file that appears whole or not at all: written under a hidden name in its directory, and given its own by
+/// Publish. The destructor removes one that was not published.
 class WholeFile final : public qpr::IWriter
 {
 public:

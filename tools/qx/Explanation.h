@@ -34,15 +34,15 @@ class ExplainedError : public std::runtime_error
 public:
     ExplainedError(const std::string& text, std::string inside)
         : std::runtime_error(text)
-        , m_inside(std::move(inside))
+        , m_libraryText(std::move(inside))
     {
     }
 
     /// The library's own text; empty when what() is just that.
-    const std::string& Inside() const noexcept { return m_inside; }
+    const std::string& LibraryText() const noexcept { return m_libraryText; }
 
 private:
-    std::string m_inside;
+    std::string m_libraryText;
 };
 
 /// Says in the user's terms what a text of the library means. The library's texts are fixed, so they are recognised as

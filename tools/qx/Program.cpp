@@ -149,8 +149,8 @@ std::string Program::WrongArgument(const CLI::ParseError& error) const
 void Program::Report(const ExplainedError& error)
 {
     m_errors.WriteError(error.what());
-    if (m_isVerbose && !error.Inside().empty())
-        m_errors.WriteError("in the library's words: " + error.Inside());
+    if (m_isVerbose && !error.LibraryText().empty())
+        m_errors.WriteError("in the library's words: " + error.LibraryText());
 }
 
 int Program::Fail(const std::exception& error, ExitCode exitCode)

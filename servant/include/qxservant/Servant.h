@@ -74,8 +74,8 @@ struct Service
 
 /// Carries out the call that the command line describes and returns the process's exit code: the function's, 1 for a
 /// failure, 2 for a command line that asks for no service of this servant; both are explained on the standard error
-/// stream. While it runs, a thread watches the client: when the client is gone, or has closed the output and waited
-/// 0.1 s for the servant to end, the process ends with 3, however busy it is. To be called once, from main.
+/// stream. While it runs, a thread watches the client: when the client is gone, or has closed the output and
+/// waited a moment for the servant to end, the process ends with 3, however busy it is. To be called once, from main.
 QXSERVANT_EXPORT int Run(int argc, char** argv, std::initializer_list<Service> services);
 
 } // namespace qxservant

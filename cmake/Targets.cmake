@@ -1,8 +1,8 @@
 # Several sources are compiled as one where CMAKE_UNITY_BUILD says so: in half the time.
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
 
-# qx_room(NAME SOURCES... LINKS...): one room of the tree, a static library that sees the tree from its root.
-function(qx_room name)
+# qx_module(NAME SOURCES... LINKS...): one module, a static library that sees the tree from its root.
+function(qx_module name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
   if(ROOM_SOURCES)
     add_library(${name} STATIC ${ROOM_SOURCES})
@@ -41,25 +41,25 @@ function(qx_public_library name folder)
   endif()
 endfunction()
 
-# qx_test(ROOM LINKS...): the tests of one room, tests/ROOM/*.cpp, as one program with one CTest entry for each case; one
+# qx_test(MODULE LINKS...): the tests of one module, tests/MODULE/*.cpp, as one program with one CTest entry for each case; one
 # entry for the program, and fewer of the calls made at random, where each start of a program takes long. Files named ...Posix.cpp,
 # ...PosixTest.cpp and so on are of that platform.
-function(qx_test room)
+function(qx_test module)
   cmake_parse_arguments(TEST "" "" "LINKS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${room}/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${module}/*.cpp)
   if(WIN32)
     list(FILTER sources EXCLUDE REGEX "Posix(Test)?\\.cpp$")
   else()
     list(FILTER sources EXCLUDE REGEX "Windows(Test)?\\.cpp$")
   endif()
-  add_executable(${room}_test ${sources})
-  target_include_directories(${room}_test PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${room}_test PRIVATE ${TEST_LINKS} qx_test_support GTest::gmock GTest::gtest)
+  add_executable(${module}_test ${sources})
+  target_include_directories(${module}_test PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${module}_test PRIVATE ${TEST_LINKS} qx_test_support GTest::gmock GTest::gtest)
   if(CMAKE_CROSSCOMPILING)
-    add_test(NAME ${room} COMMAND ${room}_test)
-    set_tests_properties(${room} PROPERTIES TIMEOUT 900 ENVIRONMENT QX_TEST_CALLS=40)
+    add_test(NAME ${module} COMMAND ${module}_test)
+    set_tests_properties(${module} PROPERTIES TIMEOUT 900 ENVIRONMENT QX_TEST_CALLS=40)
   else()
-    gtest_discover_tests(${room}_test DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${module}_test DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
   endif()
 endfunction()
 
