@@ -17,7 +17,7 @@ endfunction()
 include(GenerateExportHeader)
 
 # qx_public_library(NAME FOLDER): what a library that others link has beside its sources: its versions, the public headers
-# in include/FOLDER, the generated NAMEExport.h among them, and nothing exported but what that marks.
+# in include/FOLDER, the generated NAMEExport.h among them, and the exports that exports.map lists.
 function(qx_public_library name folder)
   set(generated ${CMAKE_CURRENT_BINARY_DIR}/include)
   generate_export_header(${name} EXPORT_FILE_NAME ${generated}/${folder}/${name}Export.h)
@@ -28,7 +28,9 @@ function(qx_public_library name folder)
   if(WIN32)
     set_target_properties(${name} PROPERTIES PREFIX "")
   else()
-    target_link_options(${name} PRIVATE LINKER:--exclude-libs,ALL LINKER:--no-undefined)
+    set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+    target_link_options(${name} PRIVATE LINKER:--version-script,${exports} LINKER:--no-undefined)
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${exports})
   endif()
   if(QX_INSTALL)
     install(TARGETS ${name} EXPORT QxClientTargets

@@ -39,7 +39,7 @@ private:
     {
         FrameState state;
         do
-            state = ReadFrame(waiting ? Wait::Yes : Wait::No);
+            state = ReadFrame(waiting ? WaitForData::Yes : WaitForData::No);
         while (state == FrameState::Incomplete);
         if (state == FrameState::Complete)
             payloads.emplace_back(Payload().begin(), Payload().end());
