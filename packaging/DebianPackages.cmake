@@ -5,6 +5,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(same "(= ${PROJECT_VERSION})")
 
@@ -20,31 +21,33 @@ function(debian_package component name description)
   install(FILES ${changelog} DESTINATION ${folder} COMPONENT ${component})
 endfunction()
 
+set(what "QxClient spreads long computations over worker processes, on this
+computer and on others. All client processes of a computer share it: a call
+waits until the processors and the memory that it is expected to use are free.
+")
 debian_package(library libqxclient${PROJECT_VERSION_MAJOR} "library for applications and servants
- QxClient spreads long computations over worker processes, on this computer and on others. All client processes of a
- computer share it: a call waits until the processors and the memory that it is expected to use are free.
- .
- This package holds the shared libraries.")
-debian_package(development libqxclient-dev "development files
- QxClient spreads long computations over worker processes, on this computer and on others.
- .
- This package holds the headers, and what CMake and pkg-config need to find the library and the servant kit.")
-debian_package(tools qx-tools "command-line tool
- QxClient spreads long computations over worker processes, on this computer and on others.
- .
- This package holds qx, which makes service calls from the shell, checks configurations, and shows what runs.")
-debian_package(distributor qx-distributor "server for calls of other computers
- QxClient spreads long computations over worker processes, on this computer and on others.
- .
- This package holds the distributor, which runs the services of its configuration for clients that reach it over TCP. It
- listens on the loopback address until told otherwise.")
-debian_package(documentation qxclient-doc "documentation and examples
- QxClient spreads long computations over worker processes, on this computer and on others.
- .
- This package holds the documents, the sources of the examples, and the schemas of the configuration files.")
+${what}
+This package holds the shared libraries.")
+debian_package(development libqxclient-dev "development files of QxClient
+${what}
+This package holds the headers, and what CMake and pkg-config need to find the
+library and the servant kit.")
+debian_package(tools qx-tools "command-line tool for service calls
+${what}
+This package holds qx, which makes service calls from the shell, checks
+configurations, and shows what runs.")
+debian_package(distributor qx-distributor "server for service calls of other computers
+${what}
+This package holds the distributor, which runs the services of its
+configuration for clients that reach it over TCP. It listens on the loopback
+address until told otherwise.")
+debian_package(documentation qxclient-doc "documentation and examples of QxClient
+${what}
+This package holds the documents, the sources of the examples, and the schemas
+of the configuration files.")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libqxclient${PROJECT_VERSION_MAJOR} ${same}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS qxclient-doc)

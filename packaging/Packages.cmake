@@ -1,5 +1,6 @@
 # The packages that CPack makes of the components: Debian's, and a zip for Windows. scripts/package builds them.
 set(CPACK_PACKAGE_NAME qxclient)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "QxClient")
 set(CPACK_PACKAGE_CONTACT "The developers of QxClient <qxclient@lists.example.org>" CACHE STRING "Maintainer of the packages")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Spreads long computations over worker processes")
