@@ -133,9 +133,11 @@ UsageModel::ProcessorChoice UsageModel::ChooseProcessors(
 
     ProcessorChoice choice{1, 0.0f};
     qexpr::ValueMap values = inputs;
+    qexpr::Value& count = values[processorCountName];
+    qexpr::Value& countInMessages = inputs[processorCountName];
     for (std::uint32_t n = offeredProcessors; n >= 1; --n)
     {
-        values[processorCountName] = inputs[processorCountName] = qexpr::Value(static_cast<float>(n));
+        count = countInMessages = qexpr::Value(static_cast<float>(n));
         choice = {n, Evaluate(m_memoryUsage, values, inputs)};
         if (choice.memoryInMB <= memoryLimitInMB)
             break;

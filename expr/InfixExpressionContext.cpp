@@ -20,7 +20,7 @@ bool Compare(T a, T b)
 template <class Relation>
 constexpr InfixOperator Comparison(std::wstring_view token, int level, const wchar_t* name)
 {
-    return {token, level, name, nullptr, Compare<Relation, float>, Compare<Relation, const std::wstring&>, nullptr};
+    return {token, level, name, nullptr, Compare<Relation, float>, Compare<Relation, std::wstring_view>, nullptr};
 }
 
 constexpr InfixOperator Arithmetic(std::wstring_view token, int level, const wchar_t* name, FloatPairFunction function)

@@ -114,13 +114,15 @@ private:
     Value::Type m_valueType;
 };
 
-/// The language's type for a C++ type, and how messages spell that type.
+/// The language's type for a C++ type, how an operation takes it from a value, and how messages spell it.
 template <class T>
 struct OperandType;
 
 template <>
 struct OperandType<float>
 {
+    static float Of(const Value& value) { return static_cast<float>(value); }
+
     static constexpr Value::Type Tag = Value::Type_Float;
     static constexpr const char* Spelling = "float";
     static constexpr const char* ParameterSpelling = "float";
@@ -129,6 +131,8 @@ struct OperandType<float>
 template <>
 struct OperandType<bool>
 {
+    static bool Of(const Value& value) { return static_cast<bool>(value); }
+
     static constexpr Value::Type Tag = Value::Type_Bool;
     static constexpr const char* Spelling = "bool";
     static constexpr const char* ParameterSpelling = "bool";
@@ -137,6 +141,8 @@ struct OperandType<bool>
 template <>
 struct OperandType<std::wstring>
 {
+    static std::wstring_view Of(const Value& value) { return value.Text(); }
+
     static constexpr Value::Type Tag = Value::Type_String;
     static constexpr const char* Spelling =
         "class std::basic_string<wchar_t,struct std::char_traits<wchar_t>,class std::allocator<wchar_t> >";
@@ -167,7 +173,7 @@ public:
     }
     Value Evaluate(const ValueMap& values) const override
     {
-        return Value(m_function(static_cast<A>(m_arg->Evaluate(values))));
+        return Value(m_function(OperandType<A>::Of(m_arg->Evaluate(values))));
     }
     void Print(std::wostream& stream) const override
     {
@@ -216,7 +222,7 @@ public:
     {
         const Value value1 = m_arg1->Evaluate(values);
         const Value value0 = m_arg0->Evaluate(values);
-        return Value(m_function(static_cast<A0>(value0), static_cast<A1>(value1)));
+        return Value(m_function(OperandType<A0>::Of(value0), OperandType<A1>::Of(value1)));
     }
     void Print(std::wostream& stream) const override
     {
@@ -245,7 +251,7 @@ private:
 using FloatFunction = float (*)(float);
 using FloatPairFunction = float (*)(float, float);
 using FloatRelation = bool (*)(float, float);
-using StringRelation = bool (*)(const std::wstring&, const std::wstring&);
+using StringRelation = bool (*)(std::wstring_view, std::wstring_view);
 using BoolPairFunction = bool (*)(bool, bool);
 
 using FloatOperation = UnaryOperation<float, float, FloatFunction>;

@@ -18,7 +18,7 @@ constexpr const wchar_t* TypeNames[] = {L"float", L"string", L"bool", L"undefine
 
 }
 
-Value::operator std::wstring() const
+std::wstring_view Value::Text() const
 {
     if (m_type != Type_String)
         throw std::logic_error(

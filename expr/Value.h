@@ -96,7 +96,10 @@ public:
             ThrowNoBool();
         return m_content.flag;
     }
-    explicit operator std::wstring() const;
+    explicit operator std::wstring() const { return std::wstring(Text()); }
+
+    /// A string's text, without a copy; lives as long as the value. The same requirement.
+    std::wstring_view Text() const;
 
     /// A value of the required type from a text; a string takes the text as it is. Throws qpr::RuntimeError for a text
     /// that is no such value; the description says there what the text stands for.

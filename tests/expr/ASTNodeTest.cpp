@@ -23,7 +23,7 @@ NodePtr Add(const NodePtr& left, const NodePtr& right)
 NodePtr TextLess(const NodePtr& left, const NodePtr& right)
 {
     return MakeCounted<StringComparison>(
-        L"lt", [](const std::wstring& a, const std::wstring& b) { return a < b; }, left, right);
+        L"lt", [](std::wstring_view a, std::wstring_view b) { return a < b; }, left, right);
 }
 
 NodePtr Or(const NodePtr& left, const NodePtr& right)
